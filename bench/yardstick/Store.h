@@ -1,0 +1,30 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+
+#include "Veltrix/Data/Matrix.h"
+#include "Veltrix/Data/Vector.h"
+
+namespace Veltrix::Yardstick {
+
+/// Reads the workloads' files: little-endian column-major doubles (.f64) and signed 32-bit integers
+/// (.i32) without header, whose shapes stand in manifest.csv (file, rows, columns).
+class Store {
+  public:
+    explicit Store(std::string directory);
+
+    Matrix matrix(const std::string& file) const;
+    Vector vector(const std::string& file) const;
+    IntVector integers(const std::string& file) const;
+
+  private:
+    std::pair<int, int> shape(const std::string& file) const;
+    void read(const std::string& file, void* target, std::size_t bytes) const;
+
+    std::string directory_;
+    std::map<std::string, std::pair<int, int>> shapes_;
+};
+
+}  // namespace Veltrix::Yardstick

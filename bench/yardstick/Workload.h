@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "bench/yardstick/Store.h"
+
+namespace Veltrix::Yardstick {
+
+/// Numbers of a result by which programs show that they did the same work.
+using Check = std::map<std::string, double>;
+
+/// What is timed: does the work once and returns a reader of its result, which is not timed.
+using Run = std::function<std::function<Check()>()>;
+
+/// Loads a workload's data and returns what is to be timed.
+using Setup = std::function<Run(const Store&)>;
+
+/// All workloads by name.
+std::map<std::string, Setup> workloads();
+
+/// The workloads of a family; each is defined in a source of its own.
+void addLeastSquares(std::map<std::string, Setup>& all);
+void addDistances(std::map<std::string, Setup>& all);
+
+}  // namespace Veltrix::Yardstick

@@ -1,0 +1,139 @@
+#include "Veltrix/Engine/Optimization.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <type_traits>
+
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Util.h"
+#include "engine/core/OptimizationScale.h"
+
+namespace Veltrix::Engine::Optimization {
+namespace {
+
+constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
+constexpr double kMaxStepFactor = 100.0;
+
+bool isFinite(const Vector& values) { return Veltrix::Util::countNaNInfinity(values) == 0; }
+
+void checkStart(const Vector& x) {
+    for (std::uint64_t i = 0; i < x.size(); ++i) {
+        if (std::isfinite(x[i])) continue;
+        throw Exception("Minimisation: starting point: finite values expected, " +
+                        std::to_string(x[i]) + " found at position " + std::to_string(i));
+    }
+}
+
+/// Functions that supply their own gradient may get its length wrong.
+void checkGradient(const Vector& gradient, const Vector& x) {
+    if (gradient.size() == x.size()) return;
+    throw Exception("Minimisation: gradient of length " + std::to_string(gradient.size()) +
+                    ", expected " + std::to_string(x.size()));
+}
+
+/// max |gᵢ| max(|xᵢ|, 1) / max(f, 1), the relative change of f for a relative change of x.
+double scaledGradient(const Vector& gradient, const Vector& x, double value) {
+    double largest = 0.0;
+    for (std::uint64_t i = 0; i < x.size(); ++i) {
+        largest = std::max(largest, std::abs(gradient[i]) * std::max(std::abs(x[i]), 1.0));
+    }
+    return largest / std::max(value, 1.0);
+}
+
+/// H after a step with gradient change dg (Broyden, Fletcher, Goldfarb, Shanno); H as it was when
+/// the curvature along the step is not safely positive, so that H stays positive definite.
+Matrix updated(const Matrix& h, const Vector& step, const Vector& dg) {
+    const Vector hdg = h * dg;
+    const double fac = Veltrix::Util::dotProduct(dg, step);
+    const double fae = Veltrix::Util::dotProduct(dg, hdg);
+    const double sumdg = Veltrix::Util::innerProduct(dg);
+    const double sumxi = Veltrix::Util::innerProduct(step);
+    if (!(fac > std::sqrt(kEpsilon * sumdg * sumxi))) return h;
+    Matrix result = h;
+    const Vector u = step / fac - hdg / fae;
+    for (int j = 0; j < h.getNumCols(); ++j) {
+        const auto c = static_cast<std::uint64_t>(j);
+        for (std::uint64_t r = 0; r <= c; ++r) {
+            const int i = static_cast<int>(r);
+            result(i, j) += step[r] * step[c] / fac - hdg[r] * hdg[c] / fae + fae * u[r] * u[c];
+            result(j, i) = result(i, j);
+        }
+    }
+    // Where the terms overflow, the curvature known so far is better than none.
+    return isFinite(result.getAsDoubleVector()) ? result : h;
+}
+
+}  // namespace
+
+QuasiNewtonOptimizer::~QuasiNewtonOptimizer() = default;
+
+static_assert(std::is_nothrow_move_assignable_v<Matrix>);
+
+Vector QuasiNewtonOptimizer::getGradient(const Vector& x) {
+    Vector gradient(x.size());
+    Vector axis(x.size());
+    for (std::uint64_t i = 0; i < x.size(); ++i) {
+        axis[i] = 1.0;
+        gradient[i] = LineSearchOptimizer(*this, x, axis).getDerivative();
+        axis[i] = 0.0;
+    }
+    return gradient;
+}
+
+Vector QuasiNewtonOptimizer::minimize(const Vector& x0) {
+    checkStart(x0);
+    const int n = static_cast<int>(x0.size());
+    numIterations_ = 0;
+    inverseHessian_ = Veltrix::Util::eye(n, n);
+
+    Vector x = x0;
+    double value = function(x);
+    if (!std::isfinite(value)) return x;
+    Vector gradient = getGradient(x);
+    checkGradient(gradient, x);
+    if (!isFinite(gradient) || scaledGradient(gradient, x, value) < gradientTolerance_) return x;
+    Vector direction = -gradient;
+    const double maxStep = kMaxStepFactor * std::max(length(x), static_cast<double>(n));
+
+    while (numIterations_ < maxIterations_) {
+        ++numIterations_;
+        const double slope = Veltrix::Util::dotProduct(gradient, direction);
+        auto found = LineSearchOptimizer(*this, x, direction).minimize(value, slope, maxStep);
+        const Vector step = found.point - x;
+        x = std::move(found.point);
+        value = found.value;
+        if (scaledStep(step, x) < kStepTolerance) return x;
+
+        Vector change = -gradient;
+        gradient = getGradient(x);
+        checkGradient(gradient, x);
+        if (!isFinite(gradient)) return x;
+        change += gradient;
+        if (scaledGradient(gradient, x, value) < gradientTolerance_) return x;
+        inverseHessian_ = updated(inverseHessian_, step, change);
+        direction = -(inverseHessian_ * gradient);
+    }
+    return x;
+}
+
+Matrix QuasiNewtonOptimizer::getHessian(const Vector& x) const {
+    const int n = static_cast<int>(x.size());
+    if (inverseHessian_.getNumRows() != n) {
+        return Matrix(n, n, std::numeric_limits<double>::quiet_NaN());
+    }
+    return Matrix::inversePositiveDefinite(inverseHessian_);
+}
+
+QuasiNewtonOptimizer& QuasiNewtonOptimizer::setMaxIterations(int count) {
+    maxIterations_ = count;
+    return *this;
+}
+
+QuasiNewtonOptimizer& QuasiNewtonOptimizer::setGradientTolerance(double tolerance) {
+    gradientTolerance_ = tolerance;
+    return *this;
+}
+
+}  // namespace Veltrix::Engine::Optimization

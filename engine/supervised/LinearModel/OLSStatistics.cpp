@@ -1,0 +1,226 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+#include "Veltrix/Data/Convert.h"
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Util.h"
+#include "Veltrix/Engine/Distributions.h"
+#include "Veltrix/Engine/LinearModel/OLS.h"
+#include "engine/supervised/LinearModel/Collinearity.h"
+#include "engine/supervised/LinearModel/LeastSquares.h"
+
+namespace Veltrix::Engine::LinearModel::OLS {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+Vector unknown(std::uint64_t length) { return Vector(length, kNaN); }
+
+void checkConfidence(double confidence) {
+    if (confidence > 0.0 && confidence < 1.0) return;
+    throw Exception("Linear regression: confidence level " +
+                    Convert::toString(confidence).toUtf8() + ", expected one between 0 and 1");
+}
+
+void checkRecords(const char* what, std::uint64_t found, std::uint64_t expected) {
+    if (found == expected) return;
+    throw Exception("Linear regression: " + std::to_string(found) + " " + what + ", expected " +
+                    std::to_string(expected));
+}
+
+/// Student-t quantile at (1 + confidence)/2.
+double criticalValue(double confidence, double residualDf) {
+    checkConfidence(confidence);
+    return Distributions::studentTQuantile(0.5 + 0.5 * confidence, residualDf);
+}
+
+/// Limits around predictions: half widths q·s·√h and q·s·√(1 + h).
+PredictionIntervals intervalsAround(const Vector& predictions, const Vector& leverages,
+                                    double halfWidth) {
+    PredictionIntervals result;
+    const Vector confidence = Veltrix::Util::sqrt(leverages) * halfWidth;
+    const Vector prediction = Veltrix::Util::sqrt(leverages + 1.0) * halfWidth;
+    result.confidenceLower = predictions - confidence;
+    result.confidenceUpper = predictions + confidence;
+    result.predictionLower = predictions - prediction;
+    result.predictionUpper = predictions + prediction;
+    return result;
+}
+
+/// dᵀ Cov d for every row d of the design matrix of X, in row blocks to bound the memory.
+Vector newLeverages(const Matrix& x, bool intercept, const Matrix& covariance) {
+    constexpr int kBlockRows = 4096;
+    Vector result;
+    result.reserve(static_cast<std::uint64_t>(x.getNumRows()));
+    for (int first = 0; first < x.getNumRows(); first += kBlockRows) {
+        const IntVector rows =
+            Veltrix::Util::range(first, std::min(first + kBlockRows, x.getNumRows()));
+        const Matrix design = designMatrix(x(rows, Veltrix::Util::all), intercept);
+        const Matrix products = (design * covariance) % design;
+        for (const double value :
+             products* Vector(static_cast<std::uint64_t>(products.getNumCols()), 1.0)) {
+            result.push_back(value);
+        }
+    }
+    return result;
+}
+
+/// Power by repeated squaring: as exact as the product and far cheaper than the general power.
+double wholePower(double base, int exponent) {
+    double result = 1.0;
+    for (; exponent > 0; exponent /= 2) {
+        if (exponent % 2 == 1) result *= base;
+        base *= base;
+    }
+    return result;
+}
+
+PredictionIntervals unknownIntervals(std::uint64_t records) {
+    return {unknown(records), unknown(records), unknown(records), unknown(records)};
+}
+
+}  // namespace
+
+CoefficientInfo Model::computeCoefficientInfo(double confidence) const {
+    const std::uint64_t p = coefficients_.size();
+    if (!fitted_) return {};
+    const double q = criticalValue(confidence, anova_.residualDf);
+    CoefficientInfo info;
+    info.estimates = coefficients_;
+    info.standardErrors = Veltrix::Util::sqrt(Veltrix::Util::diag(covariance_));
+    info.tStatistics = info.estimates / info.standardErrors;
+    info.pValues = unknown(p);
+    for (std::uint64_t j = 0; j < p; ++j) {
+        info.pValues[j] = 2.0 * Distributions::studentTUpperTail(std::abs(info.tStatistics[j]),
+                                                                 anova_.residualDf);
+    }
+    info.lowerConfidenceLimits = info.estimates - q * info.standardErrors;
+    info.upperConfidenceLimits = info.estimates + q * info.standardErrors;
+    return info;
+}
+
+FitEvaluation Model::computeFitEvaluation(const Vector& y) const {
+    FitEvaluation result;
+    if (!fitted_) return result;
+    const Vector& w = getWeights();
+    checkRecords("responses", y.size(), w.size());
+    const double n = numRows_;
+    const bool constant = anova_.SST == 0.0;
+    const double unexplained = anova_.SSE / anova_.SST;
+    result.R2 = constant ? 1.0 : 1.0 - unexplained;
+    result.adjustedR2 = constant ? 1.0 : 1.0 - unexplained * (anova_.totalDf / anova_.residualDf);
+    result.logLikelihood =
+        -0.5 * n * (std::log(2.0 * std::numbers::pi) + std::log(anova_.SSE / n) + 1.0);
+
+    const double totalWeight = Veltrix::Util::sum(w);
+    const auto m = static_cast<double>(
+        std::count_if(w.begin(), w.end(), [](double weight) { return weight != 0.0; }));
+    const double sigma = std::sqrt(anova_.SST / (totalWeight * (m - 1.0) / m));
+    const double mean = Veltrix::Util::weightedMean(y, w);
+    // The logarithm of the density is formed directly: the density itself would underflow for a
+    // record some 38 standard deviations out.
+    const Vector z = (y - mean) / sigma;
+    const double constantPart = -std::log(sigma) - 0.5 * std::log(2.0 * std::numbers::pi);
+    result.interceptOnlyLogLikelihood =
+        totalWeight * constantPart - 0.5 * Veltrix::Util::sum(w * z * z);
+    return result;
+}
+
+FitEvaluation Model::computeFitEvaluation(const ConstDataFrameColumn& y) const {
+    return computeFitEvaluation(Convert::toDoubleVector(y));
+}
+
+Vector Model::computeDelete1Variance(const Vector& residuals) const {
+    Vector variances(residuals.size());
+    for (std::uint64_t i = 0; i < residuals.size(); ++i) {
+        const double e = residuals[i];
+        const double rest = anova_.SSE - e * e / (1.0 - leverages_[i]);
+        // In this order a NaN (0/0 at leverage 1) stays a NaN.
+        variances[i] = (rest < 0.0 ? 0.0 : rest) / (anova_.residualDf - 1.0);
+    }
+    return variances;
+}
+
+Residuals Model::computeResiduals(const Vector& y, const Vector& fitted) const {
+    const std::uint64_t n = y.size();
+    if (!fitted_) return {unknown(n), unknown(n), unknown(n), unknown(n)};
+    checkRecords("responses", n, leverages_.size());
+    Residuals result;
+    result.raw = y - fitted;
+    const Vector spread = Veltrix::Util::sqrt(1.0 - leverages_);
+    result.standardized = result.raw / anova_.standardErrorOfEstimate;
+    result.studentized = result.standardized / spread;
+    result.deleted =
+        result.raw / (Veltrix::Util::sqrt(computeDelete1Variance(result.raw)) * spread);
+    return result;
+}
+
+Diagnostics Model::computeDiagnostics(const Vector& residuals) const {
+    const std::uint64_t n = residuals.size();
+    if (!fitted_) return {unknown(n), unknown(n), unknown(n), unknown(n), unknown(n)};
+    checkRecords("residuals", n, leverages_.size());
+    Diagnostics result;
+    result.leverages = leverages_;
+    result.deleteOneVariances = computeDelete1Variance(residuals);
+    for (Vector* field : {&result.dffits, &result.cooksDistances, &result.covarianceRatios}) {
+        field->resize(n);
+    }
+    for (std::uint64_t i = 0; i < n; ++i) {
+        const double e = residuals[i];
+        const double h = leverages_[i];
+        const double variance = result.deleteOneVariances[i];
+        const double rest = 1.0 - h;
+        result.dffits[i] = std::sqrt(h) * e / (std::sqrt(variance) * rest);
+        result.cooksDistances[i] = e * e * h / (rank_ * anova_.MSE * rest * rest);
+        result.covarianceRatios[i] = wholePower(variance / anova_.MSE, rank_) / rest;
+    }
+    return result;
+}
+
+PredictionIntervals Model::computeFittedPredictionIntervals(const Vector& fitted,
+                                                            double confidence) const {
+    if (!fitted_) return unknownIntervals(fitted.size());
+    checkRecords("fitted values", fitted.size(), leverages_.size());
+    const double q = criticalValue(confidence, anova_.residualDf);
+    return intervalsAround(fitted, leverages_, q * anova_.standardErrorOfEstimate);
+}
+
+PredictionIntervals Model::computeNewPredictionIntervals(const Matrix& x, const Vector& predicted,
+                                                         double confidence) const {
+    if (!fitted_) return unknownIntervals(predicted.size());
+    const double q = criticalValue(confidence, anova_.residualDf);
+    checkRecords("predictions", predicted.size(), static_cast<std::uint64_t>(x.getNumRows()));
+    return intervalsAround(predicted, newLeverages(x, intercept_, covariance_) / anova_.MSE,
+                           q * anova_.standardErrorOfEstimate);
+}
+
+Multicollinearity Model::computeMulticollinearity(const Matrix& x) const {
+    if (!fitted_) return unknownCollinearity(x.getNumCols() + (intercept_ ? 1 : 0));
+    const Vector roots = Veltrix::Util::sqrt(getWeights());
+    return collinearityDiagnostics(triangularise({x, intercept_, &roots}));
+}
+
+Multicollinearity Model::computeFittedMulticollinearity(const Matrix& x) const {
+    if (!fitted_) return unknownCollinearity(x.getNumCols() + (intercept_ ? 1 : 0));
+    const Vector roots = Veltrix::Util::sqrt(getWeights());
+    const Matrix triangle = triangularise({x, intercept_, &roots});
+    return collinearityDiagnostics(triangle(Veltrix::Util::all, estimable_));
+}
+
+Matrix Model::covarianceMatrix(const Matrix& x, const Vector& weights, bool intercept) {
+    const Vector roots = Veltrix::Util::sqrt(weights);
+    const Vector none(static_cast<std::uint64_t>(x.getNumRows()));
+    return solveLeastSquares({x, intercept, &roots}, none).unscaledCovariance;
+}
+
+Matrix Model::weightedCovarianceMatrix(const Matrix& x, const Vector& weights,
+                                       const Vector& variances, bool intercept) {
+    const Matrix bread = covarianceMatrix(x, weights, intercept);
+    const Vector scale = weights * Veltrix::Util::sqrt(variances);
+    const Matrix meat = weightedDesignMatrix(x, scale, intercept) * bread;
+    return Veltrix::Util::transpose(meat) * meat;
+}
+
+}  // namespace Veltrix::Engine::LinearModel::OLS

@@ -1,0 +1,130 @@
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "Veltrix/Data/ColumnStorage.h"
+#include "Veltrix/Data/DataFrameViews.h"
+#include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Data/Selection.h"
+#include "Veltrix/Data/StringVector.h"
+#include "Veltrix/Data/Vector.h"
+#include "Veltrix/Data/WString.h"
+#include "Veltrix/Export.h"
+
+namespace Veltrix {
+
+/// A table of named columns of numbers (double), whole numbers (32-bit) or text, with row names
+/// and a name of its own. Text columns are kept as codes into a list of distinct levels, so that
+/// grouping and coding cost one pass. Columns and rows are addressed by index or by name, both in
+/// constant time; of several columns with one name the first is found. Row names are "1", "2", …
+/// until set, and take no memory until then.
+///
+/// An index or name that does not exist, and a column whose length differs from the frame's, throw
+/// `Exception` that names the operation and what was found; the frame is then as it was.
+class VELTRIX_API DataFrame {
+  public:
+    DataFrame() = default;
+    explicit DataFrame(const WString& name);
+    DataFrame(const DataFrame&) = default;
+    /// The source becomes an empty frame.
+    DataFrame(DataFrame&& other) noexcept;
+    DataFrame& operator=(const DataFrame& other);
+    DataFrame& operator=(DataFrame&& other) noexcept;
+    virtual ~DataFrame();
+
+    int getNumRows() const noexcept { return rows_; }
+    int getNumCols() const noexcept { return static_cast<int>(columns_.size()); }
+    bool empty() const noexcept { return rows_ == 0 || columns_.empty(); }
+
+    DataFrameElement operator()(int row, int col);
+    ConstDataFrameElement operator()(int row, int col) const;
+    DataFrameElement operator()(int row, const WString& colName);
+    ConstDataFrameElement operator()(int row, const WString& colName) const;
+    DataFrameElement operator()(const WString& rowName, const WString& colName);
+    ConstDataFrameElement operator()(const WString& rowName, const WString& colName) const;
+    DataFrameColumn operator()(Selection::All, int col);
+    ConstDataFrameColumn operator()(Selection::All, int col) const;
+    DataFrameColumn operator()(Selection::All, const WString& colName);
+    ConstDataFrameColumn operator()(Selection::All, const WString& colName) const;
+    DataFrameRow operator()(int row, Selection::All);
+    ConstDataFrameRow operator()(int row, Selection::All) const;
+    /// Selections: a new frame with the chosen rows or columns in the order given, names included.
+    DataFrame operator()(const IntVector& rows, Selection::All) const;
+    DataFrame operator()(Selection::All, const IntVector& cols) const;
+    DataFrame operator()(Selection::All, const StringVector& colNames) const;
+
+    /// Adds the columns of `other`; an empty frame takes its row names too.
+    void append(const DataFrame& other);
+    /// Adds a copy of the column, its name included.
+    void append(const ConstDataFrameColumn& column);
+    /// Adds a numeric column named as the vector. An rvalue gives up its storage.
+    void append(const Vector& values);
+    void append(Vector&& values);
+    /// Adds a column of whole numbers, which print as such, named as the vector.
+    void append(const IntVector& values);
+    void append(IntVector&& values);
+    /// Adds a text column.
+    void append(const StringVector& values, const WString& colName = {});
+    /// Adds a text column from codes into `levels`. Throws when a code is outside
+    /// [0, levels.size()) or a level occurs twice.
+    void append(const WString& colName, IntVector codes, StringVector levels);
+
+    const StringVector& getColNames() const noexcept { return colNames_; }
+    /// By value: the names exist only when asked for, unless they were set.
+    StringVector getRowNames() const;
+    const WString& getColName(int col) const;
+    WString getRowName(int row) const;
+    int getColIndex(const WString& name) const;
+    IntVector getColIndexes(const StringVector& names) const;
+    int getRowIndex(const WString& name) const;
+    /// Whether a column of that name exists.
+    bool hasColumn(const WString& name) const;
+    void setColName(int col, const WString& name);
+    /// As many names as columns.
+    void setColNames(const StringVector& names);
+    void setRowName(int row, const WString& name);
+    /// As many names as rows; an empty list goes back to "1", "2", ….
+    void setRowNames(const StringVector& names);
+    virtual void setName(const WString& name);
+    const WString& getName() const noexcept { return name_; }
+
+  private:
+    friend class ConstDataFrameElement;
+    friend class ConstDataFrameColumn;
+    friend class ConstDataFrameRow;
+    friend class DataFrameElement;
+
+    void checkRow(const char* operation, int row) const;
+    void checkCol(const char* operation, int col) const;
+    void appendColumn(Storage::Column column, const WString& name);
+
+    WString name_;
+    int rows_ = 0;
+    std::vector<Storage::Column> columns_;
+    StringVector colNames_;
+    StringVector rowNames_;  // empty: "1", "2", …
+    std::unordered_map<WString, int> colIndexes_;
+    std::unordered_map<WString, int> rowIndexes_;
+};
+
+/// A sequence of frames.
+class VELTRIX_API DataFrameVector {
+  public:
+    DataFrameVector() = default;
+    explicit DataFrameVector(std::uint64_t count) : frames_(count) {}
+    DataFrameVector(std::uint64_t count, const DataFrame& prototype) : frames_(count, prototype) {}
+
+    std::uint64_t size() const noexcept { return frames_.size(); }
+    bool empty() const noexcept { return frames_.empty(); }
+    void push_back(DataFrame frame) { frames_.push_back(std::move(frame)); }
+    /// Throws `Exception` when `index` is not below `size()`.
+    DataFrame& operator[](std::uint64_t index);
+    const DataFrame& operator[](std::uint64_t index) const;
+
+  private:
+    std::vector<DataFrame> frames_;
+};
+
+}  // namespace Veltrix

@@ -1,0 +1,156 @@
+#pragma once
+
+#include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Data/StringVector.h"
+#include "Veltrix/Data/Vector.h"
+#include "Veltrix/Data/WString.h"
+#include "Veltrix/Export.h"
+
+namespace Veltrix {
+
+class DataFrame;
+
+/// What a column of a frame holds.
+enum class ColumnKind : int { numeric = 0, integer = 1, text = 2 };
+
+/// Read-only live view of one cell of a frame. Views stay valid as long as the frame lives and its
+/// column is not removed; they refer to the frame, so moving the frame away invalidates them.
+class VELTRIX_API ConstDataFrameElement {
+  public:
+    ConstDataFrameElement(const DataFrame& frame, int row, int col) noexcept
+        : frame_(&frame), row_(row), col_(col) {}
+    ConstDataFrameElement(const ConstDataFrameElement&) = default;
+    ConstDataFrameElement& operator=(const ConstDataFrameElement&) = delete;
+    virtual ~ConstDataFrameElement();
+
+    /// What the cell's column holds.
+    ColumnKind getKind() const;
+    /// The cell as a number. Text is converted whole: leading and trailing blanks, decimal point,
+    /// optional exponent; empty text is NaN; anything else throws the conversion library's bad-cast
+    /// error (`std::bad_cast`).
+    double toDouble() const;
+    /// The cell as a whole number; a value that is not one, or does not fit, throws the bad-cast
+    /// error.
+    int toInt() const;
+    /// The cell as text: for numbers the shortest decimal that reads back to the same double.
+    WString toString() const;
+    operator double() const { return toDouble(); }   // NOLINT(google-explicit-constructor)
+    operator int() const { return toInt(); }         // NOLINT(google-explicit-constructor)
+    operator WString() const { return toString(); }  // NOLINT(google-explicit-constructor)
+
+  protected:
+    const DataFrame* frame_;
+    int row_;
+    int col_;
+};
+
+/// Live view of one cell; assigning writes into the frame. A number written into a text column is
+/// written as its text; a double that is not whole turns a column of whole numbers into a numeric
+/// one; text written into a numeric column turns that column into a text column.
+class VELTRIX_API DataFrameElement : public ConstDataFrameElement {
+  public:
+    DataFrameElement(DataFrame& frame, int row, int col) noexcept
+        : ConstDataFrameElement(frame, row, col), target_(&frame) {}
+    DataFrameElement(const DataFrameElement&) = default;
+    ~DataFrameElement() override;
+
+    /// Copies the value, as every assignment to a view.
+    DataFrameElement& operator=(const DataFrameElement& other);
+    DataFrameElement& operator=(const ConstDataFrameElement& other);
+    DataFrameElement& operator=(double value);
+    DataFrameElement& operator=(int value);
+    DataFrameElement& operator=(const WString& value);
+    DataFrameElement& operator=(const wchar_t* value);
+
+  private:
+    DataFrame* target_;
+};
+
+/// Read-only live view of one column of a frame.
+class VELTRIX_API ConstDataFrameColumn {
+  public:
+    ConstDataFrameColumn(const DataFrame& frame, int col) noexcept : frame_(&frame), col_(col) {}
+    ConstDataFrameColumn(const ConstDataFrameColumn&) = default;
+    ConstDataFrameColumn& operator=(const ConstDataFrameColumn&) = delete;
+    virtual ~ConstDataFrameColumn();
+
+    int getNumRows() const noexcept;
+    const WString& getColName() const;
+    ColumnKind getKind() const;
+    /// Throws `Exception` when there is no such row.
+    ConstDataFrameElement operator()(int row) const;
+    /// All cells as numbers, named as the column; see `ConstDataFrameElement::toDouble`. The error
+    /// of a cell that is not a number is the bad-cast error.
+    Vector toDoubleVector() const;
+    /// All cells as text.
+    StringVector toStringVector() const;
+    /// The distinct texts of the column, ascending, and with `codes` the position of every cell's
+    /// text in that list: one pass for a text column.
+    StringVector getLevels() const;
+    StringVector getLevels(IntVector& codes) const;
+
+  protected:
+    friend class Convert;
+    friend class DataFrame;
+
+    /// Writes the numbers of all cells to `target`, as `toDoubleVector` gives them.
+    void copyDoubles(double* target) const;
+
+    const DataFrame* frame_;
+    int col_;
+};
+
+/// Live view of one column of a frame.
+class VELTRIX_API DataFrameColumn : public ConstDataFrameColumn {
+  public:
+    DataFrameColumn(DataFrame& frame, int col) noexcept
+        : ConstDataFrameColumn(frame, col), target_(&frame) {}
+    DataFrameColumn(const DataFrameColumn&) = default;
+    DataFrameColumn& operator=(const DataFrameColumn&) = delete;
+    ~DataFrameColumn() override;
+
+    using ConstDataFrameColumn::operator();
+    DataFrameElement operator()(int row);
+
+  private:
+    DataFrame* target_;
+};
+
+/// Read-only live view of one row of a frame.
+class VELTRIX_API ConstDataFrameRow {
+  public:
+    ConstDataFrameRow(const DataFrame& frame, int row) noexcept : frame_(&frame), row_(row) {}
+    ConstDataFrameRow(const ConstDataFrameRow&) = default;
+    ConstDataFrameRow& operator=(const ConstDataFrameRow&) = delete;
+    virtual ~ConstDataFrameRow();
+
+    int getNumCols() const noexcept;
+    WString getRowName() const;
+    ConstDataFrameElement operator()(int col) const;
+    ConstDataFrameElement operator()(const WString& colName) const;
+    /// All cells as numbers; see `ConstDataFrameElement::toDouble`.
+    Vector toDoubleVector() const;
+
+  protected:
+    const DataFrame* frame_;
+    int row_;
+};
+
+/// Live view of one row of a frame.
+class VELTRIX_API DataFrameRow : public ConstDataFrameRow {
+  public:
+    DataFrameRow(DataFrame& frame, int row) noexcept
+        : ConstDataFrameRow(frame, row), target_(&frame) {}
+    DataFrameRow(const DataFrameRow&) = default;
+    DataFrameRow& operator=(const DataFrameRow&) = delete;
+    ~DataFrameRow() override;
+
+    using ConstDataFrameRow::operator();
+    DataFrameElement operator()(int col);
+    DataFrameElement operator()(const WString& colName);
+
+  private:
+    DataFrame* target_;
+};
+
+}  // namespace Veltrix

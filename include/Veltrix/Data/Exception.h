@@ -1,0 +1,53 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "Veltrix/Export.h"
+
+namespace Veltrix {
+
+/// Base of every exception that the libraries throw themselves: a narrow message (UTF-8) and an
+/// integer code. Misuse of a container says which operation failed, which argument was wrong, what
+/// was expected and what was found.
+class VELTRIX_API Exception : public std::exception {
+  public:
+    explicit Exception(std::string message, int code = 0);
+    Exception(const Exception&) = default;
+    Exception(Exception&&) noexcept = default;
+    Exception& operator=(const Exception&) = default;
+    Exception& operator=(Exception&&) noexcept = default;
+    ~Exception() override;
+
+    const char* what() const noexcept override;
+    const std::string& getMessage() const noexcept { return message_; }
+    int getCode() const noexcept { return code_; }
+
+  private:
+    std::string message_;
+    int code_ = 0;
+};
+
+/// Shapes disagree: a matrix that must be square or conformable is not.
+class VELTRIX_API NumElementsMismatch : public Exception {
+  public:
+    NumElementsMismatch();
+    NumElementsMismatch(const NumElementsMismatch&) = default;
+    NumElementsMismatch(NumElementsMismatch&&) noexcept = default;
+    NumElementsMismatch& operator=(const NumElementsMismatch&) = default;
+    NumElementsMismatch& operator=(NumElementsMismatch&&) noexcept = default;
+    ~NumElementsMismatch() override;
+};
+
+/// A data set has too few records for the requested operation.
+class VELTRIX_API TooFewNumRows : public Exception {
+  public:
+    TooFewNumRows();
+    TooFewNumRows(const TooFewNumRows&) = default;
+    TooFewNumRows(TooFewNumRows&&) noexcept = default;
+    TooFewNumRows& operator=(const TooFewNumRows&) = default;
+    TooFewNumRows& operator=(TooFewNumRows&&) noexcept = default;
+    ~TooFewNumRows() override;
+};
+
+}  // namespace Veltrix

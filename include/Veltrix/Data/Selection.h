@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Export.h"
+
+namespace Veltrix {
+
+namespace Selection {
+
+/// Tag standing for every row or every column in a selection; written `Util::all`.
+enum All { all };
+
+}  // namespace Selection
+
+/// A set of indexes to leave out of a selection; made by `Util::except` only.
+class VELTRIX_API Except {
+  public:
+    const IntVector& getIndexes() const noexcept { return indexes_; }
+    /// The integers of [0, count) that are not in the set, ascending. Throws `Exception` when the
+    /// set names an index outside [0, count).
+    IntVector complement(int count) const;
+
+  private:
+    friend class Util;
+    explicit Except(IntVector indexes) : indexes_(std::move(indexes)) {}
+
+    IntVector indexes_;
+};
+
+}  // namespace Veltrix

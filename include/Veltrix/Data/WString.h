@@ -1,0 +1,61 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "Veltrix/Export.h"
+
+namespace Veltrix {
+
+/// A wide-character string with value semantics: names, labels and text cells. A unit is a
+/// `wchar_t` (UTF-16 or UTF-32, as the platform has it). Ordered unit by unit, so the order does
+/// not depend on a locale; hashable, so it can key ordered and unordered maps.
+class VELTRIX_API WString {
+  public:
+    WString() = default;
+    WString(const wchar_t* text) : text_(text) {}           // NOLINT(google-explicit-constructor)
+    WString(std::wstring text) : text_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
+    explicit WString(std::wstring_view text) : text_(text) {}
+
+    /// Text from UTF-8. Throws `Exception`, naming the byte offset, when it is not valid UTF-8.
+    static WString fromUtf8(std::string_view utf8);
+    /// The text in UTF-8. A lone surrogate becomes U+FFFD.
+    std::string toUtf8() const;
+
+    const wchar_t* data() const noexcept { return text_.c_str(); }
+    std::size_t size() const noexcept { return text_.size(); }
+    bool empty() const noexcept { return text_.empty(); }
+    wchar_t operator[](std::size_t index) const { return text_[index]; }
+    std::wstring_view view() const noexcept { return text_; }
+    const std::wstring& str() const noexcept { return text_; }
+
+    WString& operator+=(const WString& other) {
+        text_ += other.text_;
+        return *this;
+    }
+    friend WString operator+(const WString& a, const WString& b) { return {a.text_ + b.text_}; }
+    friend WString operator+(const WString& a, const wchar_t* b) { return {a.text_ + b}; }
+    friend WString operator+(const wchar_t* a, const WString& b) { return {a + b.text_}; }
+
+    friend bool operator==(const WString& a, const WString& b) { return a.text_ == b.text_; }
+    friend bool operator==(const WString& a, const wchar_t* b) { return a.text_ == b; }
+    friend bool operator<(const WString& a, const WString& b) { return a.text_ < b.text_; }
+    friend bool operator>(const WString& a, const WString& b) { return b < a; }
+    friend bool operator<=(const WString& a, const WString& b) { return !(b < a); }
+    friend bool operator>=(const WString& a, const WString& b) { return !(a < b); }
+
+  private:
+    std::wstring text_;
+};
+
+}  // namespace Veltrix
+
+template <>
+struct std::hash<Veltrix::WString> {
+    std::size_t operator()(const Veltrix::WString& text) const noexcept {
+        return std::hash<std::wstring_view>{}(text.view());
+    }
+};

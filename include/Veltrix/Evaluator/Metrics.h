@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Veltrix/Data/StringVector.h"
+#include "Veltrix/Data/Vector.h"
+#include "Veltrix/Export.h"
+
+namespace Veltrix {
+
+/// Scores of predictions. Lengths that differ throw `Exception`; empty operands give NaN.
+class VELTRIX_API Metrics {
+  public:
+    Metrics() = delete;
+
+    /// Root of the mean squared difference.
+    static double RMSE(const Vector& actual, const Vector& predicted);
+    /// Share of equal labels. `caseSensitive` false compares without regard to case (simple case
+    /// folding of each unit, ASCII and Latin, Greek and Cyrillic letters).
+    static double accuracy(const StringVector& actual, const StringVector& predicted,
+                           bool caseSensitive);
+};
+
+}  // namespace Veltrix

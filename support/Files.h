@@ -1,0 +1,53 @@
+#pragma once
+
+/// @file
+/// Whole files in and out. Paths are UTF-8.
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Veltrix::Support {
+
+/// A file could not be read or written; `what()` names the file and the cause.
+struct FileError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// The bytes of a file. Throws `FileError`.
+std::string readFile(const std::string& path);
+
+/// New content of a file that waits beside it until `commit` puts it in place.
+///
+/// The content grows in a new file in the target's folder, which takes the target's name on
+/// `commit` and is removed when that never comes. A symbolic link is followed, the permissions of a
+/// replaced file are kept. For a target that is no regular file (a pipe, a device) the content
+/// waits in the folder for temporary files and is copied into the target by `commit`. All throw
+/// `FileError`.
+class StagedFile {
+  public:
+    explicit StagedFile(const std::string& target);
+    StagedFile(StagedFile&&) noexcept;
+    StagedFile& operator=(StagedFile&&) noexcept;
+    ~StagedFile();
+
+    /// The waiting file, for those who write it themselves.
+    std::string path() const;
+    /// Whether `commit` renames (and so hardly fails) rather than copies.
+    bool replacesTarget() const noexcept;
+    /// Makes the text the whole content.
+    void write(std::string_view text);
+    /// Puts the content in place; once.
+    void commit();
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// Replaces (or creates) a file by the text, or leaves it exactly as it was; see `StagedFile`.
+/// Throws `FileError`.
+void writeFileAtomically(const std::string& path, std::string_view text);
+
+}  // namespace Veltrix::Support

@@ -1,0 +1,181 @@
+#pragma once
+
+/// @file
+/// JSON text: a document that is read through typed views, and a streaming writer.
+///
+/// Doubles are written with 17 significant digits, so that they read back bit for bit; NaN and the
+/// infinities are the strings "NaN", "Infinity" and "-Infinity". All text is UTF-8.
+
+#include <concepts>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "support/Files.h"
+
+namespace Veltrix::Support {
+
+/// Text that is no JSON, or a value that is missing or of another kind than expected; `what()`
+/// names the position or the key.
+struct JsonError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// One value of a document, with the path that leads to it for use in messages
+/// ("model.coefficients[3]"). Cheap to copy; valid as long as its `JsonDocument`.
+///
+/// Every access that does not find what its name says throws `JsonError` with the path.
+class JsonView {
+  public:
+    bool isNull() const;
+    bool isBool() const;
+    bool isNumber() const;
+    bool isString() const;
+    bool isArray() const;
+    bool isObject() const;
+
+    /// Member of an object; the key must be there.
+    JsonView at(std::string_view key) const;
+    /// Member of an object, if there is one under this key.
+    std::optional<JsonView> find(std::string_view key) const;
+    /// Member names of an object in the order of the text.
+    std::vector<std::string> keys() const;
+
+    /// Number of elements of an array.
+    std::int64_t size() const;
+    /// Element of an array.
+    JsonView at(std::int64_t index) const;
+
+    bool asBool() const;
+    /// A number, or one of the strings for non-finite values.
+    double asDouble() const;
+    /// A number without fraction or exponent that fits.
+    std::int32_t asInt32() const;
+    std::int64_t asInt64() const;
+    std::uint64_t asUint64() const;
+    const std::string& asString() const;
+
+    std::vector<double> asDoubles() const;
+    std::vector<std::int32_t> asInt32s() const;
+    std::vector<std::string> asStrings() const;
+
+    /// An array of exactly target.size() doubles, written into the target.
+    void copyDoubles(std::span<double> target) const;
+
+    /// The value as JSON text, for those who read a part by themselves.
+    std::string toJson() const;
+
+    const std::string& path() const { return path_; }
+
+    /// Throws `JsonError` for this value: `key "PATH": PROBLEM`. For rules beyond the kind of a
+    /// value (a wrong length, an unknown name).
+    [[noreturn]] void fail(std::string_view problem) const;
+
+  private:
+    friend class JsonDocument;
+    JsonView(const nlohmann::ordered_json& node, std::string path)
+        : node_(&node), path_(std::move(path)) {}
+
+    const nlohmann::ordered_json& arrayNode() const;
+    [[noreturn]] void failKind(std::string_view expected) const;
+    JsonView element(std::int64_t index) const;
+
+    const nlohmann::ordered_json* node_;
+    std::string path_;
+};
+
+/// A parsed text; owns the values that views look at.
+class JsonDocument {
+  public:
+    /// Arrays and objects nested deeper than this are refused.
+    static constexpr int kMaxDepth = 256;
+
+    /// Parses a whole UTF-8 text. Throws `JsonError` with line and column.
+    static JsonDocument parse(std::string_view text);
+
+    JsonDocument(JsonDocument&&) noexcept;
+    JsonDocument& operator=(JsonDocument&&) noexcept;
+    ~JsonDocument();
+
+    /// The outermost value.
+    JsonView root() const;
+
+  private:
+    explicit JsonDocument(std::unique_ptr<nlohmann::ordered_json> root);
+
+    std::unique_ptr<nlohmann::ordered_json> root_;
+};
+
+/// Writes JSON text front to back, straight into a string.
+///
+/// Commas are set by the writer; the caller pairs begin and end and writes a key before every value
+/// inside an object (pairing is asserted in debug builds). Strings must be valid UTF-8.
+class JsonWriter {
+  public:
+    JsonWriter& beginObject();
+    JsonWriter& endObject();
+    JsonWriter& beginArray();
+    JsonWriter& endArray();
+    JsonWriter& key(std::string_view name);
+
+    JsonWriter& null();
+    /// A value that is JSON text already.
+    JsonWriter& json(std::string_view text) { return literal(text); }
+    JsonWriter& value(double number);
+    JsonWriter& value(std::string_view text);
+    template <std::integral T>
+    JsonWriter& value(T number) {
+        if constexpr (std::same_as<T, bool>) {
+            return literal(number ? "true" : "false");
+        } else if constexpr (std::is_signed_v<T>) {
+            return signedInteger(number);
+        } else {
+            return unsignedInteger(number);
+        }
+    }
+
+    /// A whole array.
+    JsonWriter& value(std::span<const double> numbers);
+    JsonWriter& value(std::span<const std::int32_t> numbers);
+    JsonWriter& value(std::span<const std::string> texts);
+
+    /// `key(name)` and `value(...)` in one.
+    template <class T>
+    JsonWriter& member(std::string_view name, const T& content) {
+        return key(name).value(content);
+    }
+
+    /// The finished text; the writer is empty again.
+    std::string take();
+
+  private:
+    void separate();
+    JsonWriter& open(char bracket);
+    JsonWriter& close(char bracket);
+    JsonWriter& literal(std::string_view text);
+    JsonWriter& signedInteger(std::int64_t number);
+    JsonWriter& unsignedInteger(std::uint64_t number);
+    void appendDouble(double number);
+    void appendString(std::string_view text);
+
+    std::string text_;
+    std::int64_t depth_ = 0;
+    bool needsComma_ = false;
+};
+
+/// Opens the object of something stored: {"type": TYPE, "version": 1, ...
+JsonWriter& beginStored(JsonWriter& writer, std::string_view type);
+
+/// Throws `JsonError` naming the key unless `root` is a stored object of that type and of the
+/// version written now.
+void checkStored(const JsonView& root, std::string_view type);
+
+}  // namespace Veltrix::Support

@@ -1,0 +1,3 @@
+#include "support/kernels/ArraysImpl.h"
+
+const Veltrix::Kernels::Arrays Veltrix::Kernels::kArraysBaseline = kArrays;

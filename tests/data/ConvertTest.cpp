@@ -1,0 +1,72 @@
+#include "Veltrix/Data/Convert.h"
+
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include <gtest/gtest.h>
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+
+#include "Veltrix/Data/Util.h"
+#include "tests/data/MatrixTesting.h"
+
+using namespace Veltrix;
+using namespace Veltrix::Testing;
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+TEST(Convert, textToNumber) {
+    const std::pair<const wchar_t*, double> cases[] = {
+        {L" -2.5\t", -2.5}, {L"1.E+3", 1e3}, {L"-Infinity", -kInfinity}, {L"1e-400", 0.0}};
+    for (const auto& [text, value] : cases) {
+        EXPECT_EQ(Convert::toDouble(WString(text)), value) << WString(text).toUtf8();
+    }
+    EXPECT_TRUE(std::isnan(Convert::toDouble(WString())));
+    for (const wchar_t* text : {L" ", L"x", L"1,5", L"0x10", L"1e400", L"\u0661"}) {
+        EXPECT_THROW(Convert::toDouble(WString(text)), boost::bad_lexical_cast)
+            << WString(text).toUtf8();
+    }
+}
+
+TEST(Convert, cellsAsWholeNumbers) {
+    DataFrame frame;
+    frame.append(Vector{3.0, -2147483648.0, 2147483647.0, 2147483648.0, 0.5,
+                        std::numeric_limits<double>::quiet_NaN(), kInfinity});
+    frame.append(StringVector{L"12", L" -7 ", L"1e3", L"1.5", L"x", L"", L"9999999999"}, L"t");
+    const int expected[2][3] = {{3, -2147483647 - 1, 2147483647}, {12, -7, 1000}};
+    for (int j = 0; j < 2; ++j) {
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(Convert::toInt(frame(i, j)), expected[j][i]);
+        for (int i = 3; i < 7; ++i) {
+            EXPECT_THROW(Convert::toInt(frame(i, j)), boost::bad_lexical_cast) << i << ' ' << j;
+        }
+    }
+    EXPECT_THROW(Convert::toMatrix(frame), boost::bad_lexical_cast);
+}
+
+TEST(Convert, framesAndMatrices) {
+    DataFrame frame(L"mixed");
+    frame.append(Vector{1.0, 2.0});
+    frame.append(IntVector{3, 4});
+    frame.append(StringVector{L"5", L"6.5"}, L"t");
+    const Matrix matrix = Convert::toMatrix(frame);
+    const Matrix expected(2, 3, Vector{1, 2, 3, 4, 5, 6.5});
+    EXPECT_TRUE(matrix.equalTo(expected, 0.0));
+    EXPECT_EQ(Convert::toStringVector(frame), (StringVector{L"1", L"2", L"3", L"4", L"5", L"6.5"}));
+    EXPECT_EQ(Convert::toMatrix(DataFrame()).getNumCols(), 0);
+
+    for (const MatrixOrderType order : kOrders) {
+        Matrix values(2, 3, matrix.getAsDoubleVector(), kByColumns);
+        values.resize(2, 3, 0.0, order);
+        EXPECT_EQ(Convert::toDoubleVector(values(1, Util::all)), (Vector{2, 4, 6.5}));
+        const DataFrame back = Convert::toDataFrame(values);
+        EXPECT_EQ(back.getColNames(), (StringVector{L"1", L"2", L"3"}));
+        EXPECT_TRUE(Convert::toMatrix(back).equalTo(expected, 0.0));
+        EXPECT_EQ(Convert::toDataFrame(values, {L"p", L"q", L"r"})(1, L"r").toDouble(), 6.5);
+    }
+    EXPECT_TRUE(throwsException([&] { Convert::toDataFrame(matrix, {L"p"}); },
+                                "Frame from a matrix: 3 columns, 1 names"));
+}
+
+}  // namespace

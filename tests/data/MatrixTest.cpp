@@ -1,0 +1,290 @@
+#include "Veltrix/Data/Matrix.h"
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Util.h"
+#include "tests/data/MatrixTesting.h"
+
+using namespace Veltrix;
+using namespace Veltrix::Testing;
+
+namespace {
+
+constexpr auto kAll = Selection::all;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr Tolerance kRounding{1e-12, 1e-12};
+
+double start(int i, int j) { return 10.0 * i + j + 1.0; }
+
+class OneOrder : public testing::TestWithParam<MatrixOrderType> {
+  protected:
+    MatrixOrderType order() const { return GetParam(); }
+    Matrix a_ = made(3, 4, GetParam(), start);
+};
+
+class TwoOrders : public testing::TestWithParam<std::tuple<MatrixOrderType, MatrixOrderType>> {
+  protected:
+    MatrixOrderType left() const { return std::get<0>(GetParam()); }
+    MatrixOrderType right() const { return std::get<1>(GetParam()); }
+};
+
+INSTANTIATE_TEST_SUITE_P(orders, OneOrder, testing::ValuesIn(kOrders));
+INSTANTIATE_TEST_SUITE_P(orders, TwoOrders,
+                         testing::Combine(testing::ValuesIn(kOrders), testing::ValuesIn(kOrders)));
+
+TEST_P(OneOrder, valuesAreTakenAndGivenInStorageOrder) {
+    const Vector values{1.0, 2.0, 3.0, 4.0, 5.0, 6.0};
+    const Matrix a(2, 3, values, order());
+    const bool byRows = order() == kByRows;
+    EXPECT_TRUE(matches(
+        a, 2, 3, [&](int i, int j) { return byRows ? 3.0 * i + j + 1.0 : 2.0 * j + i + 1.0; }));
+    EXPECT_EQ(a.getAsDoubleVector(), values);
+    EXPECT_EQ(a.last(), 6.0);
+    EXPECT_EQ(Matrix(2, 2, Vector{0.1, 1e-07, 0.0, 0.1}).toString(), L"0.1 0\n1e-07 0.1\n");
+    EXPECT_EQ(Matrix(2, 3, values).getMatrixOrder(), kByColumns);
+}
+
+TEST_P(OneOrder, copiesAreIndependentAndMovesLeaveAnEmptyMatrix) {
+    a_.setName(L"name");
+    Matrix copy = a_;
+    copy(0, 0) = -1.0;
+    EXPECT_EQ(a_(0, 0), 1.0);
+    const double* storage = copy.data();
+    Matrix moved = std::move(copy);
+    EXPECT_EQ(moved.data(), storage);
+    EXPECT_EQ(moved.getName(), L"name");
+    EXPECT_EQ(copy.getNumRows(), 0);  // NOLINT(bugprone-use-after-move): promised
+    EXPECT_TRUE(copy.getAsDoubleVector().empty());
+    copy = a_;
+    EXPECT_TRUE(matches(copy, a_));
+    Matrix& self = copy;
+    copy = std::move(self);
+    EXPECT_TRUE(matches(copy, a_));
+    moved = std::move(copy);
+    EXPECT_TRUE(matches(moved, a_));
+    copy.appendRow({1.0});
+    EXPECT_TRUE(matches(copy, 1, 1, [](int, int) { return 1.0; }));
+}
+
+TEST_P(TwoOrders, resizeKeepsElementsByPosition) {
+    for (const auto& [rows, cols] : {std::pair{3, 4}, {5, 2}, {2, 7}, {0, 4}, {3, 0}, {40, 37}}) {
+        SCOPED_TRACE(std::to_string(rows) + " x " + std::to_string(cols));
+        Matrix a = made(3, 4, left(), start);
+        a.resize(rows, cols, -1.0, right());
+        EXPECT_EQ(a.getMatrixOrder(), right());
+        EXPECT_TRUE(matches(a, rows, cols,
+                            [](int i, int j) { return i < 3 && j < 4 ? start(i, j) : -1.0; }));
+    }
+}
+
+TEST_P(OneOrder, rowsAndColumnsComeIn) {
+    a_.appendRow({-1.0, -2.0, -3.0, -4.0});
+    EXPECT_TRUE(matches(a_, 4, 4, [](int i, int j) { return i < 3 ? start(i, j) : -1.0 - j; }));
+    for (int index = 0; index <= 4; ++index) {
+        Matrix b = a_;
+        b.insertColumn(index, {91.0, 92.0, 93.0, 94.0});
+        EXPECT_TRUE(matches(b, 4, 5, [&](int i, int j) {
+            return j == index ? 91.0 + i : a_(i, j < index ? j : j - 1);
+        })) << index;
+    }
+    Matrix grown(order());
+    for (int k = 0; k < 50; ++k) grown.appendRow({start(k, 0), start(k, 1)});
+    EXPECT_TRUE(matches(grown, 50, 2, start));
+    Matrix hollow(0, 3, order());
+    hollow.appendRow({1.0, 2.0, 3.0});
+    EXPECT_TRUE(matches(hollow, 1, 3, [](int, int j) { return j + 1.0; }));
+}
+
+TEST_P(OneOrder, transposeKeepsTheOrder) {
+    for (const auto& [rows, cols] : {std::pair{3, 4}, {1, 5}, {5, 1}, {17, 17}, {33, 50}, {0, 3}}) {
+        Matrix a = made(rows, cols, order(), start);
+        EXPECT_EQ(a.transpose().getMatrixOrder(), order());
+        EXPECT_TRUE(matches(a, cols, rows, [](int i, int j) { return start(j, i); }));
+    }
+}
+
+TEST_P(OneOrder, selections) {
+    a_.setName(L"name");
+    const IntVector rows{2, 0, 2};
+    const IntVector cols{3, 1};
+    const IntVector none;
+    const IntVector allRows{0, 1, 2};
+    const IntVector allCols{0, 1, 2, 3};
+    const std::tuple<Matrix, IntVector, IntVector> cases[] = {
+        {a_(rows, cols), rows, cols},    {a_(rows, kAll), rows, allCols},
+        {a_(kAll, cols), allRows, cols}, {a_(none, cols), none, cols},
+        {a_(kAll, none), allRows, none},
+    };
+    for (const auto& [actual, fromRows, fromCols] : cases) {
+        EXPECT_EQ(actual.getMatrixOrder(), order());
+        EXPECT_EQ(actual.getName(), L"name");
+        ASSERT_EQ(std::size_t(actual.getNumRows()), fromRows.size());
+        ASSERT_EQ(std::size_t(actual.getNumCols()), fromCols.size());
+        for (int i = 0; i < actual.getNumRows(); ++i) {
+            for (int j = 0; j < actual.getNumCols(); ++j) {
+                EXPECT_EQ(actual(i, j), start(fromRows[std::size_t(i)], fromCols[std::size_t(j)]));
+            }
+        }
+    }
+    const Except outer = Util::except(IntVector{0, 2, 0});
+    EXPECT_TRUE(matches(a_(outer, Util::except(3)), 1, 3, [](int, int j) { return start(1, j); }));
+    EXPECT_EQ(a_.getSubColumn(rows, 1), (Vector{22.0, 2.0, 22.0}));
+    EXPECT_TRUE(a_.getSubColumn(none, 1).empty());
+}
+
+TEST_P(TwoOrders, setWritesABlock) {
+    Matrix a = made(3, 4, left(), start);
+    const Matrix block = made(2, 2, right(), [](int i, int j) { return -(2.0 * i + j + 1.0); });
+    a.set({2, 0}, {1, 3}, block);
+    EXPECT_TRUE(matches(a, 3, 4, [&](int i, int j) {
+        if (i == 1 || (j != 1 && j != 3)) return start(i, j);
+        return block(i == 2 ? 0 : 1, j == 1 ? 0 : 1);
+    }));
+    Matrix square = made(3, 3, left(), start);
+    square.set({2, 0, 1}, {1, 2, 0}, square);
+    const int rowOf[] = {1, 2, 0};
+    const int colOf[] = {2, 0, 1};
+    EXPECT_TRUE(matches(square, 3, 3, [&](int i, int j) { return start(rowOf[i], colOf[j]); }));
+}
+
+TEST_P(TwoOrders, elementWiseArithmetic) {
+    // Larger than a tile of the kernels, and no multiple of it.
+    const Matrix a = randomMatrix(37, 45, left(), 1);
+    const Matrix b = randomMatrix(37, 45, right(), 2);
+    Matrix sum = a;
+    Matrix difference = a;
+    Matrix doubled = a;
+    const std::pair<Matrix, double (*)(double, double)> cases[] = {
+        {a + b, [](double x, double y) { return x + y; }},
+        {a - b, [](double x, double y) { return x - y; }},
+        {a % b, [](double x, double y) { return x * y; }},
+        {a / b, [](double x, double y) { return x / y; }},
+        {sum += b, [](double x, double y) { return x + y; }},
+        {difference -= b, [](double x, double y) { return x - y; }},
+        {doubled += doubled, [](double x, double) { return x + x; }},
+        {a / 8.0, [](double x, double) { return x / 8.0; }},
+        {3.0 * a, [](double x, double) { return 3.0 * x; }},
+        {3.0 - a, [](double x, double) { return 3.0 - x; }},
+        {-a, [](double x, double) { return -x; }},
+    };
+    int row = 0;  // of the table
+    for (const auto& [actual, expected] : cases) {
+        SCOPED_TRACE(row++);
+        EXPECT_EQ(actual.getMatrixOrder(), left());
+        EXPECT_TRUE(matches(actual, made(37, 45, kByRows, [&, f = expected](int i, int j) {
+                                return f(a(i, j), b(i, j));
+                            })));
+    }
+}
+
+TEST_P(TwoOrders, products) {
+    const int shapes[][3] = {{1, 1, 1}, {8, 8, 8}, {9, 8, 7}, {31, 17, 23}, {3, 0, 2}, {0, 3, 2}};
+    for (const auto& [rows, inner, cols] : shapes) {
+        SCOPED_TRACE(testing::Message() << rows << " x " << inner << " x " << cols);
+        Matrix a = randomMatrix(rows, inner, left(), 3);
+        a.setName(L"left");
+        const Matrix b = randomMatrix(inner, cols, right(), 4);
+        const Matrix product = a * b;
+        EXPECT_EQ(product.getMatrixOrder(), left());
+        EXPECT_EQ(product.getName(), L"left");
+        EXPECT_TRUE(matches(product, plainProduct(a, b), kRounding));
+    }
+    Matrix square = randomMatrix(12, 12, left(), 5);
+    const Matrix expected = plainProduct(square, square);
+    square = square * square;
+    EXPECT_TRUE(matches(square, expected, kRounding));
+}
+
+TEST_P(OneOrder, matrixTimesVector) {
+    for (const auto& [rows, cols] : {std::pair{3, 4}, {40, 30}, {1, 9}, {0, 3}, {3, 0}}) {
+        const Matrix a = randomMatrix(rows, cols, order(), 6);
+        const Matrix x = randomMatrix(cols, 1, kByColumns, 7);
+        const Vector product = a * x.getAsDoubleVector();
+        EXPECT_TRUE(allNear(product, plainProduct(a, x).getAsDoubleVector(), kRounding));
+    }
+}
+
+TEST_P(TwoOrders, equalToComparesShapeAndElements) {
+    const Matrix a(2, 2, 1.0, left());
+    const auto with = [&](double value) {
+        Matrix b(2, 2, 1.0, right());
+        b(0, 1) = value;
+        return b;
+    };
+    EXPECT_TRUE(a.equalTo(with(1.0), 0.0));
+    EXPECT_TRUE(a.equalTo(with(1.25), 0.25));
+    EXPECT_FALSE(a.equalTo(with(1.25), 0.2));
+    EXPECT_FALSE(a.equalTo(with(kNaN), kInfinity));
+    EXPECT_FALSE(with(kNaN).equalTo(with(kNaN), 1.0));
+    EXPECT_TRUE(with(kInfinity).equalTo(with(kInfinity), 0.0));
+    EXPECT_FALSE(with(kInfinity).equalTo(with(-kInfinity), 1.0));
+    EXPECT_FALSE(a.equalTo(Matrix(2, 3, 1.0, right()), kInfinity));
+    EXPECT_FALSE(Matrix(0, 2).equalTo(Matrix(2, 0), 1.0));
+}
+
+TEST_P(OneOrder, misuseNamesTheOperationAndChangesNothing) {
+    const Matrix before = a_;
+    const Matrix other(4, 3, order());
+    const Matrix five(5, 2, order());
+    const Vector two(2);
+    Matrix empty(order());
+    constexpr int kSize = 1;
+    constexpr int kIndex = 2;
+    constexpr int kArgument = 3;
+    struct Case {
+        std::function<void()> action;
+        const char* message;
+        int code;
+    };
+    const Case cases[] = {
+        {[&] { a_ += other; }, "Matrix sum: 3 x 4 on the left, 4 x 3 on the right", kSize},
+        {[&] { (void)(a_ * five); }, "Matrix product: 4 columns on the left, 5 rows on the right",
+         kSize},
+        {[&] { (void)(a_ * two); },
+         "Matrix-vector product: 4 columns on the left, 2 elements on the right", kSize},
+        {[&] { Matrix(-1, 2); }, "Matrix: rows -1, at least 0 expected", kArgument},
+        {[&] { Matrix(2, 3, two, order()); }, "Matrix: 6 values expected, 2 found", kSize},
+        {[&] { a_.resize(2, -3); }, "Matrix::resize: columns -3, at least 0 expected", kArgument},
+        {[&] { a_.appendRow(two); }, "Matrix::appendRow: 4 columns, 2 values", kSize},
+        {[&] { a_.appendColumn(two); }, "Matrix::insertColumn: 3 rows, 2 values", kSize},
+        {[&] { a_.insertColumn(5, Vector(3)); },
+         "Matrix::insertColumn: position 5 of 5, counted from 0", kIndex},
+        {[&] {
+             (void)a_({0, 3}, kAll);
+         },
+         "Matrix selection: row 3 of 3, counted from 0", kIndex},
+        {[&] {
+             (void)a_({0, 1}, {-1});
+         },
+         "Matrix selection: column -1 of 4, counted from 0", kIndex},
+        {[&] {
+             a_.set({0, 3}, {0}, Matrix(2, 1));
+         },
+         "Matrix::set: row 3 of 3, counted from 0", kIndex},
+        {[&] {
+             a_.set({0, 1}, {0}, Matrix(1, 1));
+         },
+         "Matrix::set: 2 rows chosen, 1 rows in the block", kSize},
+        {[&] { a_.set({0}, {0}, Matrix(1, 2)); },
+         "Matrix::set: 1 columns chosen, 2 columns in the block", kSize},
+        {[&] { (void)a_.getSubColumn({0}, 4); },
+         "Matrix::getSubColumn: column 4 of 4, counted from 0", kIndex},
+        {[&] { (void)empty.last(); }, "Matrix::last: the operand is empty", kArgument},
+    };
+    for (const Case& test : cases) {
+        EXPECT_TRUE(throwsException(test.action, test.message, test.code));
+    }
+    EXPECT_TRUE(matches(a_, before));
+    EXPECT_THROW(Matrix(std::numeric_limits<int>::max(), std::numeric_limits<int>::max()),
+                 std::exception);
+}
+
+}  // namespace

@@ -1,0 +1,241 @@
+// Reference values: R 4.2.2, data set mtcars, first 14 cars, columns mpg, hp, wt, groups by cyl
+// (cov, cor, colMeans, lm(mpg ~ hp + wt), deviance, solve(crossprod(cbind(1, hp, wt)))).
+#include <cmath>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Util.h"
+#include "tests/data/RandomValues.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+constexpr Tolerance kDigits{1e-13, 1e-14};
+
+const Vector kCars{21,    110,  2.62, 21,   110,  2.875, 22.8, 93,   2.32, 21.4, 110,
+                   3.215, 18.7, 175,  3.44, 18.1, 105,   3.46, 14.3, 245,  3.57, 24.4,
+                   62,    3.19, 22.8, 95,   3.15, 19.2,  123,  3.44, 17.8, 123,  3.44,
+                   16.4,  180,  4.07, 17.3, 180,  3.73,  15.2, 180,  3.78};
+const IntVector kCylinders{6, 6, 4, 6, 8, 6, 8, 4, 4, 6, 6, 8, 8, 8};
+
+Matrix cars(MatrixOrderType order) {
+    Matrix a(14, 3, kCars, MatrixOrderType::rowMajor);
+    a.resize(14, 3, 0.0, order);
+    return a;
+}
+
+Vector byRows(Matrix a) {
+    a.resize(a.getNumRows(), a.getNumCols(), 0.0, MatrixOrderType::rowMajor);
+    return a.getAsDoubleVector();
+}
+
+TEST(UtilStatistics, CovarianceAndCorrelation) {
+    const Vector covariance{9.1520879120879108,  -132.35494505494506, -1.0373406593406596,
+                            -132.35494505494506, 2425.4560439560441,  14.436373626373626,
+                            -1.0373406593406596, 14.436373626373626,  0.21615659340659343};
+    const Vector correlation{1, -0.888348506001719,  -0.73752554212919585, -0.888348506001719,
+                             1, 0.63048849430659115, -0.73752554212919585, 0.63048849430659115,
+                             1};
+    for (const MatrixOrderType order : kOrders) {
+        const Matrix a = cars(order);
+        EXPECT_TRUE(allNear(byRows(Util::covariance(a)), covariance, kDigits));
+        EXPECT_TRUE(allNear(byRows(Util::correlation(a, false)), correlation, kDigits));
+        EXPECT_TRUE(
+            allNear(byRows(Util::correlation(a, true)), Util::absolute(correlation), kDigits));
+        EXPECT_EQ(Util::covariance(a).getMatrixOrder(), order);
+    }
+    EXPECT_THROW(Util::covariance(Matrix(1, 3)), TooFewNumRows);
+    EXPECT_THROW(Util::correlation(Matrix(), false), TooFewNumRows);
+}
+
+// Several blocks of rows; a large offset must not cost digits; constant columns and NaN columns.
+TEST(UtilStatistics, CovarianceOfTallMatrices) {
+    const int n = 40001;
+    for (const MatrixOrderType order : kOrders) {
+        Matrix a = normalMatrix(n, 6, order, 21);
+        const Matrix centred = Util::covariance(a);
+        for (int i = 0; i < n; ++i) {
+            for (int j = 0; j < 4; ++j) a(i, j) += std::ldexp(1.0, 20);
+            a(i, 4) = 0.1;
+        }
+        a(77, 5) = kNaN;
+        const Matrix c = Util::covariance(a);
+        long double cross = 0.0L;
+        const Vector means = Util::mean(a);
+        for (int i = 0; i < n; ++i) cross += (a(i, 0) - means[0]) * (a(i, 3) - means[3]);
+        EXPECT_TRUE(isNear(c(0, 3), static_cast<double>(cross / (n - 1)), {1e-11, 0.0}));
+        EXPECT_TRUE(isNear(c(1, 1), centred(1, 1), {1e-9, 0.0}));
+        EXPECT_EQ(c(4, 4), 0.0);
+        EXPECT_TRUE(std::isnan(c(5, 0)) && std::isnan(c(0, 5)) && std::isnan(c(5, 5)));
+        const Matrix r = Util::correlation(a, false);
+        EXPECT_TRUE(std::isnan(r(4, 0)) && std::isnan(r(0, 4)));
+        EXPECT_EQ(r(4, 4), 1.0);
+        EXPECT_FALSE(std::isnan(r(2, 3)));
+    }
+}
+
+TEST(UtilStatistics, Groups) {
+    const Vector means{23.333333333333332,
+                       83.333333333333329,
+                       2.8866666666666667,
+                       19.75,
+                       113.5,
+                       3.175,
+                       16.379999999999999,
+                       192,
+                       3.718};
+    const Vector six{2.535, -4.85, -0.4271, -4.85, 57.9, 1.093, -0.4271, 1.093, 0.12426};
+    const Vector pooled{2.393606060606059,    -18.653030303030292, -0.18566969696969696,
+                        -18.653030303030292,  409.469696969697,    -1.0583333333333342,
+                        -0.18566969696969696, -1.0583333333333342, 0.12098606060606061};
+    const Vector mean{19.314285714285713, 135.07142857142858, 3.3071428571428569};
+    for (const MatrixOrderType order : kOrders) {
+        for (const bool separate : {false, true}) {
+            const GroupStatistic s = Util::groupStatistic(cars(order), kCylinders, separate, true);
+            EXPECT_EQ(s.getGroupCodes(), (IntVector{4, 6, 8}));
+            EXPECT_EQ(s.getGroupSizes(), (IntVector{3, 6, 5}));
+            EXPECT_TRUE(allNear(byRows(Util::transpose(s.getGroupMean())), means, kDigits));
+            EXPECT_TRUE(allNear(byRows(s.getPooledCovariance()), pooled, kDigits));
+            EXPECT_TRUE(allNear(s.getPooledMean(), mean, kDigits));
+            if (separate) {
+                EXPECT_TRUE(allNear(byRows(s.getGroupCovariance(1)), six, kDigits));
+            } else {
+                EXPECT_THROW(s.getGroupCovariance(1), Exception);
+            }
+        }
+        const IntVector single{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 2};
+        const GroupStatistic s = Util::groupStatistic(cars(order), single, true, false);
+        EXPECT_TRUE(std::isnan(s.getGroupCovariance(1)(0, 2)));
+        EXPECT_TRUE(s.getPooledCovariance().empty());
+    }
+    EXPECT_NE(refusal([] {
+                  Util::groupStatistic(Matrix(3, 1), IntVector{1, 2}, true, true);
+              }).find("3 rows, 2 group codes"),
+              std::string::npos);
+}
+
+/// [1 hp wt mpg]ᵀ[1 hp wt mpg]
+Matrix borderedCrossProduct(MatrixOrderType order) {
+    const Matrix a = cars(order);
+    Matrix z(14, 4, order);
+    z(Util::all, 0) = Vector(14, 1.0);
+    z(Util::all, 1) = a(Util::all, 1);
+    z(Util::all, 2) = a(Util::all, 2);
+    z(Util::all, 3) = a(Util::all, 0);
+    return Util::transpose(z) * z;
+}
+
+TEST(UtilSweep, GivesTheRegression) {
+    const Vector coefficients{31.481868261221191, -0.043163267183723111, -1.9162941125847999};
+    const Vector inverse{4.3511510946837824,    0.0045166106260456969,  -1.4785534777413687,
+                         0.0045166106260457334, 5.264020052105426e-05,  -0.0035156623747290257,
+                         -1.4785534777413705,   -0.0035156623747290149, 0.59066665742962754};
+    for (const MatrixOrderType order : kOrders) {
+        Matrix a = borderedCrossProduct(order);
+        Util::sweep(a, IntVector{0, 1, 2});
+        EXPECT_TRUE(allNear(a.getSubColumn(Util::range(0, 3), 3), coefficients, {1e-11, 0.0}));
+        EXPECT_TRUE(isNear(Util::residualSumOfSquares(a), 18.867761345614806, {1e-11, 0.0}));
+        EXPECT_TRUE(allNear(byRows(a(Util::except(3), Util::except(3))), inverse, {1e-11, 0.0}));
+        // Rows and columns have opposite signs, whatever the order of storage.
+        EXPECT_TRUE(isNear(a(3, 1), -a(1, 3), kDigits));
+    }
+}
+
+TEST(UtilSweep, TwiceRestores) {
+    for (const int n : {1, 2, 9, 50}) {
+        for (const MatrixOrderType order : kOrders) {
+            const Matrix x = normalMatrix(n + 5, n, order, 31);
+            const Matrix a = Util::transpose(x) * x;
+            for (int k = 0; k < n; k += 3) {
+                const Matrix once = Util::sweep(a, k);
+                EXPECT_TRUE(Util::sweep(once, k).equalTo(a, 1e-10)) << n << ", " << k;
+            }
+            // Sweeps on different pivots commute.
+            Matrix forth(a);
+            Matrix back(a);
+            Util::sweep(forth, Util::range(0, n));
+            Util::sweep(back, Util::range(n - 1, -1, -1));
+            EXPECT_TRUE(forth.equalTo(back, 1e-9)) << n;
+            EXPECT_TRUE((forth * a).equalTo(Util::eye(n, n), 1e-9)) << n;
+        }
+    }
+}
+
+TEST(UtilSweep, BadArguments) {
+    Matrix a(2, 2, Vector{0, 1, 1, 2});
+    EXPECT_NE(refusal([&] { Util::sweep(a, 0); }).find("diagonal element 0 is 0"),
+              std::string::npos);
+    EXPECT_NE(refusal([&] {
+                  Util::sweep(a, IntVector{1, 2});
+              }).find("pivot 2 of 2"),
+              std::string::npos);
+    EXPECT_EQ(a(1, 1), 2.0);
+    Matrix wide(2, 3);
+    EXPECT_THROW(Util::sweep(wide, 0), NumElementsMismatch);
+    EXPECT_THROW(Util::residualSumOfSquares(wide), NumElementsMismatch);
+    EXPECT_THROW(Util::residualSumOfSquares(Matrix()), Exception);
+}
+
+TEST(UtilPermutation, ReordersAndUndoes) {
+    const IntVector p{2, 0, 3, 1};
+    for (const MatrixOrderType order : kOrders) {
+        const Matrix a = normalMatrix(4, 4, order, 41);
+        Matrix rows(a);
+        Matrix cols(a);
+        Util::permuteRows(rows, p, PermutationType::forward);
+        Util::permuteCols(cols, p, PermutationType::forward);
+        for (int i = 0; i < 4; ++i) {
+            for (int j = 0; j < 4; ++j) {
+                EXPECT_EQ(rows(i, j), a(p[static_cast<std::uint64_t>(i)], j));
+                EXPECT_EQ(cols(i, j), a(i, p[static_cast<std::uint64_t>(j)]));
+            }
+        }
+        Util::permuteRows(rows, p, PermutationType::inverse);
+        Util::permuteCols(cols, p, PermutationType::inverse);
+        EXPECT_TRUE(rows.equalTo(a, 0.0) && cols.equalTo(a, 0.0));
+        EXPECT_EQ(rows.getMatrixOrder(), order);
+    }
+    Matrix a(4, 2);
+    const auto permute = [&](const IntVector& permutation, int type) {
+        return refusal(
+            [&] { Util::permuteRows(a, permutation, static_cast<PermutationType>(type)); });
+    };
+    EXPECT_NE(permute({0, 1, 1, 3}, 1).find("index 1 stands twice"), std::string::npos);
+    EXPECT_NE(permute({0, 1, 4, 3}, 2).find("index 4 of 4"), std::string::npos);
+    EXPECT_NE(permute({0, 1}, 1).find("2 indexes"), std::string::npos);
+    EXPECT_NE(permute(p, 3).find("type 3"), std::string::npos);
+}
+
+TEST(UtilDecompositions, CholeskyReadsOneTriangle) {
+    for (const MatrixOrderType order : kOrders) {
+        const Matrix x = normalMatrix(30, 12, order, 51);
+        const Matrix a = Util::transpose(x) * x;
+        for (const TriangularityType triangle :
+             {TriangularityType::upper, TriangularityType::lower}) {
+            const bool upper = triangle == TriangularityType::upper;
+            Matrix half(a);
+            for (int i = 0; i < 12; ++i) {
+                for (int j = 0; j < i; ++j) (upper ? half(i, j) : half(j, i)) = kNaN;
+            }
+            const Matrix f = Util::cholesky(half, triangle);
+            const Matrix product = upper ? Util::transpose(f) * f : f * Util::transpose(f);
+            EXPECT_TRUE(product.equalTo(a, 1e-12));
+            EXPECT_EQ(upper ? f(5, 2) : f(2, 5), 0.0);
+            EXPECT_GT(f(3, 3), 0.0);
+        }
+        const Spectral s = Util::spectral(a);
+        const SVD d = Util::svd(a);
+        EXPECT_TRUE(isNear(s.getEigenvalues().back(), d.getSingularValues()[0], {1e-12, 0.0}));
+        EXPECT_LT(s.getEigenvalues()[0], s.getEigenvalues()[1]);
+    }
+    EXPECT_NE(refusal([] {
+                  Util::cholesky(Matrix(2, 2, -1.0), TriangularityType::upper);
+              }).find("Cholesky factorisation"),
+              std::string::npos);
+    EXPECT_THROW(Util::cholesky(Matrix(2, 3), TriangularityType::upper), NumElementsMismatch);
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing

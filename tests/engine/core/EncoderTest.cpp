@@ -1,0 +1,202 @@
+#include <algorithm>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Convert.h"
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Util.h"
+#include "Veltrix/Engine/CatReducer.h"
+#include "Veltrix/Engine/Encoder.h"
+#include "Veltrix/Engine/Exceptions.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using Engine::CatReducer;
+using Engine::Encoder;
+
+/// Chinese, an emoji outside the 16-bit range, "é" precomposed and with a combining accent, and a
+/// missing cell.
+const StringVector kTexts{L"\u6c49\u5b57", L"\U0001F600", L"\u00e9",
+                          L"e\u0301",      L"",           L"\U0001F600"};
+
+DataFrame sales() {
+    DataFrame frame(L"sales");
+    frame.append(StringVector{L"south", L"north", L"south", L"east"}, L"region");
+    Vector price{1.5, 2.5, 3.5, 4.5};
+    price.setName(L"price");
+    frame.append(price);
+    IntVector grade{10, 9, 9, 10};
+    grade.setName(L"grade");
+    frame.append(grade);
+    frame.append(StringVector{L"y", L"n", L"n", L"y"}, L"sold");
+    frame.setRowNames(StringVector{L"a", L"b", L"c", L"d"});
+    return frame;
+}
+
+std::string messageOf(const auto& action) {
+    try {
+        action();
+    } catch (const Exception& error) {
+        return error.what();
+    }
+    return {};
+}
+
+TEST(Encoder, ReplacesTextColumnsInPlace) {
+    const DataFrame frame = sales();
+    Encoder encoder;
+    EXPECT_EQ(encoder.fit(frame).getNumCatCols(), 2);
+    const DataFrame coded = encoder.transform(frame);
+    EXPECT_EQ(coded.getRowNames(), frame.getRowNames());
+    EXPECT_EQ(coded.getColNames(), (StringVector{L"region_east", L"region_north", L"region_south",
+                                                 L"price", L"grade", L"sold_n", L"sold_y"}));
+    const Vector expected{0,   0,   0,  1, 0, 1,  0, 0, 1, 0, 1, 0, 1.5, 2.5,
+                          3.5, 4.5, 10, 9, 9, 10, 0, 1, 1, 0, 1, 0, 0,   1};
+    EXPECT_EQ(Convert::toMatrix(coded).getAsDoubleVector(), expected);
+    // Without the rows of a category its column stays, all 0.
+    const DataFrame part = encoder.transform(frame(IntVector{0, 2}, Util::all));
+    EXPECT_EQ(Util::sum(part(Util::all, L"region_east").toDoubleVector()), 0.0);
+}
+
+TEST(Encoder, ListedColumnsAndNumbersByTheirText) {
+    const DataFrame frame = sales();
+    Encoder encoder;
+    encoder.fit(frame, IntVector{2, 0});
+    EXPECT_FALSE(encoder.isEncoded(L"sold"));
+    // Text order: "10" before "9".
+    EXPECT_EQ(encoder.getMapping().at(L"grade"), (Encoder::CategoryMap{{L"10", 0}, {L"9", 1}}));
+    const DataFrame grades = encoder.transformCatCol(frame(Util::all, L"grade"));
+    EXPECT_EQ(grades.getColNames(), (StringVector{L"grade_10", L"grade_9"}));
+    EXPECT_EQ(grades(Util::all, 1).toDoubleVector(), (Vector{0, 1, 1, 0}));
+    const StringVector unknown{L"region", L"size"};
+    EXPECT_NE(messageOf([&] { encoder.fit(frame, unknown); }).find("size"), std::string::npos);
+    EXPECT_TRUE(encoder.isEncoded(L"grade"));
+}
+
+TEST(Encoder, UnseenCategoryAndMissingColumn) {
+    const DataFrame frame = sales();
+    Encoder encoder;
+    encoder.fit(frame(IntVector{0, 1}, Util::all));  // without "east"
+    EXPECT_THROW(encoder.transform(frame), Engine::OneHotEncoderFailure);
+    const DataFrame poor = frame(Util::all, IntVector{1, 3});
+    EXPECT_NE(messageOf([&] { encoder.transform(poor); }).find("\"region\" expected"),
+              std::string::npos);
+}
+
+TEST(Encoder, ManualMapping) {
+    const DataFrame frame = sales();
+    Encoder encoder;
+    encoder.setMapping(L"region", {{L"south", 0}, {L"north", 1}, {L"east", 3}, {L"west", 2}});
+    EXPECT_EQ(encoder.transform(frame).getColNames(),
+              (StringVector{L"region_south", L"region_north", L"region_west", L"region_east",
+                            L"price", L"grade", L"sold"}));
+    const Encoder::CategoryMap wrong[] = {{{L"a", 1}}, {{L"a", -1}}, {{L"a", 0}, {L"b", 0}}};
+    for (const auto& categories : wrong) {
+        EXPECT_NE(messageOf([&] { encoder.setMapping(L"sold", categories); }).find("sold"),
+                  std::string::npos);
+    }
+    EXPECT_EQ(encoder.getEncodedColNames(), StringVector{L"region"});
+}
+
+TEST(Encoder, AnyTextGoesThroughJson) {
+    DataFrame frame;
+    frame.append(kTexts, L"\u540d\u524d \U0001F3F7");
+    frame.append(StringVector{L"x", L"y", L"x", L"y", L"x", L"y"}, L"quote\" \\ \n");
+    Encoder encoder;
+    encoder.fit(frame);
+    Encoder copy;
+    copy.fromJsonString(encoder.toJson());
+    EXPECT_EQ(copy.getMapping(), encoder.getMapping());
+    const DataFrame coded = copy.transform(frame);
+    // Exactly one indicator a row, and its name holds the text.
+    for (int i = 0; i < frame.getNumRows(); ++i) {
+        for (int j = 0; j < 5; ++j) {
+            const bool own =
+                coded.getColName(j) == frame.getColName(0) + L"_" + frame(i, 0).toString();
+            EXPECT_EQ(coded(i, j).toInt(), own ? 1 : 0);
+        }
+    }
+    Encoder manual;
+    manual.setMapping(L"c", {{L"low", 0}, {L"high", 1}});
+    copy.fromJsonString(manual.toJson());
+    EXPECT_EQ(copy.getMapping(), manual.getMapping());
+}
+
+struct Damage {
+    const char* text;
+    const char* key;
+};
+
+TEST(Encoder, DamagedJsonChangesNothing) {
+    Encoder encoder;
+    encoder.setMapping(L"c", {{L"a", 0}});
+    const Damage cases[] = {
+        {R"({"type":"CatReducer","version":1})", "type"},
+        {R"({"type":"Encoder","version":2,"columns":[]})", "version"},
+        {R"({"type":"Encoder","version":1,"columns":[{"name":"a"}]})", "categories"},
+        {R"({"type":"Encoder","version":1,"columns":[{"name":"a","categories":["x","x"]}]})",
+         "categories[1]"},
+        {R"({"type":"Encoder","version":1,"columns":[{"name":"a","categories":[]},)"
+         R"({"name":"a","categories":[]}]})",
+         "columns[1].name"},
+    };
+    for (const Damage& damage : cases) {
+        const auto load = [&] { encoder.fromJsonString(WString::fromUtf8(damage.text)); };
+        EXPECT_NE(messageOf(load).find(damage.key), std::string::npos) << messageOf(load);
+    }
+    EXPECT_TRUE(encoder.isEncoded(L"c"));
+}
+
+TEST(CatReducer, MostFrequentLevelsKeepTheirCodes) {
+    // Counts: d 3, b 2, c 2, a 1.
+    const StringVector values{L"d", L"c", L"b", L"d", L"a", L"b", L"c", L"d"};
+    struct Case {
+        int k;
+        IntVector codes;  // of a, b, c, d
+    };
+    const Case cases[] = {{1, {1, 1, 1, 1}},     {2, {2, 2, 2, 1}},          {3, {3, 2, 3, 1}},
+                          {5, {4, 2, 3, 1}},     {2147483647, {4, 2, 3, 1}}, {0, {0, 0, 0, 0}},
+                          {-2, {-2, -2, -2, -2}}};
+    DataFrame frame;
+    frame.append(values, L"level");
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.k);
+        CatReducer reducer;
+        reducer.setNumCategories(each.k).fit(values);
+        EXPECT_EQ(reducer.transform(StringVector{L"a", L"b", L"c", L"d"}), each.codes);
+        EXPECT_EQ(reducer.getMapping(L"e"), 0);
+        CatReducer byColumn;
+        byColumn.setNumCategories(each.k).fit(frame(Util::all, 0));
+        EXPECT_EQ(byColumn.getMapper(), reducer.getMapper());
+    }
+}
+
+TEST(CatReducer, ManualMappingAndJson) {
+    CatReducer reducer;
+    reducer.setManualMapping(true).setNumCategories(3).setMapping(L"a", 7).fit(kTexts);
+    EXPECT_EQ(reducer.transform(StringVector{L"a", L"", L"a"}), (IntVector{7, 0, 7}));
+    reducer.setManualMapping(false).fit(kTexts);
+    EXPECT_EQ(reducer.transform(kTexts), (IntVector{3, 1, 3, 3, 2, 1}));
+    reducer.setManualMapping(true);
+    CatReducer copy;
+    copy.fromJsonString(reducer.toJson());
+    EXPECT_EQ(copy.getMapper(), reducer.getMapper());
+    EXPECT_EQ(copy.getNumCategories(), 3);
+    copy.setMapper({{L"q", -1}});
+    const Damage cases[] = {
+        {R"({"type":"CatReducer","version":1,"numCategories":1.5})", "numCategories"},
+        {R"({"type":"CatReducer","version":1,"numCategories":1,"manualMapping":true,)"
+         R"("levels":["a"],"codes":[1,2]})",
+         "codes"},
+    };
+    for (const Damage& damage : cases) {
+        const auto load = [&] { copy.fromJsonString(WString::fromUtf8(damage.text)); };
+        EXPECT_NE(messageOf(load).find(damage.key), std::string::npos) << messageOf(load);
+    }
+    EXPECT_EQ(copy.getMapping(L"q"), -1);
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing

@@ -1,0 +1,303 @@
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Engine/Sampling.h"
+#include "support/RuntimeRandom.h"
+#include "tests/support/ReferenceData.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using namespace Engine::Sampling;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr Tolerance kThresholds{1e-13, 0.0};
+
+std::vector<int> toList(const IntVector& values) { return {values.begin(), values.end()}; }
+
+std::vector<int> toList(const std::vector<double>& values) {
+    std::vector<int> list;
+    for (const double value : values) list.push_back(static_cast<int>(value));
+    return list;
+}
+
+/// A sampler that also tells how many records it takes at once.
+template <class Sampler>
+struct Opened : Sampler {
+    using Sampler::Sampler;
+    int countTaken() { return this->generatePairs(this->getThreshold()); }
+};
+
+/// The entry of a reference file and everything that both kinds of samplers have in common.
+template <class Sampler>
+void expectReference(const ReferenceData& reference, const std::string& entry,
+                     const std::string& result, Opened<Sampler> sampler) {
+    SCOPED_TRACE(entry);
+    const auto number = [&](const char* name) { return reference.scalar(entry + name); };
+    sampler.setDelta(reference.scalar("delta"));
+    sampler.setSeed(static_cast<std::uint32_t>(number("seed")));
+    EXPECT_TRUE(isNear(sampler.getThreshold().q1, number("q1"), kThresholds));
+    EXPECT_TRUE(isNear(sampler.getThreshold().q2, number("q2"), kThresholds));
+    EXPECT_EQ(sampler.countTaken(), number("accepted"));
+    const std::vector<int> drawn = toList(sampler.sample());
+    EXPECT_EQ(sampler.getWaitList().size(), number("wait_list"));
+    const bool empty = !reference.has(entry + result);
+    EXPECT_EQ(drawn, empty ? std::vector<int>() : toList(reference.vector(entry + result)));
+    EXPECT_EQ(drawn, toList(sampler.getSample()));
+    EXPECT_EQ(drawn, toList(sampler.sample())) << "a second draw differs";
+}
+
+TEST(RandomSampling, MatchesTheReferences) {
+    const ReferenceData samples("learners/simple_random_samples");
+    for (int k = 0; k < 8; ++k) {
+        const std::string entry = "samples." + std::to_string(k) + ".";
+        Opened<ScalableSRS> sampler(static_cast<int>(samples.scalar(entry + "population")),
+                                    static_cast<int>(samples.scalar(entry + "size")));
+        sampler.setRandomIndex(samples.scalar(entry + "random_index") != 0.0);
+        expectReference(samples, entry, "sample", sampler);
+    }
+    const ReferenceData parts("learners/random_partitions");
+    for (int k = 0; k < 4; ++k) {
+        const std::string entry = "partitions." + std::to_string(k) + ".";
+        expectReference(parts, entry, "permutation",
+                        Opened<Partitioning>(static_cast<int>(parts.scalar(entry + "records")),
+                                             parts.scalar(entry + "proportion")));
+    }
+}
+
+TEST(StratifiedSRS, MatchesTheReferenceSamples) {
+    for (const char* name : {"iris_species", "quine_age", "titanic_class"}) {
+        SCOPED_TRACE(name);
+        const std::string file = std::string("learners/") + name;
+        StringVector labels;
+        for (const std::string& label : CsvData(file + ".csv").texts("stratum")) {
+            labels.push_back(WString::fromUtf8(label));
+        }
+        DataFrame data;
+        data.append(labels, L"stratum");
+        const ReferenceData reference(file + ".stratified");
+        int count = 0;
+        for (std::string entry = "samples.0."; reference.has(entry + "size");
+             entry = "samples." + std::to_string(++count) + ".") {
+            const auto number = [&](const char* quantity) {
+                return static_cast<int>(reference.scalar(entry + quantity));
+            };
+            StratifiedSRS sampler;
+            sampler.setData(data).setSampleSize(number("size")).setAllocationMode(number("mode"));
+            sampler.setStratumSize(number("per_stratum")).setRandomIndex(number("random_index"));
+            sampler.setSeed(static_cast<std::uint32_t>(number("seed")));
+            EXPECT_EQ(toList(sampler.sample()),
+                      toList(reference.flattened(entry + "rows_by_stratum")));
+        }
+        EXPECT_GE(count, 1);
+    }
+}
+
+/// The samplers' rule in its plainest form, one draw after another.
+std::vector<int> drawPlainly(int population, int size, bool randomIndex, std::uint32_t seed,
+                             const Threshold& threshold) {
+    Support::RuntimeRandom random(seed);
+    std::vector<int> sample;
+    std::vector<WaitListEntry> waiting;
+    for (int i = 0; i < std::max(population, size) && static_cast<int>(sample.size()) < size; ++i) {
+        const double key = random.nextFraction();
+        const int index = randomIndex ? static_cast<int>(random.next()) % population : i;
+        if (index >= population) continue;
+        if (key < threshold.q1) {
+            sample.push_back(index);
+        } else if (key < threshold.q2) {
+            waiting.push_back({key, index});
+        }
+    }
+    std::stable_sort(waiting.begin(), waiting.end(),
+                     [](const auto& a, const auto& b) { return a.key < b.key; });
+    for (const WaitListEntry& entry : waiting) sample.push_back(entry.index);
+    sample.resize(static_cast<std::size_t>(size), 0);
+    return sample;
+}
+
+TEST(ScalableSRS, DrawsAsTheRuleSays) {
+    const std::tuple<int, int, double> cases[] = {
+        {1, 1, 5e-05},  {7, 0, 5e-05},    {16, 16, 5e-05},   {33, 32, 0.5},
+        {3, 40, 0.999}, {1000, 100, 1.0}, {4097, 50, 1e-12}, {200000, 20000, 5e-05}};
+    for (const auto& [population, size, delta] : cases) {
+        for (const bool randomIndex : {false, true}) {
+            for (const std::uint32_t seed : {0u, 4294967295u}) {
+                ScalableSRS sampler(population, size);
+                sampler.setSeed(seed).setRandomIndex(randomIndex).setDelta(delta);
+                const Threshold threshold = sampler.getThreshold();
+                ASSERT_EQ(toList(sampler.sample()),
+                          drawPlainly(population, size, randomIndex, seed, threshold))
+                    << size << " of " << population << ", seed " << seed;
+            }
+        }
+    }
+    EXPECT_EQ(toList(ScalableSRS(0, 3).setRandomIndex(true).sample()), std::vector<int>(3, 0));
+}
+
+template <class Values>
+DataFrame frameOf(const Values& strata) {
+    DataFrame data;
+    data.append(strata);
+    return data;
+}
+
+TEST(StratifiedSRS, VisitsAndAllocatesInAscendingOrder) {
+    // Strata sizes 1 of NaN, 2 of -1, 3 of 2, 1 of 10 (whose text sorts before that of 2).
+    const DataFrame numbers = frameOf(Vector{10, kNaN, 2, -1, 2, -1, 2});
+    const DataFrame texts = frameOf(StringVector{L"b", L"a", L"b", L"a", L"", L"c", L"c", L"C"});
+    struct Case {
+        const DataFrame& data;
+        int mode, size, stratumSize;
+        std::vector<std::set<int>> strata;  // in order
+        std::vector<int> allocation;
+    };
+    const Case cases[] = {
+        {numbers, 0, 99, 1, {{3, 5}, {2, 4, 6}, {0}, {1}}, {1, 1, 1, 1}},
+        {numbers, 1, 7, 99, {{3, 5}, {2, 4, 6}, {0}, {1}}, {2, 3, 1, 1}},
+        // Shares 6/7, 9/7, 3/7, 3/7: two rows go by fractions, the tie to the earlier stratum.
+        {numbers, 1, 3, 0, {{3, 5}, {2, 4, 6}, {0}, {1}}, {1, 1, 1, 0}},
+        // Empty text, C, a, b, c: shares 3/8, 3/8, 6/8 three times; ties go to the earlier.
+        {texts, 1, 3, 0, {{4}, {7}, {1, 3}, {0, 2}, {5, 6}}, {0, 0, 1, 1, 1}},
+        {texts, 2, 0, 0, {{4}}, {0}},
+    };
+    for (const Case& c : cases) {
+        StratifiedSRS sampler;
+        sampler.setData(c.data).setAllocationMode(c.mode).setSampleSize(c.size);
+        const IntVector drawn = sampler.setStratumSize(c.stratumSize).sample();
+        std::uint64_t next = 0;
+        for (std::size_t h = 0; h < c.strata.size(); ++h) {
+            std::set<int> distinct;
+            for (int k = 0; k < c.allocation[h]; ++k) {
+                const int row = drawn.at(next++);
+                EXPECT_TRUE(c.strata[h].count(row)) << row << " not in stratum " << h;
+                distinct.insert(row);
+            }
+            EXPECT_EQ(distinct.size(), static_cast<std::size_t>(c.allocation[h]));
+        }
+        EXPECT_EQ(next, drawn.size());
+    }
+}
+
+TEST(StratifiedSRS, FillsUpWithTheFirstRowOfATooSmallStratum) {
+    StratifiedSRS sampler;
+    sampler.setData(frameOf(StringVector{L"b", L"a", L"b"})).setAllocationMode(2);
+    std::vector<int> drawn = toList(sampler.setStratumSize(4).sample());
+    ASSERT_EQ(drawn.size(), 8u);
+    EXPECT_EQ(std::vector<int>(drawn.begin(), drawn.begin() + 4), std::vector<int>(4, 1));
+    std::sort(drawn.begin() + 4, drawn.end());
+    EXPECT_EQ(std::vector<int>(drawn.begin() + 4, drawn.end()), (std::vector<int>{0, 0, 0, 2}));
+}
+
+/// `successes` labels "yes" spread over `records` labels, the others "no".
+StringVector labelsOf(int records, int successes) {
+    StringVector labels;
+    for (int i = 0; i < records; ++i) {
+        const bool success = (i + 1) * successes / records > i * successes / records;
+        labels.push_back(success ? L"yes" : L"no");
+    }
+    return labels;
+}
+
+TEST(OversamplingPartitioning, GivesEveryListItsShares) {
+    struct Case {
+        int records, successes;
+        double share, training, validation;
+        int maxSize;
+        std::vector<int> sizes;      // of training, validation and test
+        std::vector<int> ofSuccess;  // successes in them
+    };
+    const Case cases[] = {
+        // Half of 100 successes and as many others; the rest at 1 to 9.
+        {1000, 100, 0.5, 0.5, 0.0, 0, {100, 0, 500}, {50, 0, 50}},
+        // The success class is the plentiful one.
+        {1000, 900, 0.25, 0.5, 0.0, 0, {67, 0, 500}, {17, 0, 450}},
+        // Counts are rounded up only with a validation share.
+        {21, 3, 0.5, 0.5, 0.0, 0, {4, 0, 7}, {2, 0, 1}},
+        {30, 3, 0.3, 0.4, 0.3, 0, {7, 10, 0}, {2, 1, 0}},
+        // At most 30 in training, a third of them successes.
+        {900, 90, 1.0 / 3.0, 0.5, 0.0, 30, {30, 0, 800}, {10, 0, 80}},
+        // Shares at the ends.
+        {100, 20, 1.0, 0.5, 0.0, 0, {10, 0, 50}, {10, 0, 10}},
+        {10, 10, 1.0, 0.5, 0.5, 0, {5, 5, 0}, {5, 5, 0}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.successes << " of " << c.records << ", share "
+                                        << c.share << ", training " << c.training);
+        const StringVector labels = labelsOf(c.records, c.successes);
+        OversamplingPartitioning partitioning;
+        partitioning.setSuccessShare(c.share).setTrainingShare(c.training).setSeed(7);
+        partitioning.setValidationShare(c.validation).setMaxTrainingSize(c.maxSize);
+        partitioning.partition(labels, L"yes");
+        std::set<int> all;
+        std::size_t total = 0;
+        std::size_t i = 0;
+        for (const IntVector& list :
+             {partitioning.getTraining(), partitioning.getValidation(), partitioning.getTest()}) {
+            EXPECT_EQ(static_cast<int>(list.size()), c.sizes[i]) << "list " << i;
+            EXPECT_TRUE(std::is_sorted(list.begin(), list.end()));
+            const auto successes = std::count_if(list.begin(), list.end(), [&](int index) {
+                return labels.at(static_cast<std::uint64_t>(index)) == L"yes";
+            });
+            EXPECT_EQ(successes, c.ofSuccess[i]) << "list " << i;
+            all.insert(list.begin(), list.end());
+            total += list.size();
+            ++i;
+        }
+        EXPECT_EQ(all.size(), total) << "lists overlap";
+    }
+}
+
+TEST(OversamplingPartitioning, DependsOnTheSeedAlone) {
+    const StringVector labels = labelsOf(500, 50);
+    Params params;
+    params.seed = -3;
+    OversamplingPartitioning first(params, 0.25);
+    OversamplingPartitioning second = first;
+    first.partition(labels, L"yes");
+    second.partition(labels, L"yes");
+    EXPECT_EQ(first.getTraining(), second.getTraining());
+    second.setSeed(4).partition(labels, L"yes");
+    EXPECT_FALSE(first.getTraining() == second.getTraining());
+}
+
+TEST(Sampling, RefusesBadInput) {
+    const StringVector yes(3, L"yes");
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"population size of at least 0 expected, found -1", [] { ScalableSRS(-1, 0); }},
+        {"sample size of at least 0 expected, found -2", [] { ScalableSRS(5, -2); }},
+        {"failure probability in (0, 1] expected, found 0", [] { ScalableSRS().setDelta(0.0); }},
+        {"population size of at least 0 expected", [] { Partitioning(-1, 0.5); }},
+        {"proportion in [0, 1] expected, found nan", [] { Partitioning(3, kNaN); }},
+        {"size per stratum of at least 0", [] { StratifiedSRS().setStratumSize(-1); }},
+        {"draw 4 rows from, found none", [] { StratifiedSRS().setSampleSize(4).sample(); }},
+        {"training share in [0, 1]", [] { OversamplingPartitioning().setTrainingShare(kNaN); }},
+        {"largest training size", [] { OversamplingPartitioning().setMaxTrainingSize(-1); }},
+        {"sum to at most 1 expected, found 0.5 and 0.6",
+         [&] { OversamplingPartitioning(Params(), 0.6).partition(yes, L"yes"); }},
+        {"found none with it", [] { OversamplingPartitioning().partition({}, L"no"); }},
+        {"found none without", [&] { OversamplingPartitioning().partition(yes, L"yes"); }},
+    };
+    for (const auto& [text, action] : cases) {
+        try {
+            action();
+            ADD_FAILURE() << "accepted: " << text;
+        } catch (const Exception& error) {
+            EXPECT_THAT(error.what(), testing::HasSubstr(text));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing

@@ -1,0 +1,372 @@
+// Linear regression: properties, special shapes, bad input and storage.
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Veltrix.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using Engine::LinearModel::OLS::Model;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+Matrix normalMatrix(int rows, int cols, unsigned seed,
+                    MatrixOrderType order = MatrixOrderType::columnMajor) {
+    return Util::gaussianMatrix(rows, cols, order, 0.0, 1.0, seed);
+}
+
+Vector normalVector(int size, unsigned seed) {
+    return normalMatrix(size, 1, seed).getAsDoubleVector();
+}
+
+const Matrix kX(5, 2, Vector{1, 2, 3, 4, 5, 2, 1, 4, 3, 7});
+const Vector kY{1.5, 2.5, 2.0, 5.0, 4.0};
+
+// Tall data pass through many row blocks; the normal equations are an independent way to the same
+// numbers for a matrix as well conditioned as this one.
+TEST(OLS, TallDataMatchNormalEquations) {
+    const int n = 5000;
+    for (const int p : {1, 3, 7, 60}) {
+        const auto order = p == 7 ? MatrixOrderType::rowMajor : MatrixOrderType::columnMajor;
+        const Matrix x = normalMatrix(n, p, 7, order);
+        const Vector y = x * Vector(static_cast<std::uint64_t>(p), 0.5) + normalVector(n, 8);
+        Vector weights = Util::sqr(normalVector(n, 9));
+        weights[17] = 0.0;
+        Model model;
+        model.fit(x, y, weights, true);
+
+        const Matrix design = Engine::LinearModel::sqrtWeightedDesignMatrix(x, weights, true);
+        const Matrix gram = Util::transpose(design) * design;
+        const Vector rhs = Util::transpose(design) * (y * Util::sqrt(weights));
+        const Vector expected = Matrix::solvePositiveDefiniteSystem(gram, rhs);
+        const Tolerance within{1e-9, 1e-12};
+        EXPECT_TRUE(allNear(model.getCoefficients(), expected, within)) << p;
+        const Matrix inverse = Matrix::inversePositiveDefinite(gram);
+        EXPECT_TRUE(allNear(Util::diag(model.getCoefficientCovariance()),
+                            Util::diag(inverse) * model.getANOVA().MSE, within))
+            << p;
+        const Matrix hat = (design * inverse) % design;
+        for (const int i : {0, 17, 1234, n - 1}) {
+            const double leverage = model.getLeverages()[static_cast<std::uint64_t>(i)];
+            EXPECT_TRUE(isNear(leverage, Util::sum(hat(i, Util::all)), within)) << p << " " << i;
+        }
+        EXPECT_TRUE(isNear(Util::sum(model.getLeverages()), p + 1.0, within)) << p;
+    }
+}
+
+// Scaling a column by a power of two scales its coefficient and nothing else, even where squares
+// would overflow or vanish.
+TEST(OLS, ExtremeMagnitudes) {
+    const Matrix x = normalMatrix(200, 3, 1);
+    const Vector y = normalVector(200, 2);
+    Model plain;
+    plain.fit(x, y, true);
+    for (const double factor : {std::ldexp(1.0, 600), std::ldexp(1.0, -600)}) {
+        Matrix scaled = x;
+        scaled(Util::all, 0) *= factor;
+        scaled(Util::all, 1) *= factor;
+        scaled(Util::all, 2) *= factor;
+        Model model;
+        model.fit(scaled, y * factor, false);
+        Model same;
+        same.fit(x, y, false);
+        EXPECT_TRUE(allNear(model.getCoefficients(), same.getCoefficients(), {1e-12, 0.0}));
+        EXPECT_EQ(model.getRank(), 3);
+    }
+}
+
+TEST(OLS, AliasedColumns) {
+    Matrix x = normalMatrix(40, 4, 3);
+    x(Util::all, 2) = x(Util::all, 0);
+    const Vector y = normalVector(40, 4);
+    Model model;
+    model.fit(x, y, true);
+    EXPECT_TRUE(model.rankDeficient());
+    EXPECT_EQ(model.getRank(), 4);
+    // One of the twins (design columns 1 and 3) is left out, whichever it is.
+    const bool firstKept = model.getEstimableColumns().exists(1);
+    EXPECT_NE(firstKept, model.getEstimableColumns().exists(3));
+    const int aliased = firstKept ? 3 : 1;
+    const auto info = model.computeCoefficientInfo(0.9);
+    EXPECT_EQ(info.estimates[static_cast<std::uint64_t>(aliased)], 0.0);
+    EXPECT_TRUE(std::isnan(info.tStatistics[static_cast<std::uint64_t>(aliased)]));
+    for (int j = 0; j < 5; ++j) {
+        EXPECT_EQ(model.getCoefficientCovariance()(aliased, j), 0.0);
+        EXPECT_EQ(model.getCoefficientCovariance()(j, aliased), 0.0);
+    }
+    // Without the twin everything that can be estimated is the same.
+    Model reduced;
+    reduced.fit(x(Util::all, Util::except(2)), y, true);
+    EXPECT_TRUE(allNear(model.getLeverages(), reduced.getLeverages(), {1e-10, 1e-13}));
+    EXPECT_TRUE(isNear(model.getANOVA().SSE, reduced.getANOVA().SSE, {1e-12, 0.0}));
+    EXPECT_EQ(model.computeFittedMulticollinearity(x).eigenvalues.size(), 4u);
+    EXPECT_EQ(model.computeMulticollinearity(x).eigenvalues.size(), 5u);
+}
+
+TEST(OLS, SpecialShapes) {
+    // As many coefficients as records.
+    Model saturated;
+    saturated.fit(kX(Util::range(0, 3), Util::all), Vector{1, 2, 4}, true);
+    EXPECT_EQ(saturated.getANOVA().residualDf, 0.0);
+    EXPECT_EQ(saturated.getANOVA().MSE, 0.0);
+    EXPECT_TRUE(allNear(saturated.predict(kX(Util::range(0, 3), Util::all)), Vector{1, 2, 4},
+                        {1e-12, 1e-12}));
+    // More columns than records.
+    Model wide;
+    wide.fit(normalMatrix(3, 6, 5), Vector{1, 2, 3}, false);
+    EXPECT_EQ(wide.getRank(), 3);
+    EXPECT_TRUE(wide.rankDeficient());
+    // A constant response, whatever its value and weights.
+    for (const double value : {3.0, 0.1, -1e10 / 3.0}) {
+        const Vector same(5, value);
+        Model constant;
+        constant.fit(kX, same, Vector{1, 0.1, 3, 0.7, 2}, true);
+        EXPECT_EQ(constant.getANOVA().SST, 0.0);
+        EXPECT_EQ(constant.computeFitEvaluation(same).R2, 1.0);
+        EXPECT_EQ(constant.computeFitEvaluation(same).adjustedR2, 1.0);
+    }
+    // The intercept alone: the mean, its variance, and no regression to test.
+    Model mean;
+    mean.fit(Matrix(5, 0), kY, true);
+    EXPECT_TRUE(isNear(mean.getCoefficients()[0], 3.0, {1e-14, 0.0}));
+    EXPECT_TRUE(std::isnan(mean.getANOVA().F));
+    // Nothing but zeros without an intercept.
+    Model nothing;
+    nothing.fit(Matrix(5, 1), kY, false);
+    EXPECT_EQ(nothing.getRank(), 0);
+    EXPECT_TRUE(isNear(nothing.getANOVA().SSE, Util::innerProduct(kY), {1e-14, 0.0}));
+}
+
+// A record far out must not turn the intercept-only log-likelihood into minus infinity.
+TEST(OLS, InterceptOnlyLikelihoodOfAnOutlier) {
+    const int n = 4000;
+    Vector y(static_cast<std::uint64_t>(n), 0.0);
+    y[5] = 1e6;
+    const Matrix x = normalMatrix(n, 1, 6);
+    Model model;
+    model.fit(x, y, true);
+    const double variance = (1e12 - 1e12 / n) / (n - 1.0);
+    const double expected =
+        -0.5 * n * std::log(2.0 * 3.14159265358979323846 * variance) - 0.5 * (n - 1.0);
+    EXPECT_TRUE(
+        isNear(model.computeFitEvaluation(y).interceptOnlyLogLikelihood, expected, {1e-12, 0.0}));
+}
+
+TEST(OLS, WeightsAreKeptAndReplaced) {
+    const Vector weights{1, 2, 1, 0, 3};
+    Model weighted;
+    weighted.fit(kX, kY, weights, true);
+    Model refitted = weighted;
+    refitted.fit(kX, kY, true);
+    EXPECT_EQ(refitted.getCoefficients(), weighted.getCoefficients());
+    refitted.setWeights(Vector(5, 1.0)).fit(kX, kY, true);
+    Model plain;
+    plain.fit(kX, kY, true);
+    EXPECT_EQ(refitted.getCoefficients(), plain.getCoefficients());
+    EXPECT_EQ(plain.getWeights(), Vector(5, 1.0));
+    // A whole-number weight counts a record that often, as far as the estimates go.
+    const Matrix repeated = kX(IntVector{0, 1, 1, 2, 4, 4, 4}, Util::all);
+    Model replicated;
+    replicated.fit(repeated, Vector{1.5, 2.5, 2.5, 2.0, 4.0, 4.0, 4.0}, true);
+    EXPECT_TRUE(allNear(weighted.getCoefficients(), replicated.getCoefficients(), {1e-12, 1e-13}));
+}
+
+TEST(OLS, FramesGiveTheSameModel) {
+    DataFrame frame(L"data");
+    frame.append(kX.getSubColumn(Util::range(0, 5), 0));
+    frame.append(IntVector{2, 1, 4, 3, 7});
+    DataFrame extra;
+    extra.append(kY);
+    extra.append(StringVector{L"1", L"2", L"1", L"0", L"3"}, L"w");
+    Model fromFrame;
+    fromFrame.fit(frame, extra(Util::all, 0), extra(Util::all, L"w"), true);
+    Model fromMatrix;
+    fromMatrix.fit(kX, kY, Vector{1, 2, 1, 0, 3}, true);
+    EXPECT_EQ(fromFrame.getCoefficients(), fromMatrix.getCoefficients());
+    EXPECT_EQ(fromFrame.predict(frame), fromMatrix.predict(kX));
+    extra(1, L"w") = L"two";
+    EXPECT_THROW(fromFrame.fit(frame, extra(Util::all, 0), extra(Util::all, L"w"), true),
+                 std::bad_cast);
+}
+
+TEST(OLS, SandwichCovariance) {
+    const Vector weights{1, 2, 1, 0.5, 3};
+    // With variances that are the reciprocals of the weights the sandwich collapses to its bread.
+    EXPECT_TRUE(Model::weightedCovarianceMatrix(kX, weights, Util::inverse(weights), true)
+                    .equalTo(Model::covarianceMatrix(kX, weights, true), 1e-12));
+}
+
+TEST(OLS, UnfittedModelsAnswerNaN) {
+    const Model model;
+    EXPECT_FALSE(model.rankDeficient());
+    const auto residuals = model.computeResiduals(kY, kY);
+    const auto diagnostics = model.computeDiagnostics(kY);
+    const auto limits = model.computeFittedPredictionIntervals(kY, 0.95);
+    const auto news = model.computeNewPredictionIntervals(kX, kY, 0.95);
+    for (const Vector& values :
+         {model.predict(kX), residuals.raw, residuals.deleted, diagnostics.dffits,
+          diagnostics.leverages, limits.predictionUpper, news.confidenceLower}) {
+        ASSERT_EQ(values.size(), 5u);
+        EXPECT_EQ(Util::countNaNInfinity(values), 5);
+    }
+    EXPECT_EQ(Util::countNaNInfinity(model.computeMulticollinearity(kX).eigenvalues), 3);
+    EXPECT_TRUE(std::isnan(model.computeFitEvaluation(kY).R2));
+    EXPECT_TRUE(std::isnan(model.getANOVA().F));
+}
+
+struct BadFit {
+    const char* text;  // part of the message
+    std::function<void(Model&)> act;
+};
+
+TEST(OLS, BadInputIsRefusedAndLeavesTheModel) {
+    const auto with = [](const Matrix& source, int i, int j, double value) {
+        Matrix x = source;
+        x(i, j) = value;
+        return x;
+    };
+    const std::vector<BadFit> cases = {
+        {"no records", [](Model& m) { m.setWeights({}).fit(Matrix(0, 2), Vector(), true); }},
+        {"no columns", [](Model& m) { m.fit(Matrix(5, 0), kY, false); }},
+        {"4 responses", [](Model& m) { m.fit(kX, Vector(4), true); }},
+        {"row 3, column 1 is NaN", [&](Model& m) { m.fit(with(kX, 3, 1, kNaN), kY, true); }},
+        {"row 0, column 0 is inf", [&](Model& m) { m.fit(with(kX, 0, 0, -kInfinity), kY, true); }},
+        {"response, row 2 is NaN",
+         [](Model& m) {
+             m.fit(kX, Vector{1, 2, kNaN, 4, 5}, true);
+         }},
+        {"4 weights", [](Model& m) { m.fit(kX, kY, Vector(4, 1.0), true); }},
+        {"record 1 is -2",
+         [](Model& m) {
+             m.fit(kX, kY, Vector{1, -2, 1, 1, 1}, true);
+         }},
+        {"record 4 is nan",
+         [](Model& m) {
+             m.fit(kX, kY, Vector{1, 2, 1, 1, kNaN}, true);
+         }},
+        {"all weights are 0", [](Model& m) { m.fit(kX, kY, Vector(5), true); }},
+        {"confidence level 1", [](Model& m) { m.computeCoefficientInfo(1.0); }},
+        {"confidence level nan", [](Model& m) { m.computeFittedPredictionIntervals(kY, kNaN); }},
+        {"3 columns", [](Model& m) { m.predict(Matrix(2, 3)); }},
+        {"4 residuals", [](Model& m) { m.computeDiagnostics(Vector(4)); }},
+    };
+    Model model;
+    model.fit(kX, kY, true);
+    const WString before = model.toJson();
+    for (const BadFit& bad : cases) {
+        Model victim = model;
+        try {
+            bad.act(victim);
+            ADD_FAILURE() << "accepted: " << bad.text;
+        } catch (const Exception& error) {
+            EXPECT_NE(std::string(error.what()).find(bad.text), std::string::npos)
+                << error.what() << " does not say " << bad.text;
+        }
+        victim.setWeights(model.getWeights());
+        EXPECT_EQ(victim.toJson(), before) << bad.text;
+    }
+}
+
+TEST(OLS, StorageIsBitIdentical) {
+    Matrix x = normalMatrix(50, 4, 12);
+    x(Util::all, 3) = x(Util::all, 1);  // NaN statistics have to survive too
+    const Vector y = normalVector(50, 13);
+    Model model;
+    model.fit(x, y, Util::sqr(normalVector(50, 14)), true);
+    Model restored;
+    restored.fromJsonString(model.toJson());
+    EXPECT_EQ(restored.toJson(), model.toJson());
+    EXPECT_EQ(restored.predict(x), model.predict(x));
+    EXPECT_EQ(restored.computeDiagnostics(y).cooksDistances,
+              model.computeDiagnostics(y).cooksDistances);
+    EXPECT_EQ(restored.rankDeficient(), true);
+    restored.fit(x, y, true);
+    EXPECT_EQ(restored.getCoefficients(), model.getCoefficients());
+}
+
+TEST(OLS, DamagedStorageNamesTheKey) {
+    Model model;
+    model.fit(kX, kY, true);
+    const std::string good = model.toJson().toUtf8();
+    const auto replaced = [&](const std::string& from, const std::string& to) {
+        std::string text = good;
+        const std::size_t place = text.find(from);
+        EXPECT_NE(place, std::string::npos) << from;
+        return text.replace(place, from.size(), to);
+    };
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"", ""},
+        {good.substr(0, good.size() / 2), ""},
+        {replaced("\"LinearModel::OLS::Model\"", "\"Matrix\""), "type"},
+        {replaced("\"version\":1", "\"version\":99"), "version"},
+        {replaced("\"rank\":3", "\"rank\":2"), "estimable"},
+        {replaced("\"numRows\":5", "\"numRows\":-5"), "numRows"},
+        {replaced("\"numRows\":5", "\"numRows\":4"), "leverages"},
+        {replaced("\"numCols\":3", "\"numCols\":0"), "numCols"},
+        {replaced("\"estimable\":[0,1,2]", "\"estimable\":[0,1,3]"), "estimable"},
+        {replaced("\"tolerance\"", "\"tolerances\""), "tolerance"},
+        {replaced("\"SSE\"", "\"SSQ\""), "SSE"},
+    };
+    for (const auto& [text, key] : cases) {
+        Model victim = model;
+        try {
+            victim.fromJsonString(WString::fromUtf8(text));
+            ADD_FAILURE() << "accepted damage at " << key;
+        } catch (const Exception& error) {
+            EXPECT_NE(std::string(error.what()).find(key), std::string::npos) << error.what();
+        }
+        EXPECT_EQ(victim.toJson().toUtf8(), good);
+    }
+}
+
+TEST(OLS, CopiesAreIndependent) {
+    Model model;
+    model.fit(kX, kY, true);
+    const Vector before = model.predict(kX);
+    Model copy = model;
+    copy.setWeights({}).fit(kX, Vector{9, 1, 8, 2, 7}, false);
+    EXPECT_EQ(model.predict(kX), before);
+    const Model moved = std::move(copy);
+    EXPECT_EQ(moved.getNumCols(), 2);
+}
+
+TEST(DesignMatrix, Forms) {
+    using namespace Engine::LinearModel;
+    const Vector w{4, 9, 1, 0, 16};
+    const Matrix design = sqrtWeightedDesignMatrix(kX, w, true);
+    ASSERT_EQ(design.getNumCols(), 3);
+    EXPECT_EQ(design(1, 0), 3.0);
+    EXPECT_EQ(design(4, 2), 28.0);
+    EXPECT_EQ(weightedDesignMatrix(kX, w, false)(4, 0), 80.0);
+    EXPECT_THROW(weightedDesignMatrix(kX, Vector(4), true), Exception);
+    EXPECT_EQ(designMatrix(Matrix(3, 0), true).getNumCols(), 1);
+}
+
+// Dependent columns are set aside wherever they stand, and do not disturb what comes after them.
+TEST(DesignMatrix, ScreeningKeepsIndependentColumnsInOrder) {
+    const int n = 300;
+    Matrix x = normalMatrix(n, 7, 21);
+    x(Util::all, 1) *= 1e-9;                                 // small, but independent
+    x(Util::all, 3) = x.getSubColumn(Util::range(0, n), 0);  // a copy
+    x(Util::all, 4) *= 0.0;                                  // zeros
+    const Vector sum =
+        x.getSubColumn(Util::range(0, n), 0) * 2.0 + x.getSubColumn(Util::range(0, n), 1) * 1e9;
+    x(Util::all, 5) = sum;  // a combination
+    const auto info = Engine::LinearModel::screenPredictors(x);
+    EXPECT_EQ(info.columns, (IntVector{0, 1, 2, 6}));
+    EXPECT_EQ(info.rank, 4);
+    // What is left of the last column is what a regression on the kept ones before it leaves.
+    Model model;
+    model.fit(x(Util::all, IntVector{0, 1, 2}), x.getSubColumn(Util::range(0, n), 6), false);
+    EXPECT_TRUE(isNear(info.diagonal[6], std::sqrt(model.getANOVA().SSE), {1e-10, 0.0}));
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing

@@ -1,0 +1,126 @@
+#include "support/Json.h"
+
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace Veltrix::Support;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+template <class Action>
+std::string messageOf(Action action) {
+    try {
+        action();
+    } catch (const JsonError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+}  // namespace
+
+TEST(Json, WritesCompactTextWithEscapes) {
+    const std::vector<double> numbers{0.1, 1.0, 1e300, std::nan(""), kInf, -kInf, -0.0};
+    const std::vector<std::int32_t> integers{-3, 2147483647};
+    const std::vector<std::string> texts{"a", "b"};
+    JsonWriter writer;
+    writer.beginObject().member("n", std::span<const double>(numbers));
+    writer.member("i", std::span<const std::int32_t>(integers));
+    writer.member("t", std::span<const std::string>(texts));
+    writer.key("e").beginArray().endArray().key("o").beginObject().endObject();
+    writer.member("q\"\\", "\n\x01\xC3\xA9").member("yes", true).key("null").null();
+    writer.member("u", std::numeric_limits<std::uint64_t>::max()).endObject();
+    EXPECT_EQ(writer.take(),
+              R"({"n":[0.10000000000000001,1,1.0000000000000001e+300,"NaN","Infinity","-Infinity",)"
+              R"(-0.0],"i":[-3,2147483647],"t":["a","b"],"e":[],"o":{},)"
+              R"("q\"\\":"\u000a\u0001)"
+              "\xC3\xA9"
+              R"(","yes":true,"null":null,"u":18446744073709551615})");
+}
+
+TEST(Json, DoublesReadBackBitForBit) {
+    std::vector<double> numbers{
+        0.0,  -0.0,  5e-324,   -2.2250738585072011e-308,          1e17, 72057594037927937.0,
+        kInf, -kInf, 1e15 / 3, std::numeric_limits<double>::max()};
+    double value = 1.0;
+    for (int i = 0; i < 2000; ++i) numbers.push_back(value *= -1.4142135623730951 * 1.0000001);
+    JsonWriter writer;
+    const auto document =
+        JsonDocument::parse(writer.value(std::span<const double>(numbers)).take());
+    const std::vector<double> read = document.root().asDoubles();
+    ASSERT_EQ(read.size(), numbers.size());
+    for (std::size_t i = 0; i < read.size(); ++i) {
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(read[i]), std::bit_cast<std::uint64_t>(numbers[i]));
+    }
+    EXPECT_TRUE(std::isnan(JsonDocument::parse("\"NaN\"").root().asDouble()));
+}
+
+TEST(Json, ReadsTypedMembersInOrder) {
+    const auto document = JsonDocument::parse(
+        R"({"z":1,"a":{"list":["x","y"],"flag":false},"big":18446744073709551615,"low":-7})");
+    const JsonView root = document.root();
+    EXPECT_EQ(root.keys(), (std::vector<std::string>{"z", "a", "big", "low"}));
+    EXPECT_EQ(root.at("a").at("list").asStrings(), (std::vector<std::string>{"x", "y"}));
+    EXPECT_FALSE(root.at("a").at("flag").asBool());
+    EXPECT_EQ(root.at("big").asUint64(), 18446744073709551615u);
+    EXPECT_EQ(root.at("low").asInt32(), -7);
+    EXPECT_EQ(root.at("z").asDouble(), 1.0);
+    EXPECT_FALSE(root.find("none").has_value());
+}
+
+TEST(Json, ErrorsNameTheKey) {
+    const auto document =
+        JsonDocument::parse(R"({"m":{"v":[1,"x",2],"n":3000000000,"f":1.5,"s":"t","u":-1}})");
+    const JsonView m = document.root().at("m");
+    const struct {
+        std::string message;
+        const char* part;
+    } cases[] = {
+        {messageOf([&] { m.at("gone"); }), "key \"m\": the member \"gone\" is missing"},
+        {messageOf([&] { m.at("v").asDoubles(); }),
+         "key \"m.v[1]\": a number expected, found text"},
+        {messageOf([&] { m.at("v").asInt32s(); }), "key \"m.v[1]\": an integer"},
+        {messageOf([&] { m.at("v").at(3); }), "key \"m.v\": element 3 is missing"},
+        {messageOf([&] { m.at("n").asInt32(); }), "key \"m.n\": an integer within range"},
+        {messageOf([&] { m.at("u").asUint64(); }), "key \"m.u\": an integer within range"},
+        {messageOf([&] { m.at("f").asInt64(); }), "key \"m.f\": an integer"},
+        {messageOf([&] { m.at("s").at("x"); }), "key \"m.s\": an object expected, found text"},
+        {messageOf([&] { m.at("s").size(); }), "key \"m.s\": an array expected"},
+        {messageOf([&] { m.asString(); }), "key \"m\": text expected, found an object"},
+        {messageOf([&] { m.at("f").asBool(); }), "key \"m.f\": true or false expected"},
+        {messageOf([&] { document.root().asDouble(); }), "JSON document: a number expected"},
+        {messageOf([&] {
+             double two[2];
+             m.at("v").copyDoubles(two);
+         }),
+         "key \"m.v\": 2 numbers expected, found 3"},
+    };
+    for (const auto& c : cases) EXPECT_THAT(c.message, HasSubstr(c.part));
+}
+
+TEST(Json, RefusesDamagedText) {
+    const std::string cases[] = {"",        "{",        "[1,]",        "{\"a\":}",
+                                 "[1] x",   "nul",      "\"abc",       "[NaN]",
+                                 "[1e400]", "\"\xFF\"", "\"\\ud800\"", "{\"a\" 1}",
+                                 "[01]",    "{1:2}",    "\"a\nb\"",    std::string("[1\0]", 4)};
+    for (const std::string& text : cases) {
+        EXPECT_THROW(JsonDocument::parse(text), JsonError) << text;
+    }
+    EXPECT_THAT(messageOf([] { JsonDocument::parse("{\n \"a\": ?}"); }),
+                HasSubstr("line 2, column 7"));
+    const auto nested = [](std::size_t n) { return std::string(n, '[') + std::string(n, ']'); };
+    EXPECT_TRUE(JsonDocument::parse(nested(JsonDocument::kMaxDepth)).root().isArray());
+    for (const std::size_t depth :
+         {std::size_t{JsonDocument::kMaxDepth} + 1, std::size_t{1000000}}) {
+        EXPECT_THAT(messageOf([&] { JsonDocument::parse(nested(depth)); }), HasSubstr("nested"));
+    }
+}

@@ -1,0 +1,202 @@
+// What the containers' tests do not reach: factors alpha and beta, increments, empty operands,
+// general and triangular solvers, and the kinds of failure.
+#include "support/LinearAlgebra.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/Tolerance.h"
+
+using namespace Veltrix::Support;
+using namespace Veltrix::Testing;
+
+namespace {
+
+using Values = std::vector<double>;
+
+constexpr Tolerance kRounding{1e-11, 1e-11};
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+template <class Action>
+LinearAlgebraError errorOf(Action action) {
+    try {
+        action();
+    } catch (const LinearAlgebraError& error) {
+        return error;
+    }
+    throw std::logic_error("no LinearAlgebraError was thrown");
+}
+
+}  // namespace
+
+TEST(LinearAlgebra, ProductsScaleAndAccumulateInAllTransposes) {
+    const auto left = [](std::int64_t i, std::int64_t k) {
+        return double(i + 1) - 0.5 * double(k);
+    };
+    const auto right = [](std::int64_t k, std::int64_t j) { return double(k * j % 7) - 2.0; };
+    for (const std::int64_t n : {1, 3, 30}) {  // the plain loops, and the routines
+        const std::int64_t ld = n + 2;
+        for (const bool transA : {false, true}) {
+            for (const bool transB : {false, true}) {
+                Values a(std::size_t(ld * n), kNaN);
+                Values b = a;
+                Values c = a;
+                for (std::int64_t j = 0; j < n; ++j) {
+                    for (std::int64_t i = 0; i < n; ++i) {
+                        a[std::size_t(i + j * ld)] = transA ? left(j, i) : left(i, j);
+                        b[std::size_t(i + j * ld)] = transB ? right(j, i) : right(i, j);
+                    }
+                }
+                for (const double beta : {0.0, 2.0}) {  // 0 overwrites the NaN
+                    gemm(transA ? Transpose::Yes : Transpose::No,
+                         transB ? Transpose::Yes : Transpose::No, n, n, n, 0.5, a.data(), ld,
+                         b.data(), ld, beta, c.data(), ld);
+                }
+                for (std::int64_t j = 0; j < n; ++j) {
+                    for (std::int64_t i = 0; i < n; ++i) {
+                        double sum = 0.0;
+                        for (std::int64_t k = 0; k < n; ++k) sum += left(i, k) * right(k, j);
+                        EXPECT_TRUE(isNear(c[std::size_t(i + j * ld)], 1.5 * sum, kRounding)) << n;
+                    }
+                    EXPECT_TRUE(std::isnan(c[std::size_t(n + j * ld)])) << n;
+                }
+            }
+        }
+    }
+}
+
+TEST(LinearAlgebra, VectorOperationsHonourIncrements) {
+    const Values x{1, 0, 2, 0, 3, 0};
+    Values y{10, 20, 30};
+    EXPECT_EQ(dot(3, x.data(), 2, y.data(), 1), 140.0);
+    axpy(3, 2.0, x.data(), 2, y.data(), 1);
+    EXPECT_EQ(y, (Values{12, 24, 36}));
+    scal(2, 0.5, y.data(), 2);
+    EXPECT_EQ(y, (Values{6, 24, 18}));
+    const Values a{1, 2, 3, 4, 5, 6};
+    Values product(4, 77.0);
+    gemv(Transpose::No, 2, 3, 1.0, a.data(), 2, x.data(), 2, 0.0, product.data(), 2);
+    EXPECT_EQ(product, (Values{22, 77, 28, 77}));
+}
+
+TEST(LinearAlgebra, EmptyOperandsAreLegal) {
+    Values c{1, 2, 3, 4};
+    gemm(Transpose::No, Transpose::No, 2, 2, 0, 1.0, nullptr, 2, nullptr, 1, 0.5, c.data(), 2);
+    EXPECT_EQ(c, (Values{0.5, 1, 1.5, 2}));
+    gemv(Transpose::No, 4, 0, 1.0, nullptr, 4, nullptr, 1, 0.0, c.data(), 1);
+    EXPECT_EQ(c, Values(4, 0.0));
+    gemm(Transpose::No, Transpose::No, 0, 5, 5, 1.0, nullptr, 1, nullptr, 5, 0.0, nullptr, 1);
+    EXPECT_EQ(dot(0, nullptr, 1, nullptr, 1), 0.0);
+    std::int32_t permutation[3] = {9, 9, 9};
+    geqp3(0, 3, nullptr, 1, permutation, nullptr);
+    EXPECT_EQ(std::vector<std::int32_t>(permutation, permutation + 3),
+              (std::vector<std::int32_t>{0, 1, 2}));
+    potrf(Triangle::Upper, 0, nullptr, 1);
+    gesddThin(0, 3, nullptr, 1, nullptr, nullptr, 1, nullptr, 1);
+    syevd(Triangle::Upper, 0, nullptr, 1, nullptr);
+}
+
+TEST(LinearAlgebra, GeneralAndTriangularSolvers) {
+    const Values x{1, -2, 3};
+    Values lu{0, 1, 4, 2, 3, 1, 1, 1, 2};  // the first pivot must be exchanged
+    std::int32_t pivots[3];
+    getrf(3, 3, lu.data(), 3, pivots);
+    for (const auto& [trans, right] :
+         {std::pair{Transpose::No, Values{-1, -2, 8}}, {Transpose::Yes, {10, -1, 5}}}) {
+        Values solution = right;
+        getrs(trans, 3, 1, lu.data(), 3, pivots, solution.data(), 3);
+        EXPECT_TRUE(allNear(solution, x, kRounding));
+    }
+    Values upper{2, 77, 77, 1, 3, 77, -1, 1, 4};
+    const Values right{-3, -3, 12};
+    Values solution = right;
+    trtrs(Triangle::Upper, Transpose::No, Diagonal::General, 3, 1, upper.data(), 3, solution.data(),
+          3);
+    EXPECT_TRUE(allNear(solution, x, kRounding));
+    trtri(Triangle::Upper, Diagonal::General, 3, upper.data(), 3);
+    trtrs(Triangle::Upper, Transpose::No, Diagonal::General, 3, 1, upper.data(), 3, solution.data(),
+          3);
+    EXPECT_TRUE(allNear(solution, right, kRounding));
+    Values column{3, 4};
+    double tau = 0.0;
+    geqrf(2, 1, column.data(), 2, &tau);
+    EXPECT_TRUE(isNear(std::fabs(column[0]), 5.0, kRounding));
+}
+
+TEST(LinearAlgebra, FailuresCarryKindPositionAndMeaning) {
+    using Kind = LinearAlgebraFailure;
+    const std::int64_t huge = std::int64_t{1} << 32;
+    Values singular{1, 2, 2, 4};
+    Values indefinite{1, 2, 2, 1};
+    Values zeroDiagonal{1, 0, 5, 0};
+    Values withNaN{1, kNaN, kNaN, 1};
+    Values out(16);
+    std::int32_t pivots[2];
+    const struct {
+        LinearAlgebraError error;
+        Kind kind;
+        std::int64_t info;
+        const char* start;
+    } cases[] = {
+        {errorOf([&] { getrf(2, 2, singular.data(), 2, pivots); }), Kind::Singular, 2, "LU"},
+        {errorOf([&] { potrf(Triangle::Lower, 2, indefinite.data(), 2); }),
+         Kind::NotPositiveDefinite, 2, "Cholesky factorisation: the matrix is not positive"},
+        {errorOf([&] {
+             trtrs(Triangle::Upper, Transpose::No, Diagonal::General, 2, 1, zeroDiagonal.data(), 2,
+                   out.data(), 2);
+         }),
+         Kind::Singular, 2, "Triangular solve: the matrix is singular"},
+        {errorOf([&] { trtri(Triangle::Upper, Diagonal::General, 2, zeroDiagonal.data(), 2); }),
+         Kind::Singular, 2, "Triangular inverse"},
+        {errorOf([&] { potri(Triangle::Upper, 2, zeroDiagonal.data(), 2); }), Kind::Singular, 2,
+         "Inverse"},
+        {errorOf([&] { syevd(Triangle::Upper, 2, withNaN.data(), 2, out.data()); }),
+         Kind::NotFinite, 5, "Eigenvalue decomposition: the input holds"},
+        {errorOf([&] { gesddThin(2, 2, withNaN.data(), 2, out.data(), &out[2], 2, &out[6], 2); }),
+         Kind::NotFinite, 5, "Singular value decomposition"},
+        {errorOf([&] { geqp3(2, 2, withNaN.data(), 2, pivots, out.data()); }), Kind::NotFinite, 4,
+         "QR"},
+        {errorOf([&] { potrf(Triangle::Upper, huge, out.data(), huge); }), Kind::TooLarge, 0,
+         "Cholesky factorisation: size 4294967296"},
+        {errorOf([&] { syevd(Triangle::Upper, 40000, out.data(), 40000, out.data()); }),
+         Kind::TooLarge, 0, "Eigenvalue decomposition: the matrix is too large"},
+        {errorOf([&] { potrf(Triangle::Upper, 3, out.data(), 2); }), Kind::Internal, 0,
+         "Cholesky factorisation: leading dimension 2, at least 3"},
+        {errorOf([&] { dot(2, out.data(), 0, out.data(), 1); }), Kind::Internal, 0, "Vector"},
+        {errorOf([&] {
+             gemm(Transpose::No, Transpose::No, 2, 2, 3, 1.0, out.data(), 2, out.data(), 2, 0.0,
+                  out.data(), 2);
+         }),
+         Kind::Internal, 0, "Matrix product: leading dimension 2, at least 3"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.error.kind, c.kind) << c.error.what();
+        EXPECT_EQ(c.error.info, c.info) << c.error.what();
+        EXPECT_EQ(std::string(c.error.what()).rfind(c.start, 0), 0u) << c.error.what();
+    }
+}
+
+TEST(LinearAlgebra, FindsEveryNonFiniteValueWhereverItStands) {
+    using Limits = std::numeric_limits<double>;
+    for (const std::size_t n : {std::size_t{1}, std::size_t{7}, std::size_t{5001}}) {
+        for (const std::size_t at : {std::size_t{0}, n / 2, n - 1}) {
+            Values values(n, 1.0);
+            for (const double value : {Limits::max(), Limits::lowest(), 5e-324, -0.0}) {
+                values[at] = value;
+                EXPECT_TRUE(allFinite(values.data(), std::ssize(values)));
+            }
+            for (const double value : {kNaN, -kNaN, Limits::infinity(), -Limits::infinity()}) {
+                values[at] = value;
+                EXPECT_FALSE(allFinite(values.data(), std::ssize(values)));
+            }
+        }
+    }
+    EXPECT_TRUE(allFinite(nullptr, 0));
+}

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Veltrix::Testing {
+
+/// A folder of a test's own, removed at the end.
+class TemporaryFolder {
+  public:
+    TemporaryFolder() {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "veltrix-test-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("No temporary folder");
+        folder_ = pattern;
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() { std::filesystem::remove_all(folder_); }
+
+    std::string path(const std::string& name) const { return (folder_ / name).string(); }
+
+    /// Writes a file and returns its path.
+    std::string write(const std::string& name, const std::string& content) const {
+        std::ofstream(path(name), std::ios::binary) << content;
+        return path(name);
+    }
+
+    /// Names of all files, ascending.
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+inline std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("No file " + path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+struct ProcessResult {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+/// Runs a program with these arguments and waits for it. Its output goes to a file of the caller's
+/// choice when one is named.
+inline ProcessResult runProgram(const std::string& program, const std::vector<std::string>& args,
+                                const std::string& outputFile = {}) {
+    const TemporaryFolder folder;
+    const auto quote = [](const std::string& text) {
+        std::string quoted = "'";
+        for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        return quoted += "'";
+    };
+    std::string command = quote(program);
+    for (const std::string& arg : args) command.append(" ").append(quote(arg));
+    const std::string out = outputFile.empty() ? folder.path("out") : outputFile;
+    command.append(" </dev/null >").append(quote(out));
+    command.append(" 2>").append(quote(folder.path("err")));
+    const int status = std::system(command.c_str());
+    ProcessResult result;
+    if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    if (outputFile.empty()) result.out = contentOf(out);
+    result.err = contentOf(folder.path("err"));
+    return result;
+}
+
+}  // namespace Veltrix::Testing

@@ -1,0 +1,125 @@
+#include "support/VectorMath.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/RuntimeRandom.h"
+
+namespace S = Veltrix::Support;
+
+namespace {
+
+using Function = void (*)(const double*, double*, std::int64_t);
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kTiny = std::numeric_limits<double>::denorm_min();
+
+struct Case {
+    const char* name;
+    Function function;
+    long double (*exact)(long double);
+    double low;
+    double high;
+    double maxUlp;
+};
+
+const Case kCases[] = {
+    {"ln near 1", S::ln, std::log, 0.5, 2.0, 1.0},
+    {"ln", S::ln, std::log, 1e-300, 1e300, 1.0},
+    {"exp", S::exp, std::exp, -700.0, 700.0, 1.0},
+    {"exp near 0", S::exp, std::exp, -1.0, 1.0, 1.0},
+    {"tanh", S::tanh, std::tanh, -20.0, 20.0, 1.5},
+    {"tanh near 0", S::tanh, std::tanh, -0.01, 0.01, 1.5},
+    {"sqrt", S::sqrt, std::sqrt, 0.0, 1e6, 0.5001},
+};
+
+std::vector<double> randomValues(double low, double high, int n) {
+    S::RuntimeRandom random(11);
+    std::vector<double> values;
+    for (int i = 0; i < n; ++i) {
+        values.push_back(low + (high - low) * (random.nextJoined() / 1073741824.0));
+    }
+    return values;
+}
+
+double errorInUlp(double value, long double exact) {
+    const double nearest = std::fabs(static_cast<double>(exact));
+    const double ulp = std::nextafter(nearest, kInf) - nearest;
+    return static_cast<double>(std::fabs(value - exact) / ulp);
+}
+
+}  // namespace
+
+TEST(VectorMath, IsAccurateToAboutOneUlp) {
+    for (const Case& c : kCases) {
+        const std::vector<double> x = randomValues(c.low, c.high, 50001);
+        std::vector<double> y(x.size());
+        c.function(x.data(), y.data(), std::ssize(x));
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            ASSERT_LE(errorInUlp(y[i], c.exact(x[i])), c.maxUlp) << c.name << " at " << x[i];
+        }
+    }
+}
+
+TEST(VectorMath, ResultsDoNotDependOnPositionLengthOrAlignment) {
+    for (const Case& c : kCases) {
+        const std::vector<double> x = randomValues(c.low, c.high, 37);
+        std::vector<double> whole(x.size());
+        c.function(x.data(), whole.data(), std::ssize(x));
+        for (std::size_t start = 0; start < 9; ++start) {
+            for (std::size_t n = 0; start + n <= x.size(); ++n) {
+                std::vector<double> part(n + 1, 77.0);
+                c.function(x.data() + start, part.data(), static_cast<std::int64_t>(n));
+                ASSERT_EQ(part[n], 77.0) << c.name << " wrote behind its end";
+                for (std::size_t i = 0; i < n; ++i) ASSERT_EQ(part[i], whole[start + i]) << c.name;
+            }
+        }
+        std::vector<double> inPlace = x;
+        c.function(inPlace.data(), inPlace.data(), std::ssize(inPlace));
+        EXPECT_EQ(inPlace, whole) << c.name;
+    }
+}
+
+TEST(VectorMath, SpecialValues) {
+    const double nan = std::nan("");
+    const struct {
+        Function function;
+        double x;
+        double expected;
+    } cases[] = {
+        {S::ln, 0.0, -kInf},     {S::ln, -0.0, -kInf},  {S::ln, -1.0, nan},
+        {S::ln, kInf, kInf},     {S::ln, nan, nan},     {S::ln, 1.0, 0.0},
+        {S::ln, -kInf, nan},     {S::exp, -kInf, 0.0},  {S::exp, kInf, kInf},
+        {S::exp, 709.79, kInf},  {S::exp, -746.0, 0.0}, {S::exp, nan, nan},
+        {S::exp, -745.0, kTiny}, {S::exp, 0.0, 1.0},    {S::tanh, kInf, 1.0},
+        {S::tanh, -kInf, -1.0},  {S::tanh, 0.0, 0.0},   {S::tanh, nan, nan},
+        {S::sqrt, -1.0, nan},    {S::sqrt, 4.0, 2.0},   {S::sqrt, kInf, kInf},
+        {S::sqrt, nan, nan},     {S::sqrt, -0.0, -0.0}, {S::ln, kTiny, -744.44007192138126},
+    };
+    for (const auto& c : cases) {
+        for (const std::int64_t n : {1, 5}) {  // the tail alone, and the vector body before it
+            const std::vector<double> x(static_cast<std::size_t>(n), c.x);
+            std::vector<double> y(x.size(), 77.0);
+            c.function(x.data(), y.data(), n);
+            for (const double value : y) {
+                if (std::isnan(c.expected)) {
+                    EXPECT_TRUE(std::isnan(value)) << c.x;
+                } else {
+                    EXPECT_DOUBLE_EQ(value, c.expected) << c.x;
+                    EXPECT_EQ(std::signbit(value), std::signbit(c.expected)) << c.x;
+                }
+            }
+        }
+    }
+}
+
+TEST(VectorMath, AddsElementByElement) {
+    std::vector<double> x{1, 2, 3, 1e308, 5};
+    const std::vector<double> y{10, 20, 30, 1e308, -5};
+    S::add(x.data(), y.data(), x.data(), std::ssize(x));
+    EXPECT_EQ(x, (std::vector<double>{11, 22, 33, kInf, 0}));
+}

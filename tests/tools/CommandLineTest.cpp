@@ -1,0 +1,249 @@
+// The real program as its user meets it: mistakes, files, and the text report.
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/Process.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* kData =
+    "y,a,b,w,kind,\"c,d\"\n"
+    "1.5,1,2,1,red,3\n"
+    "2.5,2,1,1,green,1\n"
+    "4.5,3,5,0,red,4\n"
+    "4.0,4,3,2,blue,1\n"
+    "6.5,5,NA,1,red,5\n"
+    "6.0,6,4,1,green,9\n";
+
+class CommandLine : public testing::Test {
+  protected:
+    ProcessResult run(const std::vector<std::string>& args, const std::string& output = {}) const {
+        return runProgram(VELTRIX_CLI, args, output);
+    }
+    /// `veltrix regress` on the small table with further options.
+    ProcessResult regress(std::vector<std::string> options, const std::string& output = {}) const {
+        options.insert(options.begin(), {"regress", "--data", data, "--target", "y"});
+        return run(options, output);
+    }
+    std::string text(const std::string& name) const { return contentOf(folder.path(name)); }
+
+    TemporaryFolder folder;
+    std::string data = folder.write("data.csv", kData);
+};
+
+/// What is wrong, and words that the message must hold.
+template <class Input>
+using Mistakes = std::vector<std::pair<Input, std::vector<std::string>>>;
+
+void expectMistake(const ProcessResult& result, const std::vector<std::string>& words) {
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, StartsWith("veltrix: "));
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    for (const std::string& word : words) EXPECT_THAT(result.err, HasSubstr(word));
+}
+
+TEST_F(CommandLine, HelpAndVersionExplain) {
+    const ProcessResult help = run({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.out, AllOf(HasSubstr("regress"), HasSubstr("predict"), HasSubstr("NA")));
+    EXPECT_THAT(run({"--version"}).out,
+                testing::MatchesRegex("veltrix [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_THAT(run({"regress", "--help"}).out,
+                AllOf(HasSubstr("--predictors"), HasSubstr("--no-intercept"), HasSubstr("0.95")));
+}
+
+TEST_F(CommandLine, MistakesInTheOptionsOfRegressAreNamed) {
+    const Mistakes<std::vector<std::string>> mistakes = {
+        {{"--predictors", "a,bb"}, {"--predictors", "\"bb\"", "did you mean \"b\""}},
+        {{"--predictors", "a,y"}, {"--predictors", "\"y\"", "target"}},
+        {{"--predictors", "a,b,a"}, {"\"a\"", "twice"}},
+        {{"--weights", "w", "--predictors", "w"}, {"\"w\"", "weights"}},
+        {{"--predictors", "a", "--confidence", "1"}, {"--confidence", "1", "between 0 and 1"}},
+        {{"--predictors", "a", "--confidence", "nan"}, {"--confidence", "nan"}},
+        {{"--predictors", "a", "--format", "xml"}, {"--format", "xml", "json"}},
+        {{"--predictors", "a", "--report", folder.path("none/r.xlsx")},
+         {"--report", "none/r.xlsx", "No such file"}},
+        {{"--predictors", "a", "--save", folder.path("")}, {"--save", "directory"}},
+        {{"--predictors", "a", "--output", data}, {"--output", "file of --data"}},
+    };
+    for (const auto& [wrong, words] : mistakes) {
+        SCOPED_TRACE(testing::PrintToString(wrong));
+        expectMistake(regress(wrong), words);
+    }
+    expectMistake(run({}), {"subcommand"});
+    expectMistake(run({"regres", "--data", data}), {"\"regres\"", "regress", "predict"});
+    expectMistake(run({"regress", "--data", data, "--target", "kind", "--predictors", "a"}),
+                  {"--target", "\"kind\"", "row 1", "\"red\""});
+    EXPECT_THAT(folder.files(), ElementsAre("data.csv"));
+    EXPECT_EQ(text("data.csv"), kData);
+}
+
+TEST_F(CommandLine, MistakesInTheDataAreNamed) {
+    const Mistakes<std::string> mistakes = {
+        {"", {"--data", "bad.csv", "header"}},
+        {"y,a\n", {"no data rows"}},
+        {"y,a\n1,NA\nNA,2\n", {"no row is left", "2 rows"}},
+        {"y\n1\n2\n", {"--predictors", "no column beside the target"}},
+        {"y,a\n1,2\n3,inf\n", {"\"a\"", "row 2", "inf", "finite"}},
+        {"y,\"a\nb\"\n1,oops\n", {"\"a\\nb\"", "row 1", "\"oops\""}},
+    };
+    for (const auto& [wrong, words] : mistakes) {
+        SCOPED_TRACE(testing::PrintToString(wrong));
+        expectMistake(run({"regress", "--data", folder.write("bad.csv", wrong), "--target", "y",
+                           "--save", folder.path("model.json")}),
+                      words);
+    }
+    const std::string weights = folder.write("bad.csv", "y,a,v,z\n1,2,NA,0\n2,3,1,0\n3,1,-2,0\n");
+    expectMistake(
+        run({"regress", "--data", weights, "--target", "y", "--predictors", "a", "--weights", "v"}),
+        {"--weights", "\"v\"", "row 3", "-2", "0 or more"});
+    expectMistake(
+        run({"regress", "--data", weights, "--target", "y", "--predictors", "a", "--weights", "z"}),
+        {"--weights", "\"z\"", "only 0"});
+    expectMistake(run({"regress", "--data", folder.path("none.csv"), "--target", "y"}),
+                  {"--data", "none.csv", "No such file"});
+    EXPECT_THAT(folder.files(), ElementsAre("bad.csv", "data.csv"));
+}
+
+/// The text with the first `old` replaced.
+std::string changed(std::string text, const std::string& old, const std::string& replacement) {
+    const std::size_t where = text.find(old);
+    if (where == std::string::npos) throw std::runtime_error("No " + old + " in " + text);
+    return text.replace(where, old.size(), replacement);
+}
+
+TEST_F(CommandLine, DamagedModelsAndDataThatDoNotFitAreNamed) {
+    ASSERT_EQ(regress({"--predictors", "a,b", "--save", folder.path("m.json")}).exitCode, 0);
+    const std::string model = text("m.json");
+    const Mistakes<std::string> mistakes = {
+        {"", {"--model", "bad.json"}},
+        {model.substr(0, model.size() / 2), {"bad.json", "line 1"}},
+        {changed(model, "veltrix model", "another"), {"type", "\"another\""}},
+        {changed(model, "\"version\":1", "\"version\":99"), {"version", "99"}},
+        {changed(model, "linear regression", "forest"), {"family", "\"forest\""}},
+        {changed(model, "\"target\"", "\"aim\""), {"target"}},
+        {changed(model, "[\"a\",\"b\"]", "[\"a\"]"), {"predictors", "1 columns, expected 2"}},
+        {changed(model, "\"intercept\":true", "\"intercept\":false"), {"intercept"}},
+        {changed(model, "\"coefficients\"", "\"koefficients\""), {"model", "coefficients"}},
+    };
+    for (const auto& [wrong, words] : mistakes) {
+        SCOPED_TRACE(wrong);
+        expectMistake(run({"predict", "--model", folder.write("bad.json", wrong), "--data", data,
+                           "--output", folder.path("out.txt")}),
+                      words);
+    }
+    const std::string other = folder.write("other.csv", "a,B2\n1,2\n");
+    expectMistake(run({"predict", "--model", folder.path("m.json"), "--data", other}),
+                  {"--data", "no column \"b\"", "other.csv"});
+    EXPECT_EQ(text("m.json"), model);
+    EXPECT_THAT(folder.files(), ElementsAre("bad.json", "data.csv", "m.json", "other.csv"));
+}
+
+TEST_F(CommandLine, AFullDiskLeavesNothingBehind) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full on this system";
+    folder.write("m.json", "old");
+    const std::vector<std::string> kept{"--predictors", "a", "--save", folder.path("m.json")};
+    for (const char* option : {"--report", "--output"}) {
+        std::vector<std::string> args = kept;
+        args.insert(args.end(), {option, "/dev/full"});
+        const ProcessResult result = regress(args);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.err, AllOf(HasSubstr(option), HasSubstr("No space left")));
+    }
+    const ProcessResult printed = regress(kept, "/dev/full");
+    EXPECT_EQ(printed.exitCode, 2);
+    EXPECT_THAT(printed.err, HasSubstr("standard output: No space left"));
+    EXPECT_EQ(run({"--help"}, "/dev/full").exitCode, 2);
+    EXPECT_EQ(text("m.json"), "old");
+    EXPECT_THAT(folder.files(), ElementsAre("data.csv", "m.json"));
+}
+
+TEST_F(CommandLine, TheTextReportIsAligned) {
+    const ProcessResult result = regress({"--predictors", "a", "--weights", "w"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.out, StartsWith("Linear regression of y\n======================\n\n"));
+    EXPECT_THAT(result.out, HasSubstr("Rows read                       6\n"
+                                      "Rows used                       6\n"
+                                      "Rows left out (missing values)  0\n"));
+    // In fractions: slope 103/104, intercept 47/104, F = 39.846009, total 449/24.
+    EXPECT_THAT(result.out,
+                HasSubstr("\nSource      df  Sum of squares  Mean square        F   p-value\n"
+                          "Regression   1        17.0016     17.0016    39.8460  0.003221\n"
+                          "Residual     4         1.70673     0.426683\n"
+                          "Total        5        18.7083      3.74167\n"));
+    EXPECT_THAT(
+        result.out,
+        HasSubstr("\nName       Estimate  Std. error         t   p-value  Lower 95%  Upper 95%\n"
+                  "Intercept  0.451923    0.634087  0.712715  0.515392  -1.30858     2.21243\n"
+                  "a          0.990385    0.156896  6.31237   0.003221   0.554772    1.42600\n"));
+    EXPECT_THAT(result.out, Not(HasSubstr(" \n")));
+}
+
+TEST_F(CommandLine, RowsWithoutValuesAreCountedAndKeptInPlace) {
+    const std::string model = folder.path("m.json");
+    const ProcessResult fit =
+        regress({"--predictors", "a, b", "--predictors", "c,d", "--save", model});
+    ASSERT_EQ(fit.exitCode, 0) << fit.err;
+    EXPECT_THAT(fit.out, AllOf(HasSubstr("Rows used                       5\n"),
+                               HasSubstr("Rows left out (missing values)  1\n"),
+                               HasSubstr("\nc,d "), HasSubstr("\n  6 ")));
+    EXPECT_THAT(fit.out, Not(HasSubstr("\n  5 ")));
+    const ProcessResult scored =
+        run({"predict", "--model", model, "--data", data, "--format", "csv"});
+    ASSERT_EQ(scored.exitCode, 0) << scored.err;
+    EXPECT_THAT(scored.out, AllOf(HasSubstr("Rows scored,5\n"), HasSubstr("not scored),1\n"),
+                                  HasSubstr("\n5,NaN,NaN,NaN,NaN,NaN\n6,")));
+}
+
+TEST_F(CommandLine, AliasedColumnsAreMarked) {
+    const std::string csv = folder.write("t.csv", "y,\xC3\xA4,twice\n1,1,2\n3,2,4\n2,3,6\n5,4,8\n");
+    const ProcessResult result = run({"regress", "--data", csv, "--target", "y"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.out, AllOf(HasSubstr("not estimable\n"), HasSubstr("1 column depends")));
+    EXPECT_THAT(result.out, HasSubstr("\n\xC3\xA4          "));  // padded by characters, not bytes
+}
+
+TEST_F(CommandLine, LongTablesAreCutInTextOnly) {
+    std::string csv = "y,x\n";
+    for (int i = 0; i < 50; ++i) {
+        csv += std::to_string(i * 3 % 7) + "," + std::to_string(i) + "\n";
+    }
+    const std::string path = folder.write("long.csv", csv);
+    const auto with = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"regress", "--data", path, "--target", "y"});
+        return run(options).out;
+    };
+    EXPECT_THAT(with({}), AllOf(HasSubstr("\n 20 "), Not(HasSubstr("\n 21 ")),
+                                HasSubstr("... 30 more rows; --all-records")));
+    EXPECT_THAT(with({"--all-records"}), AllOf(HasSubstr("\n 50 "), Not(HasSubstr("more rows"))));
+    EXPECT_EQ(with({"--output", folder.path("out.txt")}), "");
+    EXPECT_EQ(text("out.txt"), with({}));
+}
+
+TEST_F(CommandLine, AWorkbookHoldsASheetATableAndCharts) {
+    const ProcessResult result = regress({"--predictors", "a,b", "--report", folder.path("r.xlsx"),
+                                          "--save", folder.path("m.json")});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(folder.files(), ElementsAre("data.csv", "m.json", "r.xlsx"));
+    const std::string archive = text("r.xlsx");
+    EXPECT_THAT(archive, StartsWith("PK"));
+    EXPECT_THAT(
+        archive,
+        AllOf(HasSubstr("xl/worksheets/sheet9.xml"), Not(HasSubstr("xl/worksheets/sheet10.xml")),
+              HasSubstr("xl/charts/chart3.xml"), Not(HasSubstr("xl/charts/chart4.xml"))));
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing

@@ -1,0 +1,146 @@
+// The sampling commands of the real program.
+#include <algorithm>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Veltrix/Engine/Sampling.h"
+#include "tests/support/Process.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+const std::string kTitanic = std::string(VELTRIX_TEST_DATA) + "/learners/titanic_class.csv";
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+/// The lines that the program prints, the header left out.
+std::vector<std::string> rowsOf(const std::vector<std::string>& arguments) {
+    const ProcessResult result = runProgram(VELTRIX_CLI, arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    std::vector<std::string> lines = linesOf(result.out);
+    if (!lines.empty()) lines.erase(lines.begin());
+    return lines;
+}
+
+std::string numberedRows(int rows) {
+    std::string text = "row\n";
+    for (int i = 0; i < rows; ++i) text += std::to_string(i) + "\n";
+    return text;
+}
+
+TEST(SampleCommand, DrawsTheRowsOfTheLibrary) {
+    const TemporaryFolder folder;
+    const std::string data = folder.write("data.csv", numberedRows(1000));
+    std::vector<std::string> expected;
+    Engine::Sampling::ScalableSRS sampler(1000, 100);
+    for (const int row : sampler.setSeed(42).sample()) expected.push_back(std::to_string(row));
+    EXPECT_EQ(rowsOf({"sample", "--data", data, "--size", "100", "--seed", "42"}), expected);
+    EXPECT_EQ(rowsOf({"sample", "--data", data, "--size", "9"}),
+              rowsOf({"sample", "--data", data, "--size", "9", "--seed", "12345"}));
+}
+
+// Keys of exactly 1 are left out when nearly everything is drawn; all rows must come even so.
+TEST(SampleCommand, CanDrawEveryRow) {
+    const TemporaryFolder folder;
+    std::string text = "row,half\n";
+    for (int i = 0; i < 150000; ++i) text += std::to_string(i) + (i % 2 == 0 ? ",a\n" : ",b\n");
+    const std::string data = folder.write("data.csv", text);
+    for (const bool stratified : {false, true}) {
+        std::vector<std::string> arguments{"sample", "--data", data, "--size", "150000"};
+        if (stratified) arguments.insert(arguments.end(), {"--strata", "half"});
+        const std::vector<std::string> rows = rowsOf(arguments);
+        EXPECT_EQ(std::set<std::string>(rows.begin(), rows.end()).size(), 150000u);
+    }
+}
+
+TEST(PartitionCommand, KeepsEveryCellAndRow) {
+    const TemporaryFolder folder;
+    const std::string data = folder.write(
+        "data.csv",
+        "id,\"size, cm\",note\n1.50,1.50,\" lead\"\n2,,\"x,y\"\n3e2,NA,\"q\"\"q\"\n-0.10,007,Mü\n"
+        "5,nan,\"a\nb\"\n");
+    const ProcessResult result =
+        runProgram(VELTRIX_CLI, {"partition", "--data", data, "--train", "0.6", "--validation",
+                                 "0.4", "--column", "my part", "--output", folder.path("out.csv")});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(contentOf(folder.path("out.csv")),
+              "id,\"size, cm\",note,my part\n"
+              "1.50,1.50,\" lead\",train\n2,,\"x,y\",train\n3e2,NA,\"q\"\"q\",valid\n"
+              "-0.10,007,Mü,valid\n5,nan,\"a\nb\",train\n");
+    // A single empty cell must not become an empty line, which readers pass over.
+    const std::string single = folder.write("single.csv", "a\n\"\"\nx\n");
+    EXPECT_EQ(runProgram(VELTRIX_CLI, {"sample", "--data", single, "--size", "2"}).out,
+              "a\n\"\"\nx\n");
+}
+
+TEST(PartitionCommand, GivesTrainingTheShareOfTheClass) {
+    std::map<std::string, int> count;
+    for (const std::string& row :
+         rowsOf({"partition", "--data", kTitanic, "--train", "0.6", "--validation", "0.2",
+                 "--target", "stratum", "--success-class", "2nd", "--success-share", "0.25"})) {
+        const bool success = row.substr(0, row.find(',')) == "2nd";
+        ++count[row.substr(row.find(',') + 1) + (success ? " success" : " other")];
+    }
+    // 285 of 2201 passengers: ceil(171), ceil(57), the rest; others 3 to 1 in training, then
+    // ceil(0.2 * 1916) and ceil(57 * 1916/285).
+    const std::map<std::string, int> expected{
+        {"train success", 171}, {"valid success", 57}, {"test success", 57}, {"train other", 513},
+        {"valid other", 384},   {"test other", 384},   {" other", 635}};
+    EXPECT_EQ(count, expected);
+    // In a column of numbers the class is a number too.
+    const TemporaryFolder folder;
+    const std::string data = folder.write("data.csv", "y\n1\n0\n0\n1\n");
+    EXPECT_EQ(rowsOf({"partition", "--data", data, "--train", "1", "--target", "y",
+                      "--success-class", "1.0"}),
+              (std::vector<std::string>{"1,train", "0,train", "0,train", "1,train"}));
+}
+
+TEST(SamplingCommands, NameTheMistake) {
+    const TemporaryFolder folder;
+    const std::string data = folder.write("data.csv", "x,y\n1,a\n2,b\n3,b\n");
+    const std::string same = folder.write("same.csv", "y\na\na\n");
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"sample", "--data", data, "--size", "4"}, "--size: 4, expected at most the 3 rows"},
+        {{"sample", "--data", data, "--size", "1.5"}, "--size: \"1.5\", expected a whole number"},
+        {{"sample", "--data", data, "--size", "1", "--seed", "4294967296"}, "--seed: "},
+        {{"sample", "--data", data, "--size", "1", "--output", data}, "--output: "},
+        {{"partition", "--data", data, "--train", "1.01"}, "--train: \"1.01\", expected a number"},
+        {{"partition", "--data", data, "--train", "0.8", "--validation", "0.3"},
+         "more than 1 together"},
+        {{"partition", "--data", data, "--train", "0.5", "--column", "y"}, "--column: "},
+        {{"partition", "--data", data, "--train", "0.5", "--target", "y", "--success-class", "q"},
+         "--success-class: column \"y\" does not hold \"q\", expected one of \"a\", \"b\""},
+        {{"partition", "--data", same, "--train", "0.5", "--target", "y", "--success-class", "a"},
+         "--success-share: column \"y\" holds \"a\" only"},
+    };
+    for (auto [arguments, message] : cases) {
+        if (std::find(arguments.begin(), arguments.end(), "--output") == arguments.end()) {
+            arguments.insert(arguments.end(), {"--output", folder.path("out.csv")});
+        }
+        const ProcessResult result = runProgram(VELTRIX_CLI, arguments);
+        EXPECT_EQ(result.exitCode, 2) << message;
+        EXPECT_THAT(result.err, testing::StartsWith("veltrix: "));
+        EXPECT_THAT(result.err, testing::HasSubstr(message));
+        EXPECT_EQ(linesOf(result.err).size(), 1u);
+    }
+    EXPECT_EQ(folder.files(), (std::vector<std::string>{"data.csv", "same.csv"}));
+    const ProcessResult full =
+        runProgram(VELTRIX_CLI, {"sample", "--data", data, "--size", "1"}, "/dev/full");
+    EXPECT_EQ(full.exitCode, 2);
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing

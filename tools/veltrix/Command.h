@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace Veltrix::Tool {
+
+/// One task of the program: `veltrix NAME options...`.
+class Command {
+  public:
+    Command() = default;
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+    virtual ~Command() = default;
+
+    virtual std::string name() const = 0;
+    /// One sentence for the list of commands.
+    virtual std::string description() const = 0;
+    /// Declares the options, which write into members of the command.
+    virtual void declare(CLI::App& app) = 0;
+    /// Does the work with the options given; a mistake of the user's throws `UserError`.
+    virtual void run() = 0;
+};
+
+/// All commands in the order of the help text.
+std::vector<std::unique_ptr<Command>> makeCommands();
+
+}  // namespace Veltrix::Tool

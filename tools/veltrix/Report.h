@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "Veltrix/Data/Vector.h"
+
+namespace Veltrix::Tool {
+
+/// What a cell holds; `std::monostate` where there is nothing to say. A number that cannot be
+/// computed is NaN.
+using Value = std::variant<std::monostate, std::string, std::int64_t, double>;
+/// A cell as the renderers see it.
+using Cell = std::variant<std::monostate, std::string_view, std::int64_t, double>;
+
+/// How numbers of a column are rounded in text output; everything else holds them unrounded.
+enum class NumberStyle {
+    Single,      ///< each number on its own: 6 significant digits
+    Series,      ///< one scale for the column: common decimals, 6 digits for the largest
+    Probability  ///< fixed decimals, scientific when small
+};
+
+struct Column {
+    using Values = std::variant<std::vector<Value>, std::vector<std::string>,
+                                std::vector<std::int64_t>, Vector>;
+
+    std::string heading;
+    Values values;
+    NumberStyle style = NumberStyle::Single;
+
+    std::size_t size() const;
+    /// Valid as long as the column.
+    Cell cell(std::size_t row) const;
+};
+
+/// A title, a row of headings, and columns of equal length.
+struct Table {
+    std::string title;
+    std::vector<Column> columns;
+    std::vector<std::string> notes = {};
+    /// Labels and values: text output shows no headings.
+    bool entries = false;
+    /// One row per record of the data: text output shows the first ones only.
+    bool perRecord = false;
+    /// Made for a chart: text output leaves it out.
+    bool chartOnly = false;
+
+    std::size_t numRows() const { return columns.empty() ? 0 : columns.front().size(); }
+};
+
+/// A column of a report's table, by position.
+struct ChartAxis {
+    std::size_t table = 0;
+    std::size_t column = 0;
+};
+
+/// A scatter chart of two columns of equal length that hold finite numbers only.
+struct Chart {
+    std::string title;
+    ChartAxis x;
+    ChartAxis y;
+    /// Further columns, drawn as lines over the same x.
+    std::vector<ChartAxis> lines = {};
+    /// Joins every point to the x axis.
+    bool stems = false;
+};
+
+/// What a task found out, independent of how it is shown.
+struct Report {
+    std::string title;
+    std::vector<Table> tables;
+    std::vector<Chart> charts = {};
+};
+
+/// A label and its value.
+struct Entry {
+    std::string label;
+    Value value;
+};
+
+/// A table of two columns from labelled values.
+Table entryTable(std::string title, std::vector<Entry> entries);
+
+/// A double as a cell: an integer when it counts something and is finite.
+Value countValue(double count);
+
+/// "NaN", "Infinity" or "-Infinity".
+std::string_view nonFiniteText(double number);
+
+}  // namespace Veltrix::Tool

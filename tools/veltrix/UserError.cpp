@@ -1,0 +1,33 @@
+#include "tools/veltrix/UserError.h"
+
+#include <cstddef>
+
+#include <fmt/format.h>
+
+namespace Veltrix::Tool {
+
+std::string oneLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            line += "\\n";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            line += fmt::format("\\x{:02x}", byte);
+        } else {
+            line += c;
+        }
+    }
+    return line;
+}
+
+std::string quoted(std::string_view text) {
+    constexpr std::size_t kLongest = 80;
+    if (text.size() <= kLongest) return fmt::format("\"{}\"", oneLine(text));
+    std::size_t end = kLongest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+    return fmt::format("\"{}...\"", oneLine(text.substr(0, end)));
+}
+
+}  // namespace Veltrix::Tool

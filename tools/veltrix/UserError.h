@@ -1,0 +1,22 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Veltrix::Tool {
+
+/// Something that the user has to put right; `what()` is one line that names the option, or the
+/// column, row and value, and what was expected. Ends the program with exit code 2.
+struct UserError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Text of the user's in quotation marks, for use inside a message: one line whatever it holds, and
+/// shortened when it is very long. Called as `Tool::quoted`, as the standard library has one too.
+std::string quoted(std::string_view text);
+
+/// The text with control characters made visible (a line break as \n), so that it stays one line.
+std::string oneLine(std::string_view text);
+
+}  // namespace Veltrix::Tool
