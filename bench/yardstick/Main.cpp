@@ -18,6 +18,7 @@ std::map<std::string, Setup> workloads() {
     std::map<std::string, Setup> all;
     addLeastSquares(all);
     addDistances(all);
+    addNearestNeighbours(all);
     return all;
 }
 

@@ -48,6 +48,24 @@ struct DistanceStrip {
     bool accumulate;  ///< continue the sums in the target; otherwise they start from 0
 };
 
+/// Outer points of a `NearRowsStrip`; inner points in one of its panels.
+constexpr std::int64_t kNearOuter = 6;
+constexpr std::int64_t kNearInner = 16;
+
+/// Outer points against consecutive panels of inner points in single precision, to find the pairs
+/// with start + Σaₖbₖ ≥ bound. A comparison with NaN finds nothing, so NaN bounds and starting
+/// values mark padding.
+struct NearRowsStrip {
+    std::int64_t depth;       ///< number of coordinates
+    const float* outer;       ///< coordinate k of outer point r at [k · kNearOuter + r]
+    const float* bounds;      ///< of the kNearOuter outer points
+    const float* inner;       ///< panels: kNearInner starting values, then the coordinates
+    std::int64_t innerCount;  ///< inner points with padding, a multiple of kNearInner
+    /// Inner points found for outer point r, ascending, from [r · innerCount] on; how many.
+    std::int32_t* found;
+    std::int64_t* foundCounts;
+};
+
 struct Arrays {
     /// Σx, compensated (Neumaier 1974) in independent lanes; over all, over all but NaN, of |x|.
     CompensatedSum (*sum)(std::int64_t n, const double* x);
@@ -77,6 +95,7 @@ struct Arrays {
     void (*absoluteDifferences)(const DistanceStrip& strip);
     /// max|aₖ − bₖ|, NaN when one of the differences is
     void (*largestDifferences)(const DistanceStrip& strip);
+    void (*nearRows)(const NearRowsStrip& strip);
 };
 
 /// The kernels for this processor.

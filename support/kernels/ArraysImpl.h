@@ -7,6 +7,7 @@
 #include "support/kernels/Arrays.h"
 #include "support/kernels/DistanceTilesImpl.h"
 #include "support/kernels/LanesImpl.h"
+#include "support/kernels/NearRowsImpl.h"
 
 namespace {
 
@@ -187,6 +188,7 @@ constexpr Veltrix::Kernels::Arrays kArrays = {
     differences<AddSquare>,
     differences<AddMagnitude>,
     differences<KeepLargest>,
+    nearRows,
 };
 
 }  // namespace

@@ -34,4 +34,12 @@ enum class Ordering : int { largestFirst = 0, smallestFirst = 1 };
 /// Norm of a row or column.
 enum class NormType : int { sumOfAbsoluteValues = 1, euclidean = 2, largestAbsoluteValue = 3 };
 
+namespace KNearestNeighbors {
+
+/// What the vote of a neighbour weighs. `unspecified` counts as `equalVotes`.
+enum class WeightingScheme : int { unspecified = 0, equalVotes = 1, inverseDistance = 2 };
+
+}  // namespace KNearestNeighbors
+
+
 }  // namespace Veltrix

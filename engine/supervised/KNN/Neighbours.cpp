@@ -1,0 +1,122 @@
+#include "engine/supervised/KNN/Neighbours.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "Veltrix/Data/Convert.h"
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/NearestRows.h"
+#include "Veltrix/Data/Util.h"
+
+namespace Veltrix::Engine::KNN {
+namespace {
+
+[[noreturn]] void fail(const std::string& problem) {
+    throw Exception("Nearest neighbours: " + problem);
+}
+
+void checkLengths(const Matrix& features, std::uint64_t responses, std::uint64_t weights) {
+    const auto n = static_cast<std::uint64_t>(features.getNumRows());
+    if (n == 0) fail("no training records, at least 1 expected");
+    const auto check = [n](std::uint64_t found, const char* what) {
+        if (found == n) return;
+        fail(std::to_string(found) + " " + what + ", " + std::to_string(n) + " training records");
+    };
+    check(responses, "responses");
+    check(weights, "weights");
+}
+
+/// Weights of the neighbours: the record weights, over the distances relative to the least one when
+/// they count.
+void weigh(const Matrix& neighbours, const Vector& recordWeights,
+           KNearestNeighbors::WeightingScheme scheme, Vector& weights) {
+    const bool inverse = scheme == KNearestNeighbors::WeightingScheme::inverseDistance;
+    weights.resize(static_cast<std::uint64_t>(neighbours.getNumRows()));
+    for (int i = 0; i < neighbours.getNumRows(); ++i) {
+        double weight = 1.0;
+        if (inverse) {
+            // After an exact match every other quotient is infinite: it has no vote.
+            const double distance = neighbours(i, 1);
+            const bool match = Veltrix::Util::equal(distance, 0.0);
+            weight = 1.0 / (match ? 1.0 : distance / neighbours(0, 1));
+        }
+        const auto record = static_cast<std::uint64_t>(neighbours(i, 0));
+        weights[static_cast<std::uint64_t>(i)] = weight * recordWeights[record];
+    }
+}
+
+}  // namespace
+
+void checkTraining(const Matrix& features, std::uint64_t responses, const Vector& weights) {
+    checkLengths(features, responses, weights.size());
+    const auto bad = std::find_if(weights.begin(), weights.end(), [](double weight) {
+        return !(weight >= 0.0) || std::isinf(weight);
+    });
+    if (bad == weights.end()) return;
+    fail("weight of record " + std::to_string(bad - weights.begin()) + " is " +
+         Convert::toString(*bad).toUtf8() + ", expected a finite number of at least 0");
+}
+
+void checkQuery(const Model& model, std::uint64_t responses, const Matrix& records, int k,
+                const char* numberOf) {
+    const Matrix& features = model.getTrainingFeatures();
+    checkLengths(features, responses, model.getWeights().size());
+    if (k < 1) fail(numberOf + (" " + std::to_string(k)) + ", expected at least 1");
+    if (records.getNumCols() != features.getNumCols()) {
+        fail(std::to_string(records.getNumCols()) + " columns to score, the model has " +
+             std::to_string(features.getNumCols()));
+    }
+}
+
+void checkActual(const Matrix& records, std::uint64_t actual) {
+    if (actual == static_cast<std::uint64_t>(records.getNumRows())) return;
+    fail(std::to_string(actual) + " actual values, " + std::to_string(records.getNumRows()) +
+         " records");
+}
+
+void visitNeighbours(const Model& model, const Matrix& records, const Query& query,
+                     const Visit& visit) {
+    const Matrix& features = model.getTrainingFeatures();
+    const int k = std::min(query.k, features.getNumRows());
+    Vector weights;
+    const auto score = [&](int record, const Matrix& neighbours) {
+        weigh(neighbours, model.getWeights(), query.scheme, weights);
+        visit(record, neighbours, weights);
+    };
+    try {
+        visitNearestRows(records, features, k, query.includeTies, query.skipNaN, score);
+        return;
+    } catch (...) {  // most likely memory: one record at a time needs least of it
+    }
+    for (int i = 0; i < records.getNumRows(); ++i) {
+        const Vector record = Convert::toDoubleVector(records(i, Veltrix::Util::all));
+        score(i, Veltrix::Util::kTop(Veltrix::Util::pairwiseDistance(record, features, true), k,
+                                     query.includeTies, query.skipNaN, Ordering::smallestFirst));
+    }
+}
+
+int lengthOfList(const Matrix& neighbours, int k, bool includeTies) {
+    const int all = neighbours.getNumRows();
+    int length = std::min(k, all);
+    while (includeTies && length > 0 && length < all &&
+           Veltrix::Util::equal(neighbours(length, 1), neighbours(length - 1, 1))) {
+        ++length;
+    }
+    return length;
+}
+
+KSearchInfo searchInfo(Vector errors, int maxK, const wchar_t* measure) {
+    KSearchInfo info;
+    info.bestK = Veltrix::Util::minIndex(errors) + 1;
+    errors.resize(static_cast<std::uint64_t>(maxK), errors.back());
+    StringVector names;
+    for (int k = 1; k <= maxK; ++k) names.push_back(Convert::toString(k));
+    info.searchLog.setName(L"Search Log");
+    errors.setName(measure);
+    info.searchLog.append(std::move(errors));
+    info.searchLog.setRowNames(names);
+    return info;
+}
+
+}  // namespace Veltrix::Engine::KNN

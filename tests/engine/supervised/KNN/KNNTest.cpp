@@ -1,0 +1,294 @@
+// Nearest neighbours: reference values, special records, memory, bad input and storage.
+#include <cerrno>
+#include <cstdlib>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Veltrix.h"
+#include "tests/data/RandomValues.h"
+#include "tests/support/Containers.h"
+#include "tests/support/ReferenceData.h"
+#include "tests/support/Tolerance.h"
+
+namespace {
+
+std::size_t largestBlock = SIZE_MAX;
+int refusedBlocks = 0;
+
+}  // namespace
+
+/// Stands in for the library's source of blocks and refuses those above the limit.
+extern "C" __attribute__((visibility("default"))) int posix_memalign(void** memory,
+                                                                     std::size_t alignment,
+                                                                     std::size_t bytes) noexcept {
+    if (bytes > largestBlock) ++refusedBlocks;
+    *memory = bytes > largestBlock
+                  ? nullptr
+                  : std::aligned_alloc(alignment, (bytes / alignment + 1) * alignment);
+    return *memory == nullptr ? ENOMEM : 0;
+}
+
+namespace Veltrix::Testing {
+namespace {
+
+using Classifier = Engine::Classification::KNN::Model;
+using Regressor = Engine::Regression::KNN::Model;
+using KNearestNeighbors::WeightingScheme;
+constexpr auto kEqual = WeightingScheme::equalVotes;
+constexpr auto kInverse = WeightingScheme::inverseDistance;
+constexpr Tolerance kWithin{0.0, 1e-10};
+
+StringVector toStrings(const std::vector<std::string>& texts) {
+    StringVector result;
+    for (const std::string& text : texts) result.push_back(WString::fromUtf8(text));
+    return result;
+}
+
+Vector numbers(const DataFrame& frame) { return Convert::toDoubleVector(frame); }
+
+/// A reference case: the first rows of its data train, the others are scored.
+struct Case {
+    explicit Case(const std::string& name)
+        : reference("learners/" + name + ".knn"), data("learners/" + name + ".csv") {
+        const Matrix x = columnsOf(data, reference.texts("predictors"));
+        const int n = static_cast<int>(reference.scalar("training_rows"));
+        training = Util::range(0, n);
+        rest = Util::range(n, x.getNumRows());
+        features = x(training, Util::all);
+        records = x(rest, Util::all);
+        records.setName(L"rest");
+    }
+    /// A column of the data, called by what the reference calls it.
+    DataFrame column(const std::string& role, const IntVector& rows) const {
+        DataFrame frame;
+        frame.append(toStrings(data.texts(reference.text(role))));
+        return frame(rows, Util::all);
+    }
+    /// Runs compare(prefix, k, ties, scheme) for every entry of a list of the reference.
+    template <class Compare>
+    void forEach(const std::string& list, const char* k, Compare compare) const {
+        int c = 0;
+        for (std::string prefix; reference.has((prefix = list + std::to_string(c) + ".") + k);
+             ++c) {
+            const auto number = [&](const char* key) {
+                return static_cast<int>(reference.scalar(prefix + key));
+            };
+            compare(prefix, number(k), number("include_ties") == 1,
+                    static_cast<WeightingScheme>(number("scheme")));
+        }
+        EXPECT_GE(c, 2) << list;
+    }
+    template <class Model, class Actual>
+    void expectSearches(const Model& model, const Actual& actual, const std::string& errors) const {
+        forEach("searches.", "max_k", [&](const auto& prefix, int maxK, bool ties, auto scheme) {
+            const auto info = model.kSearch(records, actual, maxK, ties, false, scheme);
+            const std::vector<double> expected = reference.vector(prefix + errors);
+            EXPECT_TRUE(allNear(numbers(info.searchLog), expected, kWithin)) << prefix;
+            EXPECT_EQ(info.bestK, reference.scalar(prefix + "best_k")) << prefix;
+        });
+    }
+
+    ReferenceData reference;
+    CsvData data;
+    IntVector training, rest;
+    Matrix features, records;
+};
+
+TEST(KNN, ClassificationReferences) {
+    for (const std::string name : {"iris_tenths", "painters_weighted", "pima_small"}) {
+        const Case given(name);
+        Classifier model;
+        if (name == "pima_small") {
+            model.setPrior(L"No", 0.5).setPrior(L"Yes", 0.5).setSuccessClass(L"Yes");
+            model.setSuccessProbabilityCutoff(given.reference.scalar("cutoff"));
+        }
+        const DataFrame labels = given.column("class", given.training);
+        const DataFrame x = Convert::toDataFrame(given.features);
+        if (name == "painters_weighted") {
+            const DataFrame weights = given.column("weights", given.training);
+            model.fit(x, labels(Util::all, 0), weights(Util::all, 0));
+        } else {
+            model.fit(x, labels(Util::all, 0));
+        }
+        EXPECT_EQ(model.getClasses(), toStrings(given.reference.texts("classes")));
+        EXPECT_TRUE(
+            allNear(model.getPriorVector(), given.reference.vector("priors"), {1e-14, 0.0}));
+        EXPECT_TRUE(allNear(model.getWeights(), given.reference.vector("normalized_weights"),
+                            {1e-13, 0.0}));
+        given.forEach("scores.", "k", [&](const auto& prefix, int k, bool ties, auto scheme) {
+            const auto found = model.posteriorProbability(given.records, k, ties, true, scheme);
+            EXPECT_EQ(found.getName(), L"Posterior Probability: rest");
+            EXPECT_EQ(found.getColNames(), model.getClasses());
+            const Matrix expected = toMatrix(given.reference.matrix(prefix + "posterior"));
+            EXPECT_TRUE(Convert::toMatrix(found).equalTo(expected, 1e-10)) << name << prefix;
+        });
+        given.expectSearches(
+            model, Convert::toStringVector(given.column("class", given.rest)(Util::all, 0)),
+            "misclassified_percent");
+    }
+}
+
+TEST(KNN, RegressionReferences) {
+    const Case given("stackloss_knn");
+    const Vector response = numbers(given.column("response", given.training));
+    Regressor model;
+    model.fit(given.features, response);
+    EXPECT_EQ(model.getWeights(), Vector(response.size(), 1.0));
+    given.forEach("scores.", "k", [&](const auto& prefix, int k, bool ties, auto scheme) {
+        const DataFrame scores = model.predict(given.records, k, ties, false, scheme);
+        EXPECT_EQ(scores.getName(), L"Scores: rest");
+        EXPECT_EQ(scores.getColName(0), L"Prediction");
+        const std::vector<double> expected = given.reference.vector(prefix + "prediction");
+        EXPECT_TRUE(allNear(numbers(scores), expected, kWithin)) << prefix;
+    });
+    given.expectSearches(model, numbers(given.column("response", given.rest)), "rmse");
+}
+
+// Points on a line; distances from 0 are 0, 1, 1, 4, 9.
+const Matrix kLine(5, 1, Vector{0, 1, -1, 2, 3});
+const StringVector kLabels{L"a", L"b", L"c", L"b", L"a"};
+
+TEST(KNN, SpecialRecords) {
+    Classifier model;
+    model.setClasses(StringVector{L"c", L"b", L"a", L"none"}).fit(kLine, kLabels);
+    const auto posterior = [&](double at, int k, bool ties, bool skipNaN, WeightingScheme scheme) {
+        return numbers(model.posteriorProbability(Matrix(1, 1, at), k, ties, skipNaN, scheme));
+    };
+    const Tolerance within{1e-14, 0.0, NaNRule::EqualsNaN};
+    const Vector none(4, kNaN);
+    const struct {
+        Vector found, expected;
+    } cases[] = {
+        // An exact match takes the whole vote.
+        {posterior(0, 3, false, false, kInverse), {0, 0, 1, 0}},
+        // The tie at the second place: the earlier record, or both.
+        {posterior(0, 2, false, false, kEqual), {0, 0.5, 0.5, 0}},
+        {posterior(0, 2, true, false, kEqual), {1.0 / 3, 1.0 / 3, 1.0 / 3, 0}},
+        {posterior(0, 9, false, false, WeightingScheme::unspecified), {0.2, 0.4, 0.4, 0}},
+        // Distances 1, 4 and 9 from 4: weights 1, 1/4 and 1/9.
+        {posterior(4, 3, false, false, kInverse), {0, 13.0 / 49, 36.0 / 49, 0}},
+        // Without a distance the first records count, or none.
+        {posterior(kNaN, 1, false, false, kEqual), {0, 0, 1, 0}},
+        {posterior(kNaN, 1, false, false, kInverse), none},
+        {posterior(kNaN, 1, false, true, kEqual), none},
+    };
+    for (const auto& [found, expected] : cases) EXPECT_TRUE(allNear(found, expected, within));
+    // Records of weight 0 have no vote, and without any weight there is no answer.
+    model.setWeights({}).setPrior(Classifier::PriorMap());
+    model.fit(kLine, kLabels, Vector{0, 0, 1, 0, 0});
+    EXPECT_EQ(posterior(0, 5, false, false, kEqual), (Vector{1, 0, 0, 0}));
+    EXPECT_TRUE(allNear(posterior(0, 1, false, false, kEqual), none, within));
+    // Beyond the number of records the errors stay.
+    Regressor regressor;
+    regressor.fit(kLine, Vector{1, 2, 4, 8, 16});
+    const auto search = regressor.kSearch(Matrix(1, 1), Vector{1.5}, 7, true, false, kEqual);
+    EXPECT_TRUE(allNear(numbers(search.searchLog),
+                        Vector{0.5, 2.5 / 3, 2.5 / 3, 2.25, 4.7, 4.7, 4.7}, within));
+    EXPECT_EQ(search.searchLog(L"7", L"RMSE").toDouble(), search.searchLog(4, 0).toDouble());
+}
+
+TEST(KNN, FailingAllocationsChangeNothing) {
+    const Matrix x = Util::gaussianMatrix(500, 2, MatrixOrderType::columnMajor, 0.0, 1.0, 1);
+    const Matrix training = x(Util::range(0, 200), Util::all);
+    const Matrix records = x(Util::range(200, 500), Util::all);
+    Regressor model;
+    model.fit(training, training.getSubColumn(Util::range(0, 200), 1));
+    const Vector expected = numbers(model.predict(records, 5, true, false, kInverse));
+    // Blocks of points are refused, the distances of one record are not.
+    refusedBlocks = 0;
+    largestBlock = 4000;
+    const DataFrame scores = model.predict(records, 5, true, false, kInverse);
+    largestBlock = SIZE_MAX;
+    EXPECT_GT(refusedBlocks, 0);
+    EXPECT_EQ(numbers(scores), expected);
+}
+
+Vector scored(const Classifier& model, const Matrix& records, int k) {
+    return numbers(model.posteriorProbability(records, k, true, false, kInverse));
+}
+
+TEST(KNN, BadInputIsRefused) {
+    Classifier m;
+    m.fit(kLine, kLabels);
+    Classifier half = m;
+    half.setTrainingFeatures(Matrix(3, 1));
+    const WString before = m.toJson();
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"k 0, expected at least 1", [&] { scored(m, kLine, 0); }},
+        {"maxK -1, expected", [&] { m.kSearch(kLine, kLabels, -1, true, false, kEqual); }},
+        {"2 columns to score, the model has 1", [&] { scored(m, Matrix(1, 2), 1); }},
+        {"1 actual values, 5 records",
+         [&] { m.kSearch(kLine, StringVector(1), 1, true, false, kEqual); }},
+        {"no training records", [] { scored(Classifier(), kLine, 1); }},
+        {"no training records", [] { Regressor().fit(Matrix(), Vector()); }},
+        {"4 responses, 5 training records", [&] { m.fit(kLine, StringVector(4)); }},
+        {"3 weights, 5", [&] { m.fit(kLine, kLabels, Vector(3)); }},
+        {"5 weights, 4", [&] { m.fit(Matrix(4, 1), StringVector(4, L"a")); }},
+        {"record 1 is -1",
+         [&] {
+             m.fit(kLine, kLabels, Vector{1, -1, 1, 1, 1});
+         }},
+        {"5 responses, 3 training records", [&] { scored(half, kLine, 1); }},
+    };
+    for (const auto& [text, act] : cases) {
+        EXPECT_NE(refusal(act).find(text), std::string::npos) << refusal(act) << ": " << text;
+        EXPECT_EQ(m.toJson(), before) << text;
+    }
+    EXPECT_THROW(m.fit(kLine, StringVector(5, L"d")), std::out_of_range);
+    EXPECT_EQ(m.toJson(), before);
+}
+
+/// Replaces a part of the stored text and expects that reading it names the key.
+template <class Model>
+void expectDamageNamed(const Model& model, const std::string& part, const std::string& damage,
+                       const std::string& key) {
+    const std::string good = model.toJson().toUtf8();
+    const std::size_t place = good.find(part);
+    ASSERT_NE(place, std::string::npos) << part << " in " << good;
+    Model victim = model;
+    const std::string message = refusal([&] {
+        victim.fromJsonString(
+            WString::fromUtf8(std::string(good).replace(place, part.size(), damage)));
+    });
+    EXPECT_NE(message.find(key), std::string::npos) << damage << ": " << message;
+    EXPECT_EQ(victim.toJson().toUtf8(), good);
+}
+
+TEST(KNN, StorageAndCopies) {
+    Matrix x = kLine;
+    x(4, 0) = kNaN;
+    Classifier model;
+    model.setPrior(L"a", 0.7).setPrior(L"b", 0.2).setPrior(L"c", 0.1).setSuccessClass(L"b");
+    model.fit(x, kLabels, Vector{1, 2, 1, 1, 1});
+    Classifier restored;
+    restored.fromJsonString(model.toJson());
+    EXPECT_EQ(restored.toJson(), model.toJson());
+    EXPECT_EQ(scored(restored, kLine, 3), scored(model, kLine, 3));
+    expectDamageNamed(model, "[0,1,2,1,0]", "[0,1,2,1,3]", "response");
+    expectDamageNamed(model, "[0,1,2,1,0]", "[0,1,2,1]", "response");
+    expectDamageNamed(model, "\"rows\":5", "\"rows\":-5", "rows");
+    expectDamageNamed(model, "\"values\":[", "\"values\":[1,", "values");
+    expectDamageNamed(model, "\"priors\":[", "\"priors\":[1,", "priors");
+    expectDamageNamed(model, "Classification", "Regression", "type");
+    // A copy goes its own way; a second fit keeps classes, priors and weights.
+    Classifier copy = model;
+    copy.fit(kLine, StringVector(5, L"b"));
+    EXPECT_TRUE(isNear(Util::sum(copy.getWeights()), copy.getPrior(L"b"), {1e-14, 0.0}));
+    EXPECT_EQ(restored.toJson(), model.toJson());
+
+    Regressor regressor;
+    regressor.fit(x, Vector{1, 2, 3, 4, 5});
+    Regressor again;
+    again.fromJsonString(regressor.toJson());
+    EXPECT_EQ(numbers(again.predict(kLine, 2, true, false, kInverse)),
+              numbers(regressor.predict(kLine, 2, true, false, kInverse)));
+    expectDamageNamed(regressor, "\"weights\":[", "\"weights\":[1,", "weights");
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
