@@ -1,7 +1,10 @@
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 #include "Veltrix/Data/Util.h"
@@ -97,6 +100,42 @@ Entries topEntries(const Vector& values, int k, bool includeTies, bool skipNaN, 
     return best;
 }
 
+/// Whole numbers in the order of the numbers they stand for; both zeros are one.
+std::uint64_t ascendingKey(double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value + 0.0);
+    const std::uint64_t sign = std::uint64_t{1} << 63U;
+    return (bits & sign) != 0 ? ~bits : bits | sign;
+}
+
+/// Stable radix sort by eleven bits at a time, lowest first; a digit that is the same in all
+/// entries costs nothing. O(n).
+void sortByDigits(Entries& entries, bool ascending) {
+    constexpr unsigned kBits = 11;
+    constexpr std::size_t kDigits = 6;
+    constexpr std::uint64_t kMask = (std::uint64_t{1} << kBits) - 1;
+    const auto keyOf = [ascending](const Entry& entry) {
+        const std::uint64_t key = ascendingKey(entry.value);
+        return ascending ? key : ~key;
+    };
+    std::vector<std::array<std::uint32_t, kMask + 1>> counts(kDigits);
+    for (const Entry& entry : entries) {
+        std::uint64_t key = keyOf(entry);
+        for (auto& count : counts) {
+            ++count[key & kMask];
+            key >>= kBits;
+        }
+    }
+    Entries target(entries.size());
+    for (std::size_t digit = 0; digit < kDigits; ++digit) {
+        auto& places = counts[digit];
+        const auto shift = static_cast<unsigned>(digit) * kBits;
+        if (places[keyOf(entries.front()) >> shift & kMask] == entries.size()) continue;
+        std::exclusive_scan(places.begin(), places.end(), places.begin(), std::uint32_t{0});
+        for (const Entry& entry : entries) target[places[keyOf(entry) >> shift & kMask]++] = entry;
+        entries.swap(target);
+    }
+}
+
 Entries sorted(const char* operation, const Vector& values, Ordering order) {
     const bool ascending = ascends(operation, order);
     Checks::dimension(operation, "elements", values.size());
@@ -106,7 +145,14 @@ Entries sorted(const char* operation, const Vector& values, Ordering order) {
     for (std::size_t i = 0; i < values.size(); ++i) {
         (std::isnan(values[i]) ? missing : numbers).push_back({values[i], static_cast<int>(i)});
     }
-    withOrder(ascending, [&](auto better) { std::sort(numbers.begin(), numbers.end(), better); });
+    // From here on counting digits is faster than comparing.
+    constexpr std::size_t kMany = 1024;
+    if (numbers.size() >= kMany) {
+        sortByDigits(numbers, ascending);
+    } else {
+        withOrder(ascending,
+                  [&](auto better) { std::sort(numbers.begin(), numbers.end(), better); });
+    }
     numbers.insert(numbers.end(), missing.begin(), missing.end());
     return numbers;
 }

@@ -19,6 +19,8 @@ std::map<std::string, Setup> workloads() {
     addLeastSquares(all);
     addDistances(all);
     addNearestNeighbours(all);
+    addTrees(all);
+    addSamples(all);
     return all;
 }
 

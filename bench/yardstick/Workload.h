@@ -25,5 +25,7 @@ std::map<std::string, Setup> workloads();
 void addLeastSquares(std::map<std::string, Setup>& all);
 void addDistances(std::map<std::string, Setup>& all);
 void addNearestNeighbours(std::map<std::string, Setup>& all);
+void addTrees(std::map<std::string, Setup>& all);
+void addSamples(std::map<std::string, Setup>& all);
 
 }  // namespace Veltrix::Yardstick

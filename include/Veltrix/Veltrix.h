@@ -21,6 +21,8 @@
 #include "Veltrix/Engine/CatReducer.h"
 #include "Veltrix/Engine/ClassPrediction.h"
 #include "Veltrix/Engine/Distributions.h"
+#include "Veltrix/Engine/DT.h"
+#include "Veltrix/Engine/DT/Tree.h"
 #include "Veltrix/Engine/Encoder.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "Veltrix/Engine/KNN.h"

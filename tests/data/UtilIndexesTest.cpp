@@ -116,16 +116,22 @@ TEST(UtilSorting, TopAgreesWithStableSort) {
 }
 
 TEST(UtilSorting, SortsStablyWithNaNLast) {
-    Vector values = smallIntegers(500, 9, 6);
-    values[0] = values[17] = values[499] = kNaN;
-    values[5] = kInfinity;
-    values[6] = -kInfinity;
-    for (const Ordering order : {Ordering::largestFirst, Ordering::smallestFirst}) {
-        const std::vector<int> expected = stableOrder(values, order);
-        const IntVector indexes = Util::argSort(values, order);
-        EXPECT_EQ(indexes, IntVector(expected.begin(), expected.end()));
-        EXPECT_TRUE(allNear(Util::sort(values, order), Util::select(values, indexes),
-                            {0.0, 0.0, NaNRule::EqualsNaN}));
+    // Few are compared, many are sorted by their digits.
+    for (const int size : {500, 1500}) {
+        Vector values = smallIntegers(size, 9, 6);
+        values -= 4.0;
+        values /= 3.0;
+        for (std::uint64_t i = 7; i < values.size(); i += 50) values[i] = -0.0;
+        values[0] = values[17] = values[499] = kNaN;
+        values[5] = kInfinity;
+        values[6] = -kInfinity;
+        for (const Ordering order : {Ordering::largestFirst, Ordering::smallestFirst}) {
+            const std::vector<int> expected = stableOrder(values, order);
+            const IntVector indexes = Util::argSort(values, order);
+            EXPECT_EQ(indexes, IntVector(expected.begin(), expected.end()));
+            EXPECT_TRUE(allNear(Util::sort(values, order), Util::select(values, indexes),
+                                {0.0, 0.0, NaNRule::EqualsNaN}));
+        }
     }
 }
 

@@ -41,5 +41,11 @@ enum class WeightingScheme : int { unspecified = 0, equalVotes = 1, inverseDista
 
 }  // namespace KNearestNeighbors
 
+namespace DecisionTree {
+
+/// Trees of a pruning sequence that have a name. `selected` is the one selected last.
+enum class TreeType : int { full = 1, bestPruned = 2, minimumError = 3, selected = 4 };
+
+}  // namespace DecisionTree
 
 }  // namespace Veltrix

@@ -1,0 +1,231 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "Veltrix/Data/Convert.h"
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Engine/DT.h"
+#include "engine/supervised/DT/ClassTarget.h"
+#include "engine/supervised/DT/FrameCoding.h"
+#include "engine/supervised/DT/Growth.h"
+#include "support/NumberText.h"
+
+namespace Veltrix::Engine::DT::Classification {
+namespace {
+
+/// Positions of the labels of a column in the class list, −1 for others.
+IntVector classCodes(const ConstDataFrameColumn& response, const StringVector& classes) {
+    IntVector levelOf;
+    const StringVector levels = response.getLevels(levelOf);
+    std::vector<int> codeOf;
+    for (const WString& level : levels) {
+        const auto found = std::find(begin(classes), end(classes), level);
+        codeOf.push_back(found == end(classes) ? -1 : static_cast<int>(found - begin(classes)));
+    }
+    for (int& code : levelOf) code = codeOf[static_cast<std::size_t>(code)];
+    return levelOf;
+}
+
+/// Class codes of a response of numbers.
+IntVector toCodes(const Vector& response, int numClasses) {
+    IntVector codes;
+    codes.reserve(response.size());
+    for (std::uint64_t i = 0; i < response.size(); ++i) {
+        const double code = response[i];
+        if (!(code >= 0.0 && code < numClasses && code == std::floor(code))) {
+            throw Exception("Tree fit: class code from 0 to " + std::to_string(numClasses - 1) +
+                            " expected in row " + std::to_string(i) + ", found " +
+                            Support::numberText(code));
+        }
+        codes.push_back(static_cast<int>(code));
+    }
+    return codes;
+}
+
+/// "0", "1", … up to the largest code.
+StringVector numberedClasses(const Vector& response) {
+    double largest = -1.0;
+    for (const double code : response) largest = std::max(largest, code);
+    // More classes than records have classes without records.
+    const double limit = static_cast<double>(response.size()) + 1e6;
+    StringVector classes;
+    for (int c = 0; c <= largest && c < limit; ++c) classes.push_back(Convert::toString(c));
+    return classes;
+}
+
+/// Refuses columns of which no best subset can be found in reasonable time.
+void checkCategories(const std::vector<int>& numCategories, std::size_t numClasses,
+                     const StringVector& colNames) {
+    if (numClasses <= 2) return;
+    for (std::size_t j = 0; j < numCategories.size(); ++j) {
+        if (numCategories[j] <= kMostEnumerated) continue;
+        const std::string name = j < colNames.size() ? " (\"" + colNames[j].toUtf8() + "\")" : "";
+        throw Exception("Tree fit: column " + std::to_string(j) + name + " has " +
+                        std::to_string(numCategories[j]) + " categories, with " +
+                        std::to_string(numClasses) + " classes at most " +
+                        std::to_string(kMostEnumerated) + " expected");
+    }
+}
+
+}  // namespace
+
+Model::~Model() = default;
+
+static_assert(std::is_nothrow_move_constructible_v<Model>);
+static_assert(std::is_nothrow_move_assignable_v<Model>);
+
+void Model::grow(const Matrix& features, const IntVector& codes, const StringVector& classes,
+                 const IntVector& categorical, Factorizer inputs, const StringVector& colNames) {
+    checkShape(features.getNumRows(), features.getNumCols(), codes.size());
+    Vector counts(classes.size());
+    for (const int code : codes) counts[static_cast<std::uint64_t>(code)] += 1.0;
+    Engine::Classification::Modelable roles(*this);
+    roles.setClasses(classes);
+    // A record for each class that weighs as many as there are gives the same shares.
+    roles.fit(classes, counts);
+    std::vector<double> weights(classes.size(), 0.0);
+    for (std::uint64_t c = 0; c < classes.size(); ++c) {
+        if (counts[c] > 0.0) weights[c] = roles.getPrior(classes[c]) / counts[c];
+    }
+    std::vector<int> numCategories = countCategories(features, categorical);
+    checkCategories(numCategories, classes.size(), colNames);
+    const int success = roles.isBinary() ? roles.getSuccessClassIndex() : -1;
+    Growth growth(features, std::move(numCategories), params_,
+                  ClassTarget(codes, weights, success, roles.getSuccessProbabilityCutoff()));
+    GrownTree tree = growth.run();
+    Modelable::operator=(std::move(roles));
+    adopt(std::move(tree), std::move(inputs), colNames);
+}
+
+Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
+    const StringVector classes = getClasses().empty() ? response.getLevels() : getClasses();
+    const IntVector codes = classCodes(response, classes);
+    const auto unknown = std::find(codes.begin(), codes.end(), -1);
+    if (unknown != codes.end()) {
+        const auto row = static_cast<int>(unknown - codes.begin());
+        throw Exception("Tree fit: response \"" + response(row).toString().toUtf8() + "\" in row " +
+                        std::to_string(row) + " is not in the class list");
+    }
+    Factorizer inputs = learnCategories(features, params_.categorical);
+    const IntVector categorical = knownColumns(features, inputs);
+    const Matrix coded = encodeFrame(features, inputs);
+    grow(coded, codes, classes, categorical, std::move(inputs), features.getColNames());
+    return *this;
+}
+
+Model& Model::fit(const Matrix& features, const Vector& response) {
+    checkShape(features.getNumRows(), features.getNumCols(), response.size());
+    const StringVector classes = getClasses().empty() ? numberedClasses(response) : getClasses();
+    grow(features, toCodes(response, static_cast<int>(classes.size())), classes,
+         params_.categorical, {}, colNames_);
+    return *this;
+}
+
+Model& Model::prune(const DataFrame& features, const ConstDataFrameColumn& response) {
+    checkColumns("Tree prune", features.getNumCols());
+    const IntVector codes = classCodes(response, getClasses());
+    prune(encodeFrame(features, inputs_), Vector(codes.begin(), codes.end()));
+    return *this;
+}
+
+Model& Model::select(int index) {
+    DT::Model::select(index);
+    return *this;
+}
+
+Model& Model::select(DecisionTree::TreeType type) {
+    DT::Model::select(type);
+    return *this;
+}
+
+Model& Model::selectManual(int maxDecisionNodes) {
+    DT::Model::selectManual(maxDecisionNodes);
+    return *this;
+}
+
+Model& Model::setParams(const Params& params) {
+    DT::Model::setParams(params);
+    return *this;
+}
+
+Model& Model::setColNames(const StringVector& names) {
+    DT::Model::setColNames(names);
+    return *this;
+}
+
+Model& Model::setClasses(const StringVector& classes) {
+    Modelable::setClasses(classes);
+    return *this;
+}
+
+Model& Model::setSuccessClass(const WString& successClass) {
+    Modelable::setSuccessClass(successClass);
+    return *this;
+}
+
+Model& Model::setSuccessProbabilityCutoff(double cutoff) {
+    Modelable::setSuccessProbabilityCutoff(cutoff);
+    return *this;
+}
+
+Model& Model::setPrior(const WString& label, double prior) {
+    Modelable::setPrior(label, prior);
+    return *this;
+}
+
+Model& Model::setPrior(const PriorMap& priors) {
+    Modelable::setPrior(priors);
+    return *this;
+}
+
+Matrix Model::posteriors(const std::vector<const Node*>& leaves) const {
+    Matrix result(static_cast<int>(leaves.size()), getNumClasses(),
+                  std::numeric_limits<double>::quiet_NaN());
+    for (int i = 0; i < result.getNumRows(); ++i) {
+        const Node* leaf = leaves[static_cast<std::size_t>(i)];
+        if (leaf == nullptr) continue;
+        const Vector probabilities = leaf->classProbabilities();
+        for (int c = 0; c < result.getNumCols(); ++c) {
+            result(i, c) = probabilities[static_cast<std::uint64_t>(c)];
+        }
+    }
+    return result;
+}
+
+StringVector Model::labels(const std::vector<const Node*>& leaves) const {
+    StringVector result;
+    for (const Node* leaf : leaves) {
+        result.push_back(leaf != nullptr ? describeLabel(*leaf) : WString(L"nan"));
+    }
+    return result;
+}
+
+Matrix Model::posteriorProbability(const DataFrame& records) const {
+    return posteriors(findLeaves(records));
+}
+
+Matrix Model::posteriorProbability(const Matrix& records) const {
+    return posteriors(findLeaves(records));
+}
+
+StringVector Model::predict(const DataFrame& records) const { return labels(findLeaves(records)); }
+StringVector Model::predict(const Matrix& records) const { return labels(findLeaves(records)); }
+
+double Model::predictionError(double prediction, double actual) const {
+    return prediction == actual ? 0.0 : 1.0;
+}
+
+double Model::computeStdDevMinError() const {
+    const double n = pruning_.numValidationRecords;
+    const double e = pruning_.minError() / n;
+    return std::sqrt(e * (1.0 - e) / n);
+}
+
+WString Model::describeLabel(const Node& node) const {
+    return getClasses()[static_cast<std::uint64_t>(node.label)];
+}
+
+}  // namespace Veltrix::Engine::DT::Classification

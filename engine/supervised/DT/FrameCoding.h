@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Veltrix/Data/DataFrame.h"
+#include "Veltrix/Data/Factorizer.h"
+#include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Data/Matrix.h"
+#include "Veltrix/Data/Vector.h"
+#include "Veltrix/Data/WString.h"
+
+/// @file
+/// Frames as matrices of numbers and category codes. Columns are known to the factorizer by their
+/// position, so that columns without a name, or with the same one, are told apart.
+
+namespace Veltrix::Engine::DT {
+
+/// The name under which a column is known.
+WString categoryColumn(int column);
+/// Learns the text columns and those listed; throws `Exception` for one that does not exist.
+Factorizer learnCategories(const DataFrame& frame, const IntVector& categorical);
+/// The positions of the columns that are known.
+IntVector knownColumns(const DataFrame& frame, const Factorizer& inputs);
+/// Column-major; unknown categories have code −1.
+Matrix encodeFrame(const DataFrame& frame, const Factorizer& inputs);
+double encodeCell(const ConstDataFrameElement& cell, int column, const Factorizer& inputs);
+/// Throws `Exception` that names the operation and the row of a value that is NaN or infinite.
+void checkResponse(const char* operation, const Vector& response);
+/// Throws `Exception` unless there are records and columns, and a response for each record.
+void checkShape(int rows, int columns, std::uint64_t responses);
+
+}  // namespace Veltrix::Engine::DT

@@ -1,0 +1,206 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <numeric>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Data/Matrix.h"
+#include "Veltrix/Data/Vector.h"
+#include "Veltrix/Engine/DT.h"
+#include "Veltrix/Engine/Sampling.h"
+#include "engine/supervised/DT/CategorySearch.h"
+#include "engine/supervised/DT/SortedColumns.h"
+#include "engine/supervised/DT/Split.h"
+#include "engine/supervised/DT/TrainingRecord.h"
+
+namespace Veltrix::Engine::DT {
+
+struct GrownTree {
+    std::shared_ptr<Node> root;
+    int numNodes = 0;
+    std::vector<int> numCategories;
+    Vector accumulators;
+    Vector riskLog;
+};
+
+/// Categories of every column of coded features, 0 for a continuous one. Throws `Exception` for a
+/// column that does not exist, and, with row and column, for a cell that is no code.
+std::vector<int> countCategories(const Matrix& x, const IntVector& categorical);
+/// The codes of the categorical columns; empty for the others.
+std::vector<std::vector<int>> codeColumns(const Matrix& x, const std::vector<int>& numCategories);
+
+/// Grows one tree. `Target` says what the response is; see `ClassTarget` and `NumberTarget`.
+template <class Target>
+class Growth {
+  public:
+    Growth(const Matrix& x, std::vector<int> numCategories, const Params& params, Target target)
+        : x_(x),
+          params_(params),
+          target_(std::move(target)),
+          codes_(codeColumns(x, numCategories)),
+          sorted_(x, numCategories),
+          training_(std::make_shared<TrainingRecord>(target_.makeRecord())),
+          goesLeft_(static_cast<std::size_t>(x.getNumRows())),
+          scratch_(goesLeft_.size()),
+          leastChild_(params.minRecords < 1 ? 1 : static_cast<std::size_t>(params.minRecords)) {
+        tree_.numCategories = std::move(numCategories);
+    }
+
+    GrownTree run() {
+        init();
+        grow();
+        return std::move(tree_);
+    }
+
+  private:
+    void init();
+    void grow();
+    /// Finds the best split of a node and makes its children; false when there is none.
+    bool split(Node& node);
+    void trySplits(const Node& node, int column, Split& best);
+    void markLeft(const Node& node, const Split& best);
+    void labelChildren(Node& node, std::size_t numLeft);
+    std::shared_ptr<Node> makeNode(std::size_t first, std::size_t count, int depth);
+    bool canSplit(const Node& node) const {
+        const auto count = static_cast<std::size_t>(node.numRecords);
+        return node.numRecords > params_.minRecords && count >= 2 * leastChild_ &&
+               target_.worthSplitting(node);
+    }
+    std::span<std::int32_t> recordsOf(const Node& node) {
+        return {training_->order.data() + node.firstRecord,
+                static_cast<std::size_t>(node.numRecords)};
+    }
+
+    const Matrix& x_;
+    const Params& params_;
+    Target target_;
+    std::vector<std::vector<int>> codes_;
+    SortedColumns sorted_;
+    std::shared_ptr<TrainingRecord> training_;
+    std::vector<std::uint8_t> goesLeft_;  ///< by record
+    std::vector<std::int32_t> scratch_;
+    std::size_t leastChild_;
+    GrownTree tree_;
+};
+
+template <class Target>
+std::shared_ptr<Node> Growth<Target>::makeNode(std::size_t first, std::size_t count, int depth) {
+    auto node = std::make_shared<Node>();
+    node->id = ++tree_.numNodes;
+    node->depth = depth;
+    node->firstRecord = static_cast<int>(first);
+    node->numRecords = static_cast<int>(count);
+    node->training = training_;
+    target_.label(*node, recordsOf(*node), *training_);
+    node->init();
+    return node;
+}
+
+template <class Target>
+void Growth<Target>::init() {
+    training_->order.resize(goesLeft_.size());
+    std::iota(training_->order.begin(), training_->order.end(), 0);
+    tree_.root = makeNode(0, goesLeft_.size(), 0);
+}
+
+template <class Target>
+void Growth<Target>::grow() {
+    double totalRisk = tree_.root->risk;
+    tree_.riskLog.push_back(totalRisk);
+    tree_.accumulators.assign(tree_.numCategories.size(), 0.0);
+    std::vector<Node*> queue{tree_.root.get()};
+    int splits = 0;
+    int level = 0;
+    for (std::size_t front = 0; front < queue.size(); ++front) {
+        Node& node = *queue[front];
+        const bool allowed = splits < params_.maxSplits && level < params_.maxLevels &&
+                             std::int64_t{tree_.numNodes} < std::int64_t{params_.maxNodes} - 1;
+        if (!allowed) break;  // none of the limits is ever lifted again
+        if (!split(node)) continue;
+        level = node.depth + 1;
+        ++splits;
+        tree_.accumulators[static_cast<std::uint64_t>(node.splitVariable)] += totalRisk;
+        totalRisk += node.left->risk + node.right->risk - node.risk;
+        tree_.riskLog.push_back(totalRisk);
+        queue.push_back(node.left.get());
+        queue.push_back(node.right.get());
+    }
+}
+
+template <class Target>
+bool Growth<Target>::split(Node& node) {
+    if (!canSplit(node)) return false;
+    const auto columns = static_cast<int>(tree_.numCategories.size());
+    const int tried = params_.variablesPerSplit < 1 ? columns : params_.variablesPerSplit;
+    Sampling::ScalableSRS sampler(columns, tried);
+    sampler.setSeed(static_cast<std::uint32_t>(params_.seed) +
+                    static_cast<std::uint32_t>(tree_.numNodes));
+    Split best;
+    best.scoreToExceed = target_.begin(node, recordsOf(node), *training_);
+    for (const int column : sampler.sample()) trySplits(node, column, best);
+    if (!best.found()) return false;
+
+    node.splitVariable = best.column;
+    node.splitSubset = best.subset;
+    if (tree_.numCategories[static_cast<std::size_t>(best.column)] == 0) {
+        node.splitValue = best.threshold;
+    }
+    markLeft(node, best);
+    const auto records = recordsOf(node);
+    const auto numLeft = static_cast<std::size_t>(std::ranges::count_if(
+        records, [&](std::int32_t r) { return goesLeft_[static_cast<std::size_t>(r)] != 0; }));
+    partitionRecords(records, goesLeft_.data(), scratch_.data());
+    labelChildren(node, numLeft);
+    if (canSplit(*node.left) || canSplit(*node.right)) {
+        sorted_.split(static_cast<std::size_t>(node.firstRecord), records.size(), goesLeft_.data());
+    }
+    return true;
+}
+
+template <class Target>
+void Growth<Target>::trySplits(const Node& node, int column, Split& best) {
+    const auto j = static_cast<std::size_t>(column);
+    const int categories = tree_.numCategories[j];
+    if (categories == 0) {
+        const auto entries = sorted_.range(column, static_cast<std::size_t>(node.firstRecord),
+                                           static_cast<std::size_t>(node.numRecords));
+        target_.sweep(entries, {x_, leastChild_}, column, best);
+        return;
+    }
+    const CategoryTotals totals(target_, recordsOf(node), codes_[j], categories);
+    if (totals.present().size() < 2) return;
+    if (categories <= kMostEnumerated) {
+        tryAllSubsets(target_, totals, leastChild_, column, best);
+    } else {
+        tryOrderedSubsets(target_, totals, leastChild_, column, best);
+    }
+}
+
+template <class Target>
+void Growth<Target>::markLeft(const Node& node, const Split& best) {
+    const auto j = static_cast<std::size_t>(best.column);
+    const int categories = tree_.numCategories[j];
+    std::vector<std::uint8_t> inSubset(static_cast<std::size_t>(categories), 0);
+    for (const int code : best.subset) inSubset[static_cast<std::size_t>(code)] = 1;
+    for (const std::int32_t record : recordsOf(node)) {
+        const auto r = static_cast<std::size_t>(record);
+        goesLeft_[r] = categories == 0 ? x_(record, best.column) < best.threshold
+                                       : inSubset[static_cast<std::size_t>(codes_[j][r])];
+    }
+}
+
+template <class Target>
+void Growth<Target>::labelChildren(Node& node, std::size_t numLeft) {
+    const auto first = static_cast<std::size_t>(node.firstRecord);
+    const auto count = static_cast<std::size_t>(node.numRecords);
+    node.left = makeNode(first, numLeft, node.depth + 1);
+    node.right = makeNode(first + numLeft, count - numLeft, node.depth + 1);
+}
+
+}  // namespace Veltrix::Engine::DT

@@ -1,0 +1,98 @@
+#include <cmath>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+#include "Veltrix/Data/Convert.h"
+#include "Veltrix/Engine/DT.h"
+#include "engine/supervised/DT/FrameCoding.h"
+#include "engine/supervised/DT/Growth.h"
+#include "engine/supervised/DT/NumberTarget.h"
+
+namespace Veltrix::Engine::DT::Regression {
+
+Model::~Model() = default;
+
+static_assert(std::is_nothrow_move_constructible_v<Model>);
+static_assert(std::is_nothrow_move_assignable_v<Model>);
+
+void Model::grow(const Matrix& features, const Vector& response, const IntVector& categorical,
+                 Factorizer inputs, const StringVector& colNames) {
+    checkShape(features.getNumRows(), features.getNumCols(), response.size());
+    checkResponse("Tree fit", response);
+    Growth growth(features, countCategories(features, categorical), params_,
+                  NumberTarget(response));
+    adopt(growth.run(), std::move(inputs), colNames);
+}
+
+Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
+    Factorizer inputs = learnCategories(features, params_.categorical);
+    const IntVector categorical = knownColumns(features, inputs);
+    const Matrix coded = encodeFrame(features, inputs);
+    grow(coded, response.toDoubleVector(), categorical, std::move(inputs), features.getColNames());
+    return *this;
+}
+
+Model& Model::fit(const Matrix& features, const Vector& response) {
+    grow(features, response, params_.categorical, {}, colNames_);
+    return *this;
+}
+
+Model& Model::prune(const DataFrame& features, const ConstDataFrameColumn& response) {
+    checkColumns("Tree prune", features.getNumCols());
+    prune(encodeFrame(features, inputs_), response.toDoubleVector());
+    return *this;
+}
+
+Model& Model::select(int index) {
+    DT::Model::select(index);
+    return *this;
+}
+
+Model& Model::select(DecisionTree::TreeType type) {
+    DT::Model::select(type);
+    return *this;
+}
+
+Model& Model::selectManual(int maxDecisionNodes) {
+    DT::Model::selectManual(maxDecisionNodes);
+    return *this;
+}
+
+Model& Model::setParams(const Params& params) {
+    DT::Model::setParams(params);
+    return *this;
+}
+
+Model& Model::setColNames(const StringVector& names) {
+    DT::Model::setColNames(names);
+    return *this;
+}
+
+namespace {
+
+Vector labelsOf(const std::vector<const Node*>& leaves) {
+    Vector result;
+    result.reserve(leaves.size());
+    for (const Node* leaf : leaves) {
+        result.push_back(leaf != nullptr ? leaf->label : std::numeric_limits<double>::quiet_NaN());
+    }
+    return result;
+}
+
+}  // namespace
+
+Vector Model::predict(const DataFrame& records) const { return labelsOf(findLeaves(records)); }
+Vector Model::predict(const Matrix& records) const { return labelsOf(findLeaves(records)); }
+
+double Model::predictionError(double prediction, double actual) const {
+    return (prediction - actual) * (prediction - actual);
+}
+
+double Model::computeStdDevMinError() const {
+    return std::sqrt(pruning_.minError() / pruning_.numValidationRecords);
+}
+
+WString Model::describeLabel(const Node& node) const { return Convert::toString(node.label); }
+
+}  // namespace Veltrix::Engine::DT::Regression

@@ -1,0 +1,313 @@
+#include "engine/supervised/DT/TreeJson.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/core/ModelJson.h"
+#include "engine/core/RolesJson.h"
+#include "engine/supervised/DT/FrameCoding.h"
+#include "engine/supervised/DT/TrainingRecord.h"
+#include "engine/supervised/DT/Traversal.h"
+
+namespace Veltrix::Engine::DT {
+namespace {
+
+using Support::JsonView;
+using Support::JsonWriter;
+
+/// A field of a type under the key it is stored with.
+template <class Object, class Value>
+struct Field {
+    const char* key;
+    Value Object::*member;
+};
+
+constexpr Field<Params, int> kParams[] = {
+    {"maxSplits", &Params::maxSplits}, {"maxLevels", &Params::maxLevels},
+    {"maxNodes", &Params::maxNodes},   {"minRecords", &Params::minRecords},
+    {"seed", &Params::seed},           {"variablesPerSplit", &Params::variablesPerSplit},
+};
+
+/// One list for each field, an entry a node in the order of ids.
+constexpr Field<Node, int> kNodeCounts[] = {
+    {"depth", &Node::depth},
+    {"leaves", &Node::leaves},
+    {"numRecords", &Node::numRecords},
+    {"numValidationRecords", &Node::numValidationRecords},
+    {"splitVariable", &Node::splitVariable},
+    {"firstRecord", &Node::firstRecord},
+};
+constexpr Field<Node, double> kNodeNumbers[] = {
+    {"label", &Node::label},
+    {"impurity", &Node::impurity},
+    {"risk", &Node::risk},
+    {"subtreeRisk", &Node::subtreeRisk},
+    {"strength", &Node::strength},
+    {"minStrength", &Node::minStrength},
+    {"probability", &Node::probability},
+    {"splitValue", &Node::splitValue},
+};
+
+constexpr Field<Pruning, int> kPruningCounts[] = {
+    {"numValidationRecords", &Pruning::numValidationRecords},
+    {"fullTree", &Pruning::fullTree},
+    {"minErrorTree", &Pruning::minErrorTree},
+    {"bestPrunedTree", &Pruning::bestPrunedTree},
+    {"selectedTree", &Pruning::selectedTree},
+};
+constexpr Field<Pruning, IntVector> kPruningLists[] = {
+    {"treeIds", &Pruning::treeIds},
+    {"numDecisionNodes", &Pruning::numDecisionNodes},
+    {"numLeaves", &Pruning::numLeaves},
+};
+constexpr Field<Pruning, Vector> kPruningNumbers[] = {
+    {"complexity", &Pruning::complexity},
+    {"errors", &Pruning::errors},
+};
+
+std::span<const double> values(const Vector& v) { return {v.data(), v.size()}; }
+std::span<const std::int32_t> values(const IntVector& v) { return {v.data(), v.size()}; }
+
+void checkSize(const JsonView& list, std::int64_t size) {
+    if (list.size() == size) return;
+    list.fail("expected " + std::to_string(size) + " entries, found " +
+              std::to_string(list.size()));
+}
+
+Vector readVector(const JsonView& list) {
+    const std::vector<double> numbers = list.asDoubles();
+    return {numbers.begin(), numbers.end()};
+}
+
+IntVector readIntVector(const JsonView& list) {
+    const std::vector<std::int32_t> numbers = list.asInt32s();
+    return {numbers.begin(), numbers.end()};
+}
+
+void writeParams(JsonWriter& json, const Params& params) {
+    json.key("params").beginObject();
+    for (const auto& field : kParams) json.member(field.key, params.*field.member);
+    json.member("categorical", values(params.categorical)).endObject();
+}
+
+Params readParams(const JsonView& stored) {
+    Params params;
+    for (const auto& field : kParams) params.*field.member = stored.at(field.key).asInt32();
+    params.categorical = readIntVector(stored.at("categorical"));
+    return params;
+}
+
+void writePruning(JsonWriter& json, const Pruning& pruning) {
+    json.key("pruning").beginObject();
+    for (const auto& field : kPruningCounts) json.member(field.key, pruning.*field.member);
+    for (const auto& field : kPruningLists) json.member(field.key, values(pruning.*field.member));
+    for (const auto& field : kPruningNumbers) json.member(field.key, values(pruning.*field.member));
+    json.endObject();
+}
+
+Pruning readPruning(const JsonView& stored) {
+    Pruning pruning;
+    for (const auto& field : kPruningCounts) {
+        pruning.*field.member = stored.at(field.key).asInt32();
+    }
+    const std::int64_t trees = stored.at("complexity").size();
+    for (const auto& field : kPruningLists) {
+        checkSize(stored.at(field.key), trees);
+        pruning.*field.member = readIntVector(stored.at(field.key));
+    }
+    for (const auto& field : kPruningNumbers) {
+        checkSize(stored.at(field.key), trees);
+        pruning.*field.member = readVector(stored.at(field.key));
+    }
+    return pruning;
+}
+
+void writeNodes(JsonWriter& json, const std::vector<Node*>& nodes) {
+    json.key("nodes").beginObject();
+    for (const auto& field : kNodeCounts) {
+        json.key(field.key).beginArray();
+        for (const Node* node : nodes) json.value(node->*field.member);
+        json.endArray();
+    }
+    for (const auto& field : kNodeNumbers) {
+        json.key(field.key).beginArray();
+        for (const Node* node : nodes) json.value(node->*field.member);
+        json.endArray();
+    }
+    json.key("splitSubset").beginArray();
+    for (const Node* node : nodes) json.value(std::span<const std::int32_t>(node->splitSubset));
+    json.endArray().endObject();
+}
+
+/// A split must name a column, and its subset categories of it.
+void checkSplit(const JsonView& stored, std::int64_t place, const Node& node,
+                const std::vector<int>& numCategories) {
+    const JsonView column = stored.at("splitVariable").at(place);
+    const auto j = static_cast<std::size_t>(node.splitVariable);
+    if (node.splitVariable < 0 || j >= numCategories.size()) column.fail("no such column");
+    for (const int code : node.splitSubset) {
+        if (code < 0 || code >= numCategories[j]) {
+            stored.at("splitSubset").at(place).fail("no such category");
+        }
+    }
+    if (!std::ranges::is_sorted(node.splitSubset)) {
+        stored.at("splitSubset").at(place).fail("expected ascending codes");
+    }
+}
+
+/// Nodes that have a split have two children each, which follow in the order of ids.
+void linkNodes(const JsonView& stored, std::vector<std::shared_ptr<Node>>& nodes,
+               const std::vector<int>& numCategories) {
+    std::size_t next = 1;
+    for (std::size_t k = 0; k < nodes.size(); ++k) {
+        if (nodes[k]->splitVariable == -1) continue;
+        const auto place = static_cast<std::int64_t>(k);
+        checkSplit(stored, place, *nodes[k], numCategories);
+        if (next <= k || next + 1 >= nodes.size()) {
+            stored.at("splitVariable").at(place).fail("no nodes left for the children");
+        }
+        nodes[k]->left = nodes[next++];
+        nodes[k]->right = nodes[next++];
+    }
+    if (next != nodes.size()) stored.at("splitVariable").fail("nodes that are no children");
+}
+
+}  // namespace
+
+void TreeJson::write(JsonWriter& json, const Model& model) {
+    writeParams(json, model.params_);
+    ModelJson::member(json, "columns", model.colNames_);
+    json.member("numCategories", std::span<const std::int32_t>(model.numCategories_));
+    json.key("categories").beginArray();
+    for (int j = 0; j < model.getNumCols(); ++j) {
+        json.beginArray();
+        for (const WString& label : model.getCategories(j)) {
+            json.value(std::string_view(label.toUtf8()));
+        }
+        json.endArray();
+    }
+    json.endArray();
+    json.member("columnAccumulators", values(model.accumulators_));
+    json.member("riskLog", values(model.riskLog_));
+    json.member("complexity", model.alpha_);
+    writePruning(json, model.pruning_);
+    const TrainingRecord empty;
+    const TrainingRecord& training = model.root_ ? *model.root_->training : empty;
+    json.member("records", std::span<const std::int32_t>(training.order));
+    json.member("classCounts", std::span<const std::int32_t>(training.classCounts));
+    json.member("classWeights", std::span<const double>(training.weights));
+    writeNodes(json, model.root_ ? nodesById(*model.root_) : std::vector<Node*>());
+}
+
+void TreeJson::readCategories(const JsonView& root, Model& model) {
+    const std::vector<std::int32_t> counts = root.at("numCategories").asInt32s();
+    const JsonView labels = root.at("categories");
+    checkSize(labels, static_cast<std::int64_t>(counts.size()));
+    for (std::size_t j = 0; j < counts.size(); ++j) {
+        const JsonView list = labels.at(static_cast<std::int64_t>(j));
+        const StringVector levels = ModelJson::distinctTexts(list);
+        if (levels.empty()) continue;
+        checkSize(list, counts[j]);
+        DataFrame column;
+        column.append(levels, categoryColumn(static_cast<int>(j)));
+        model.inputs_.fit(column(Selection::all, 0));
+    }
+    model.numCategories_.assign(counts.begin(), counts.end());
+}
+
+void TreeJson::readNodes(const JsonView& root, int numClasses, Model& model) {
+    const JsonView stored = root.at("nodes");
+    const std::int64_t count = stored.at("depth").size();
+    auto training = std::make_shared<TrainingRecord>();
+    training->order = root.at("records").asInt32s();
+    training->numClasses = numClasses;
+    checkSize(root.at("classCounts"), count * numClasses);
+    training->classCounts = root.at("classCounts").asInt32s();
+    if (count > 0) checkSize(root.at("classWeights"), numClasses);
+    training->weights = root.at("classWeights").asDoubles();
+
+    std::vector<std::shared_ptr<Node>> nodes(static_cast<std::size_t>(count));
+    for (std::int64_t k = 0; k < count; ++k) {
+        auto node = std::make_shared<Node>();
+        node->id = static_cast<int>(k) + 1;
+        for (const auto& field : kNodeCounts) {
+            (*node).*field.member = stored.at(field.key).at(k).asInt32();
+        }
+        for (const auto& field : kNodeNumbers) {
+            (*node).*field.member = stored.at(field.key).at(k).asDouble();
+        }
+        node->splitSubset = stored.at("splitSubset").at(k).asInt32s();
+        const std::int64_t end = std::int64_t{node->firstRecord} + node->numRecords;
+        if (node->firstRecord < 0 || node->numRecords < 0 ||
+            end > static_cast<std::int64_t>(training->order.size())) {
+            stored.at("numRecords").at(k).fail("expected records within the list of records");
+        }
+        if (numClasses > 0 && !(node->label >= 0.0 && node->label < numClasses)) {
+            stored.at("label").at(k).fail("no such class");
+        }
+        node->training = training;
+        nodes[static_cast<std::size_t>(k)] = std::move(node);
+    }
+    if (nodes.empty()) return;
+    linkNodes(stored, nodes, model.numCategories_);
+    model.root_ = nodes.front();
+    model.numNodes_ = static_cast<int>(count);
+}
+
+void TreeJson::read(const JsonView& root, int numClasses, Model& model) {
+    model.params_ = readParams(root.at("params"));
+    for (const std::string& name : root.at("columns").asStrings()) {
+        model.colNames_.push_back(WString::fromUtf8(name));
+    }
+    readCategories(root, model);
+    checkSize(root.at("columnAccumulators"), model.getNumCols());
+    model.accumulators_ = readVector(root.at("columnAccumulators"));
+    model.riskLog_ = readVector(root.at("riskLog"));
+    model.alpha_ = root.at("complexity").asDouble();
+    model.pruning_ = readPruning(root.at("pruning"));
+    readNodes(root, numClasses, model);
+    if (model.root_) checkSize(root.at("columns"), model.getNumCols());
+}
+
+namespace {
+
+constexpr const char* kClassification = "DT::Classification::Model";
+constexpr const char* kRegression = "DT::Regression::Model";
+
+}  // namespace
+
+WString Classification::Model::toJson() const {
+    JsonWriter json = ModelJson::begin(kClassification);
+    RolesJson::write(json, *this);
+    TreeJson::write(json, *this);
+    return ModelJson::finish(json);
+}
+
+void Classification::Model::fromJsonString(const WString& json) {
+    *this = ModelJson::read(kClassification, json, [](const JsonView& root) {
+        Model model;
+        RolesJson::read(root, model);
+        TreeJson::read(root, model.getNumClasses(), model);
+        return model;
+    });
+}
+
+WString Regression::Model::toJson() const {
+    JsonWriter json = ModelJson::begin(kRegression);
+    TreeJson::write(json, *this);
+    return ModelJson::finish(json);
+}
+
+void Regression::Model::fromJsonString(const WString& json) {
+    *this = ModelJson::read(kRegression, json, [](const JsonView& root) {
+        Model model;
+        TreeJson::read(root, 0, model);
+        return model;
+    });
+}
+
+}  // namespace Veltrix::Engine::DT

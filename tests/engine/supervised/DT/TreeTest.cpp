@@ -1,0 +1,394 @@
+// What trees do at the edges: ties, missing and unknown values, limits, mistakes, storage.
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Veltrix/Veltrix.h"
+#include "tests/data/RandomValues.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+namespace DT = Engine::DT;
+using testing::HasSubstr;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+DT::Params noLimits(int minRecords = 1) {
+    constexpr int kNone = std::numeric_limits<int>::max();
+    return {.maxSplits = kNone, .maxLevels = kNone, .maxNodes = kNone, .minRecords = minRecords};
+}
+
+Matrix oneColumn(const Vector& values) { return {static_cast<int>(values.size()), 1, values}; }
+
+/// Whole numbers from a small range, so that ties abound.
+Matrix wholeNumbers(int rows, int cols, int values, unsigned seed) {
+    Matrix x = Util::gaussianMatrix(rows, cols, MatrixOrderType::columnMajor, 0.0, 1.0, seed);
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < cols; ++j) {
+            x(i, j) = std::fmod(std::fabs(std::round(x(i, j) * 100.0)), values);
+        }
+    }
+    return x;
+}
+
+/// The measure of a split by its definition, in long double.
+long double giniMeasure(const std::vector<int>& left, const std::vector<int>& right,
+                        const std::vector<long double>& weights) {
+    const auto impurityTimes = [&](const std::vector<int>& a, const std::vector<int>& b,
+                                   bool relative) {
+        long double p = 0.0L;
+        long double squares = 0.0L;
+        for (std::size_t c = 0; c < weights.size(); ++c) {
+            const long double joint = weights[c] * (a[c] + b[c]);
+            p += joint;
+            squares += joint * joint;
+        }
+        const long double impurity = 1.0L - squares / (p * p);
+        return relative ? impurity : p * impurity;
+    };
+    const std::vector<int> none(weights.size(), 0);
+    return impurityTimes(left, right, true) - impurityTimes(left, none, false) -
+           impurityTimes(right, none, false);
+}
+
+TEST(Tree, RootSplitHasTheBestMeasureOfAllCandidates) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        const int n = 40;
+        const Matrix x = wholeNumbers(n, 3, 6, seed);
+        const Matrix y = wholeNumbers(n, 1, 3, seed + 100);
+        DT::Params params = noLimits(3);
+        params.maxSplits = 1;
+        params.categorical = {2};
+        DT::Classification::Model model(params);
+        model.setClasses({L"a", L"b", L"c"});
+        const std::vector<double> priors{0.5, 0.2, 0.3};
+        std::vector<long double> weights;
+        for (int c = 0; c < 3; ++c) {
+            model.setPrior(model.getClasses()[static_cast<std::uint64_t>(c)],
+                           priors[static_cast<std::size_t>(c)]);
+            int count = 0;
+            for (int i = 0; i < n; ++i) count += y(i, 0) == c ? 1 : 0;
+            weights.push_back(priors[static_cast<std::size_t>(c)] / static_cast<double>(count));
+        }
+        model.fit(x, Convert::toDoubleVector(y(Util::all, 0)));
+        const auto measureOf = [&](const std::function<bool(int)>& goesLeft) {
+            std::vector<int> counts[2] = {std::vector<int>(3, 0), std::vector<int>(3, 0)};
+            int sizes[2] = {0, 0};
+            for (int i = 0; i < n; ++i) {
+                const int side = goesLeft(i) ? 0 : 1;
+                ++counts[side][static_cast<std::size_t>(y(i, 0))];
+                ++sizes[side];
+            }
+            if (sizes[0] < 3 || sizes[1] < 3) return -1.0L;
+            return giniMeasure(counts[0], counts[1], weights);
+        };
+        long double best = 0.0L;
+        for (int j = 0; j < 2; ++j) {
+            for (double t = 0.5; t < 5.0; t += 1.0) {
+                best = std::max(best, measureOf([&](int i) { return x(i, j) < t; }));
+            }
+        }
+        for (unsigned mask = 1; mask < 63; ++mask) {
+            best = std::max(best, measureOf([&](int i) {
+                                return ((mask >> static_cast<unsigned>(x(i, 2))) & 1U) != 0;
+                            }));
+        }
+        ASSERT_FALSE(model.getRoot()->isLeaf());
+        const IntVector left = model.getRoot()->left->records();
+        const long double found = measureOf([&](int i) { return left.exists(i); });
+        EXPECT_NEAR(static_cast<double>(found), static_cast<double>(best), 1e-14) << seed;
+    }
+}
+
+TEST(Tree, EqualCandidatesLeaveTheFirst) {
+    // The second column is the first one mirrored, so that every split of it ties, and the response
+    // is far from 0, where sums lose digits.
+    const int n = 50;
+    Matrix x = wholeNumbers(n, 2, 1000, 5);
+    for (int i = 0; i < n; ++i) x(i, 1) = -x(i, 0);
+    Vector y = Convert::toDoubleVector(wholeNumbers(n, 1, 50, 9)(Util::all, 0));
+    Engine::Sampling::ScalableSRS sampler(2, 2);
+    const int first = sampler.setSeed(12346).sample()[0];
+    DT::Params params = noLimits(2);
+    DT::Regression::Model model(params);
+    model.fit(x, y);
+    EXPECT_EQ(model.getRoot()->splitVariable, first);
+    DT::Regression::Model shifted(params);
+    shifted.fit(x, y + 1e9);
+    const auto a = model.getNodes();
+    const auto b = shifted.getNodes();
+    ASSERT_EQ(a.size(), b.size());
+    for (std::size_t k = 0; k < a.size(); ++k) {
+        EXPECT_EQ(a[k]->splitVariable, b[k]->splitVariable) << k;
+        EXPECT_EQ(a[k]->records(), b[k]->records()) << k;
+        EXPECT_TRUE(isNear(a[k]->risk, b[k]->risk, {1e-12, 1e-12}));
+    }
+}
+
+TEST(Tree, SplitsWithoutGainAreNotMade) {
+    // Exclusive or: no split of the root alone lowers its impurity or its squared error.
+    const Matrix x(4, 2, Vector{0, 0, 1, 1, 0, 1, 0, 1});
+    DT::Classification::Model classes(noLimits());
+    EXPECT_EQ(classes.fit(x, {0, 1, 1, 0}).getNumNodes(), 1);
+    DT::Regression::Model numbers(noLimits());
+    EXPECT_EQ(numbers.fit(x, {0.1, 0.3, 0.3, 0.1}).getNumNodes(), 1);
+    // A constant column, and one without any number, have no threshold.
+    EXPECT_EQ(numbers.fit(Matrix(4, 1, 7.0), {1, 2, 3, 4}).getNumNodes(), 1);
+    EXPECT_EQ(numbers.fit(Matrix(4, 1, kNaN), {1, 2, 3, 4}).getNumNodes(), 1);
+    // Nor have neighbouring doubles whose midpoint is the smaller one; the larger one parts them.
+    const double one = 1.0;
+    const double next = std::nextafter(one, 2.0);
+    const double afterNext = std::nextafter(next, 2.0);
+    EXPECT_EQ(numbers.fit(oneColumn({one, next}), {1, 2}).getNumNodes(), 1);
+    EXPECT_EQ(numbers.fit(oneColumn({next, afterNext}), {1, 2}).getNumNodes(), 3);
+    EXPECT_EQ(numbers.fit(oneColumn({-kInfinity, kInfinity, 1.0}), {1, 9, 2}).getNumNodes(), 3);
+}
+
+TEST(Tree, MissingNumbersGoRight) {
+    DT::Regression::Model model(noLimits());
+    model.fit(oneColumn({1, kNaN, 2, 3, kNaN}), {1, 9, 2, 3, 9});
+    EXPECT_EQ(model.predict(oneColumn({kNaN, 0.0, 2.2}))[1], 1.0);
+    EXPECT_EQ(model.predict(oneColumn({kNaN, 0.0, 2.2}))[2], 2.0);
+    // 3 cannot be parted from the missing ones: no threshold lies between.
+    EXPECT_EQ(model.predict(oneColumn({kNaN}))[0], 7.0);
+}
+
+/// A frame of one text column, one column of numbers and a response that follows the text.
+DataFrame fruits(int levels, int rows, StringVector* labels = nullptr) {
+    StringVector names;
+    Vector numbers;
+    for (int i = 0; i < rows; ++i) {
+        names.push_back(L"果" + Convert::toString(i % levels));
+        numbers.push_back(i / 7);
+        if (labels != nullptr) labels->push_back((i % levels) % 3 == 0 ? L"yes" : L"no");
+    }
+    DataFrame frame;
+    frame.append(names, L"fruit");
+    numbers.setName(L"size");
+    frame.append(numbers);
+    return frame;
+}
+
+TEST(Tree, ManyCategoriesAreSearchedInTheOrderOfTheirMeans) {
+    StringVector labels;
+    DataFrame frame = fruits(100, 1000, &labels);
+    frame.append(labels, L"sweet");
+    const DataFrame x = frame(Util::all, IntVector{0, 1});
+    DT::Classification::Model model(noLimits());
+    model.fit(x, frame(Util::all, 2));
+    EXPECT_EQ(model.getNumNodes(), 3);  // one subset parts the classes
+    EXPECT_EQ(model.predict(x), labels);
+    EXPECT_THAT(model.toString().toUtf8(), HasSubstr("fruit in {果1, 果10, "));
+    // Unknown text goes where more records went, by frame, by row and by code.
+    DataFrame unknown = fruits(100, 1);
+    unknown(0, 0) = L"梨";
+    EXPECT_EQ(model.predict(unknown)[0], L"no");
+    EXPECT_EQ(model.findNode(unknown(0, Util::all))->id, model.findNodes(unknown)[0]);
+    EXPECT_EQ(model.findNodes(Matrix(1, 2, kNaN))[0], model.findNodes(unknown)[0]);
+    // Three classes: refused, and the model stays as it was.
+    labels[0] = L"perhaps";
+    DataFrame three = x;
+    three.append(labels, L"sweet");
+    try {
+        DT::Classification::Model(noLimits()).fit(x, three(Util::all, 2));
+        ADD_FAILURE() << "100 categories with three classes were accepted";
+    } catch (const Exception& error) {
+        EXPECT_THAT(error.what(), HasSubstr("column 0 (\"fruit\") has 100 categories"));
+    }
+}
+
+TEST(Tree, EnumeratedAndOrderedSubsetsAgree) {
+    // 20 levels are enumerated, 21 are not; the extra level has one record far away.
+    StringVector unused;
+    const DataFrame frame = fruits(20, 400, &unused);
+    Vector y(400);
+    for (std::uint64_t i = 0; i < y.size(); ++i)
+        y[i] = std::fmod(static_cast<double>(i % 20) * 7, 11);
+    DT::Params params = noLimits(5);
+    params.maxSplits = 1;
+    DT::Regression::Model model(params);
+    DataFrame all = frame;
+    all.append(y);
+    model.fit(frame(Util::all, IntVector{0}), all(Util::all, 2));
+    const double enumerated = model.getRiskLog()[1];
+    // Best prefix of the categories by mean, which is the same best measure.
+    double best = kInfinity;
+    for (double cut = 0.5; cut < 11.0; cut += 1.0) {
+        double sums[2] = {0, 0}, squares[2] = {0, 0}, counts[2] = {0, 0};
+        for (const double value : y) {
+            const int side = value < cut ? 0 : 1;
+            sums[side] += value;
+            squares[side] += value * value;
+            ++counts[side];
+        }
+        if (counts[0] == 0 || counts[1] == 0) continue;
+        best = std::min(best, (squares[0] - sums[0] * sums[0] / counts[0] + squares[1] -
+                               sums[1] * sums[1] / counts[1]) /
+                                  400);
+    }
+    EXPECT_TRUE(isNear(enumerated, best, {1e-12, 0.0}));
+}
+
+TEST(Tree, DeepTreesArePrunedToTheRoot) {
+    // Of alternating classes the best split takes one record off: a chain as deep as the data.
+    const int n = 2000;
+    Vector x(n);
+    Vector y(n);
+    for (int i = 0; i < n; ++i) {
+        x[static_cast<std::uint64_t>(i)] = i;
+        y[static_cast<std::uint64_t>(i)] = i % 2;
+    }
+    DT::Classification::Model model(noLimits());
+    model.fit(oneColumn(x), y);
+    EXPECT_GT(model.getNodes().back()->depth, n / 2);
+    model.prune(oneColumn(x), y);
+    EXPECT_EQ(model.getPruning().numDecisionNodes.back(), 0);
+    DT::Classification::Model copy = model;
+    copy.select(copy.getPruning().numTrees() - 1);
+    EXPECT_EQ(copy.getNumLeaves(), 1);
+    EXPECT_EQ(model.getNumLeaves(), n);
+    // Numbers of every order of magnitude are told apart, however far the largest is.
+    DT::Regression::Model numbers(noLimits());
+    EXPECT_EQ(numbers.fit(oneColumn({1, 2, 3, 4}), {1, 2, 1e30, 2e30}).getNumLeaves(), 4);
+}
+
+TEST(Tree, SelectionFollowsTheSequence) {
+    const Matrix x = wholeNumbers(200, 4, 30, 3);
+    const Vector y = Convert::toDoubleVector(wholeNumbers(200, 1, 2, 4)(Util::all, 0));
+    DT::Classification::Model model(noLimits(4));
+    model.fit(x, y).prune(x, y);
+    const DT::Pruning pruning = model.getPruning();
+    for (int k = 0; k < pruning.numTrees(); ++k) {
+        model.select(k);
+        const auto place = static_cast<std::uint64_t>(k);
+        EXPECT_EQ(model.getNumDecisionNodes(), pruning.numDecisionNodes[place]) << k;
+        const StringVector predicted = model.predict(x);
+        double errors = 0;
+        for (std::uint64_t i = 0; i < y.size(); ++i) {
+            errors += predicted[i] == Convert::toString(y[i]) ? 0 : 1;
+        }
+        EXPECT_EQ(errors, pruning.errors[place]) << k;
+    }
+    const int last = pruning.numTrees() - 1;
+    EXPECT_EQ(model.select(pruning.numTrees()).getPruning().selectedTree, last);
+    EXPECT_EQ(model.select(-1).getPruning().selectedTree, last);
+    EXPECT_EQ(model.selectManual(0).getPruning().selectedTree, last);
+    EXPECT_EQ(model.selectManual(-1).getPruning().selectedTree, 1);
+    EXPECT_THROW(model.select(static_cast<DecisionTree::TreeType>(9)), int);
+    // A tree that never split has two trees, both the root.
+    model.fit(Matrix(3, 1, 1.0), {0, 1, 1}).prune(Matrix(1, 1, 1.0), {1});
+    EXPECT_EQ(model.getPruning().numTrees(), 2);
+    EXPECT_EQ(model.getPruning().minErrorTree, 1);
+    EXPECT_EQ(model.getPruning().bestPrunedTree, 1);
+}
+
+TEST(Tree, StoredModelsAnswerAsBefore) {
+    StringVector labels;
+    DataFrame frame = fruits(5, 90, &labels);
+    frame.append(labels, L"sweet");
+    const DataFrame x = frame(Util::all, IntVector{0, 1});
+    DT::Classification::Model model(noLimits());
+    model.setPrior({{L"no", 0.3}, {L"yes", 0.7}}).setSuccessClass(L"yes");
+    model.fit(x, frame(Util::all, 2)).prune(x, frame(Util::all, 2));
+    model.select(DecisionTree::TreeType::bestPruned);
+    DT::Classification::Model copy;
+    copy.fromJsonString(model.toJson());
+    EXPECT_EQ(copy.toJson(), model.toJson());
+    EXPECT_EQ(copy.posteriorProbability(x).getAsDoubleVector(),
+              model.posteriorProbability(x).getAsDoubleVector());
+    EXPECT_EQ(copy.toString(), model.toString());
+    EXPECT_EQ(copy.getRoot()->left->records(), model.getRoot()->left->records());
+    // Refitting the copy leaves the original alone.
+    copy.fit(x(IntVector{0, 1, 2}, Util::all), frame(IntVector{0, 1, 2}, Util::all)(Util::all, 2));
+    EXPECT_EQ(model.predict(x).size(), 90u);
+    // Damage is named and changes nothing.
+    const std::string text = model.toJson().toUtf8();
+    const std::pair<const char*, const char*> damages[] = {
+        {"\"splitVariable\":[0", "\"splitVariable\":[7"},
+        {"\"numRecords\":[90", "\"numRecords\":[91"},
+        {"\"riskLog\"", "\"risklog\""},
+    };
+    for (const auto& [from, to] : damages) {
+        std::string damaged = text;
+        const auto place = damaged.find(from);
+        ASSERT_NE(place, std::string::npos) << from;
+        damaged.replace(place, std::string(from).size(), to);
+        EXPECT_THROW(model.fromJsonString(WString::fromUtf8(damaged)), Exception) << to;
+    }
+    EXPECT_EQ(model.toJson().toUtf8(), text);
+}
+
+TEST(Tree, MistakesAreNamed) {
+    const Matrix x(3, 2, Vector{1, 2, 3, 0, 1, 1});
+    DT::Regression::Model model(noLimits());
+    model.fit(x, {1, 2, 3});
+    const WString before = model.toJson();
+    DT::Params categorical = noLimits();
+    DT::Regression::Model codes(categorical);
+    const auto withColumns = [&](IntVector columns) {
+        DT::Params params = noLimits();
+        params.categorical = std::move(columns);
+        return codes.setParams(params);
+    };
+    DT::Classification::Model classes(noLimits());
+    const std::pair<const char*, std::function<void()>> mistakes[] = {
+        {"0 records", [&] { model.fit(Matrix(0, 2), {}); }},
+        {"2 responses for 3 records",
+         [&] {
+             model.fit(x, {1, 2});
+         }},
+        {"row 1, found nan",
+         [&] {
+             model.fit(x, {1, kNaN, 2});
+         }},
+        {"categorical column 5",
+         [&] {
+             withColumns({5}).fit(x, {1, 2, 3});
+         }},
+        {"row 1, column 0 of the features, found 0.5",
+         [&] {
+             withColumns({0}).fit(oneColumn({0, 0.5, 1}), {1, 2, 3});
+         }},
+        {"class code from 0 to 1",
+         [&] {
+             classes.setClasses({L"a", L"b"}).fit(x, {0, 1, 2});
+         }},
+        {"3 columns in the features, 2 in training", [&] { model.predict(Matrix(1, 3)); }},
+        {"no tree was grown",
+         [&] {
+             DT::Regression::Model().prune(x, {1, 2, 3});
+         }},
+        {"0 records, at least 1", [&] { model.prune(Matrix(0, 2), {}); }},
+        {"Tree prune: finite response",
+         [&] {
+             model.prune(x, {1, kInfinity, 2});
+         }},
+    };
+    for (const auto& [expected, mistake] : mistakes) {
+        try {
+            mistake();
+            ADD_FAILURE() << "accepted: " << expected;
+        } catch (const Exception& error) {
+            EXPECT_THAT(error.what(), HasSubstr(expected));
+        }
+    }
+    EXPECT_EQ(model.toJson(), before);
+    // Before growth nothing is known.
+    EXPECT_TRUE(std::isnan(DT::Regression::Model().predict(x)[2]));
+    EXPECT_EQ(DT::Regression::Model().findNode(Convert::toDataFrame(x)(0, Util::all)), nullptr);
+    // All limits 0 grow a bare root.
+    DT::Regression::Model bare;
+    EXPECT_EQ(bare.fit(x, {1, 2, 6}).getNumNodes(), 1);
+    EXPECT_EQ(bare.predict(x)[0], 3.0);
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
