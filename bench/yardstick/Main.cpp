@@ -20,6 +20,7 @@ std::map<std::string, Setup> workloads() {
     addDistances(all);
     addNearestNeighbours(all);
     addTrees(all);
+    addKMeans(all);
     addSamples(all);
     return all;
 }

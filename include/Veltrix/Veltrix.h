@@ -25,6 +25,7 @@
 #include "Veltrix/Engine/DT/Tree.h"
 #include "Veltrix/Engine/Encoder.h"
 #include "Veltrix/Engine/Exceptions.h"
+#include "Veltrix/Engine/KMC.h"
 #include "Veltrix/Engine/KNN.h"
 #include "Veltrix/Engine/LinearModel/DesignMatrix.h"
 #include "Veltrix/Engine/LinearModel/Model.h"
@@ -36,3 +37,4 @@
 #include "Veltrix/Engine/TS/ARIMA/ModelParts.h"
 #include "Veltrix/Engine/Util.h"
 #include "Veltrix/Evaluator/Metrics.h"
+#include "Veltrix/Exports.h"

@@ -75,11 +75,11 @@ std::vector<std::shared_ptr<const Node>> BinaryTree::getNodes() const {
 void BinaryTree::computeBranchStrength() {
     if (!root_) return;
     const std::vector<Node*> nodes = nodesById(*root_);
-    for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) {
-        if ((*node)->isLeaf()) {
-            (*node)->init();
+    for (std::size_t k = nodes.size(); k-- > 0;) {
+        if (nodes[k]->isLeaf()) {
+            nodes[k]->init();
         } else {
-            (*node)->update();
+            nodes[k]->update();
         }
     }
 }

@@ -179,9 +179,7 @@ std::vector<Model::Cut> Model::computeSequence() {
         if (!(node->strength <= last)) node->strength = last;
         node->init();
         cuts.push_back({node, sequence.numTrees() - 1});
-        for (auto ancestor = path.rbegin(); ancestor != path.rend(); ++ancestor) {
-            (*ancestor)->update();
-        }
+        for (std::size_t k = path.size(); k-- > 0;) path[k]->update();
     }
     // The number of leaves was noted when a tree was complete and the next one began.
     sequence.numLeaves.push_back(root_->leaves);
@@ -220,11 +218,11 @@ void Model::computePrunedTreesError(const Matrix& features, const Vector& respon
     const auto addChildren = [&](const Node* node) {
         below[place(node)] = below[place(node->left.get())] + below[place(node->right.get())];
     };
-    for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) {
-        if ((*node)->isLeaf()) continue;
-        parents[place((*node)->left.get())] = *node;
-        parents[place((*node)->right.get())] = *node;
-        addChildren(*node);
+    for (std::size_t k = nodes.size(); k-- > 0;) {
+        if (nodes[k]->isLeaf()) continue;
+        parents[place(nodes[k]->left.get())] = nodes[k];
+        parents[place(nodes[k]->right.get())] = nodes[k];
+        addChildren(nodes[k]);
     }
     pruning_.numValidationRecords = features.getNumRows();
     auto cut = cuts.begin();

@@ -1,0 +1,3 @@
+#include "support/kernels/CentroidsImpl.h"
+
+const Veltrix::Kernels::Centroids Veltrix::Kernels::kCentroidsBaseline = {screen, addToGroups};

@@ -1,0 +1,237 @@
+// k-means: reference results (see tests/data/learners/README.md), the quick search for the nearest
+// centroid against the plain one, special shapes, bad input, storage.
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Util.h"
+#include "Veltrix/Engine/KMC.h"
+#include "support/kernels/Centroids.h"
+#include "tests/support/Containers.h"
+#include "tests/support/ReferenceData.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using Engine::KMC::Model;
+
+const Tolerance kReference{1e-10, 1e-12, NaNRule::EqualsNaN};
+
+Matrix data(const std::string& name, MatrixOrderType order = MatrixOrderType::columnMajor) {
+    const CsvData csv("learners/" + name + ".csv");
+    return columnsOf(csv, csv.header(), order);
+}
+
+testing::AssertionResult sameMatrix(const Matrix& actual, const Table& expected) {
+    return allNear(actual.getAsDoubleVector(),
+                   toMatrix(expected, actual.getMatrixOrder()).getAsDoubleVector(), kReference);
+}
+
+void compareFit(const ReferenceData& reference, const std::string& fit, const Matrix& x) {
+    const auto scalar = [&](const char* name) { return reference.scalar(fit + name); };
+    const auto vector = [&](const char* name) { return reference.vector(fit + name); };
+    const auto number = [&](const char* name) { return static_cast<int>(scalar(name)); };
+    Model model({number("random_starts"), number("k"), number("max_iterations"), number("seed")});
+    model.fit(x);
+    const auto& starts = model.getRandomStartSummary();
+    EXPECT_TRUE(allNear(starts.sumsOfSquares, vector("start_within_ss"), kReference));
+    EXPECT_EQ(starts.bestStart, number("best_start"));
+    EXPECT_EQ(model.getNumIterations(), number("iterations"));
+    EXPECT_EQ(model.isConverged(), number("converged") != 0);
+    EXPECT_EQ(model.hasEmptyCluster(), number("empty_cluster") != 0);
+    EXPECT_TRUE(sameMatrix(model.getCentroids(), reference.matrix(fit + "centroids")));
+    const IntVector clusters = model.predict(x);
+    EXPECT_TRUE(allNear(clusters, vector("assignment"), kReference));
+    EXPECT_EQ(model.getClusterSize(), model.clusterSize(clusters));
+    const auto& summary = model.getClusterSummary();
+    EXPECT_TRUE(allNear(summary.sizes, vector("sizes"), kReference));
+    EXPECT_TRUE(allNear(summary.averageDistance, vector("average_distance"), kReference));
+    EXPECT_TRUE(allNear(summary.ssw, vector("within_ss"), kReference));
+    const double overall = summary.overallAverageDistance;
+    EXPECT_TRUE(isNear(overall, scalar("overall_average_distance"), kReference));
+    EXPECT_TRUE(isNear(summary.sswTotal, scalar("total_within_ss"), kReference));
+    EXPECT_TRUE(isNear(model.SSWT(x, clusters), scalar("total_within_ss"), kReference));
+    EXPECT_TRUE(isNear(summary.ssb, scalar("between_ss"), kReference));
+    EXPECT_TRUE(isNear(summary.sst, scalar("total_ss"), kReference));
+    EXPECT_TRUE(isNear(summary.ssbRatio, scalar("between_ratio"), kReference));
+    const Table between = reference.matrix(fit + "centroid_distances");
+    EXPECT_TRUE(sameMatrix(model.interClusterDistance(), between));
+    const Table first = reference.matrix(fit + "first_rows_distances");
+    const IntVector firstRows = Util::range(0, static_cast<int>(first.rows));
+    EXPECT_TRUE(sameMatrix(summary.distances(firstRows, Util::all), first));
+    EXPECT_TRUE(sameMatrix(model.recordToClusterDistance(x(firstRows, Util::all)), first));
+}
+
+TEST(KMC, ReferenceResults) {
+    for (const std::string name :
+         {"faithful", "rock_kmeans", "ruspini", "usarrests_kmeans", "small_duplicates"}) {
+        const ReferenceData reference("learners/" + name + ".kmeans");
+        for (const auto order : {MatrixOrderType::columnMajor, MatrixOrderType::rowMajor}) {
+            for (const std::string fit : {"fits.0.", "fits.1.", "fits.2.", "fits.3.", "fits.4."}) {
+                SCOPED_TRACE(name + " " + fit);
+                if (reference.has(fit + "k")) compareFit(reference, fit, data(name, order));
+            }
+        }
+    }
+}
+
+/// Lloyd's iteration step by step over whole distance matrices.
+Matrix plainCentroids(const Matrix& x, Matrix centroids, int updates) {
+    for (int update = 0; update < updates; ++update) {
+        const IntVector nearest = Util::indexesOfRowMin(Util::pairwiseDistance(x, centroids, true));
+        IntVector sizes(static_cast<std::uint64_t>(centroids.getNumRows()));
+        centroids = Matrix(centroids.getNumRows(), x.getNumCols());
+        for (int i = 0; i < x.getNumRows(); ++i) {
+            const int c = nearest[static_cast<std::uint64_t>(i)];
+            ++sizes[static_cast<std::uint64_t>(c)];
+            for (int j = 0; j < x.getNumCols(); ++j) centroids(c, j) += x(i, j);
+        }
+        for (int c = 0; c < centroids.getNumRows(); ++c) {
+            const int size = sizes[static_cast<std::uint64_t>(c)];
+            if (size > 0) centroids(c, Util::all) /= size;
+        }
+    }
+    return centroids;
+}
+
+// The quick search gives what whole distance matrices give, to the last bit: with ties, repeated
+// records and centroids, an outlier, a far origin, magnitudes beyond single precision.
+TEST(KMC, SearchesAsWholeDistanceMatricesDo) {
+    const Matrix normals = Util::gaussianMatrix(1000, 5, MatrixOrderType::columnMajor, 0, 1.5, 3);
+    Matrix grid = normals;
+    for (int i = 0; i < 1000; ++i) {
+        for (int j = 0; j < 5; ++j) grid(i, j) = std::round(normals(i, j));
+    }
+    Matrix outlier = normals;
+    outlier(17, 2) = 1e9;
+    const Matrix far = grid + Matrix(1000, 5, 1e6);
+    for (const Matrix& x : {normals, grid, outlier, far, normals * 1e-160, normals * 1e120}) {
+        for (const int k : {1, 2, 3, 7, 40}) {
+            Model model({1, k, 0, 77});
+            const Matrix start = model.fit(x).getCentroids();
+            Model more;
+            more.setInitialCentroids(start).setMaxIterations(6).fit(x);
+            const int updates = more.getNumIterations() - (more.isConverged() ? 0 : 1);
+            EXPECT_TRUE(more.getCentroids().equalTo(plainCentroids(x, start, updates), 0.0)) << k;
+        }
+    }
+}
+
+// The kernels for any processor give what those for this one give.
+TEST(KMC, KernelsAgree) {
+    const Matrix x = Util::gaussianMatrix(24, 9, MatrixOrderType::columnMajor, 0, 1, 4);
+    const std::vector<float> values(x.data(), x.data() + 216);
+    const std::vector<float> lengths(24, 5.0F);
+    std::vector<int> found[2] = {std::vector<int>(24), std::vector<int>(24)};
+    std::vector<int> unsure(24);
+    Matrix sums[2] = {Matrix(9, 7), Matrix(9, 7)};
+    for (int k = 0; k < 2; ++k) {
+        const auto& kernels = k == 1 ? Kernels::centroids() : Kernels::kCentroidsBaseline;
+        const Kernels::Screen screen{9,
+                                     7,
+                                     values.data(),
+                                     values.data() + 3,
+                                     lengths.data(),
+                                     lengths.data(),
+                                     lengths.data(),
+                                     1e-6F,
+                                     1e-30F,
+                                     1e-14F,
+                                     found[k].data(),
+                                     unsure.data()};
+        EXPECT_LE(kernels.screen(screen), 1);
+        kernels.addToGroups({x.data(), 1, 24, 24, 9, found[k].data()}, sums[k].data());
+    }
+    EXPECT_EQ(found[0], found[1]);
+    EXPECT_TRUE(sums[0].equalTo(sums[1], 0.0));
+}
+
+TEST(KMC, WithinClusterSumNeverRises) {
+    const Matrix x = Util::gaussianMatrix(3000, 4, MatrixOrderType::columnMajor, 0, 1, 11);
+    double last = std::numeric_limits<double>::infinity();
+    for (int limit = 0; limit < 20; ++limit) {
+        const Model model = Model({3, 6, limit, 1}).fit(x);
+        EXPECT_EQ(model.getNumIterations(), limit + 1);
+        EXPECT_LE(model.getClusterSummary().sswTotal, last * (1.0 + 1e-12));
+        last = model.getClusterSummary().sswTotal;
+    }
+}
+
+TEST(KMC, MistakesAreNamedAndChangeNothing) {
+    const Matrix x = data("ruspini");
+    Model model({2, 3, 10, 12345});
+    const std::string before = model.fit(x).toJson().toUtf8();
+    Matrix nan = x;
+    nan(5, 1) = std::nan("");
+    const auto refit = [&](int starts, int k) {
+        Model(model).setNumRandomStarts(starts).setNumClusters(k).fit(x);
+    };
+    const struct {
+        const char* words;
+        std::function<void()> mistake;
+    } cases[] = {
+        {"0 records", [&] { model.fit(Matrix(0, 2)); }},
+        {"0 columns", [&] { model.fit(Matrix(9, 0)); }},
+        {"row 5, column 1 is nan", [&] { model.fit(nan); }},
+        {"row 5, column 1 is nan", [&] { model.predict(nan); }},
+        {"3 columns, expected 2", [&] { model.predict(Matrix(2, 3)); }},
+        {"4 columns, expected 2", [&] { model.recordToClusterDistance(Matrix(2, 4)); }},
+        {"record 0 is assigned to cluster 3", [&] { model.clusterSize(IntVector(2, 3)); }},
+        {"assigned to cluster -1", [&] { model.SSWT(Matrix(1, 2), IntVector(1, -1)); }},
+        {"1 x 2 records with 2", [&] { model.SSWT(Matrix(1, 2), IntVector(2)); }},
+        {"0 clusters, at least 1", [&] { refit(1, 0); }},
+        {"76 clusters", [&] { refit(1, 76); }},
+        {"0 random starts", [&] { refit(0, 3); }},
+        {"2 x 3, expected 2 x 2", [&] { Model().setInitialCentroids(Matrix(2, 3)).fit(x); }},
+        {"not fitted", [&] { Model().predict(x); }},
+        {"not fitted", [&] { Model().recordToClusterDistance(x); }},
+    };
+    for (const auto& each : cases) {
+        EXPECT_THAT(each.mistake,
+                    testing::ThrowsMessage<Exception>(testing::HasSubstr(each.words)));
+    }
+    EXPECT_EQ(model.toJson().toUtf8(), before);
+    // A flag of one fit is gone with the next.
+    model.setInitialCentroids(Matrix(2, 2, Vector{0, 0, 0, 0})).setMaxIterations(1).fit(x);
+    EXPECT_TRUE(model.hasEmptyCluster());
+    EXPECT_FALSE(model.setMaxIterations(0).fit(x).hasEmptyCluster());
+    EXPECT_TRUE(std::isnan(Model().SSWT(x, IntVector(75))));
+    EXPECT_TRUE(Model().interClusterDistance().empty());
+}
+
+TEST(KMC, StoredModelsAnswerAlike) {
+    const Matrix x = data("usarrests_kmeans");
+    Model given;
+    given.setInitialCentroids(x(Util::range(0, 3), Util::all)).setMaxIterations(3).fit(x);
+    for (const Model& model : {Model({3, 4, 20, 5}).fit(x), given, Model({1, 2, 3, 4})}) {
+        Model restored;
+        restored.fromJsonString(model.toJson());
+        Model(restored).setInitialCentroids({}).setNumRandomStarts(2).fit(x);
+        EXPECT_EQ(restored.toJson().toUtf8(), model.toJson().toUtf8());
+        if (model.getCentroids().empty()) continue;
+        EXPECT_EQ(restored.predict(x), model.predict(x));
+    }
+    const std::string stored = given.toJson().toUtf8();
+    // Another kind of value, another length, a start that does not exist, another width.
+    for (const std::string damage :
+         {"numIterations\":4|true", "clusterSize\":[|[1,", "bestStart\":-1|0", "cols\":4|5"}) {
+        const std::size_t bar = damage.find('|');
+        const std::size_t value = damage.find(':') + 1;
+        std::string damaged = stored;
+        damaged.replace(damaged.find(damage.substr(0, bar)) + value, bar - value,
+                        damage.substr(bar + 1));
+        EXPECT_THROW(given.fromJsonString(WString::fromUtf8(damaged)), Exception) << damage;
+    }
+    EXPECT_EQ(given.toJson().toUtf8(), stored);
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
