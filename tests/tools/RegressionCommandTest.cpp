@@ -6,54 +6,13 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Json.h"
+#include "tests/support/JsonReport.h"
 #include "tests/support/Process.h"
 #include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
 namespace {
-
-/// Tables of a report printed as JSON.
-class JsonReport {
-  public:
-    explicit JsonReport(const std::string& text)
-        : document_(Support::JsonDocument::parse(text)), tables_(document_.root().at("tables")) {}
-
-    Support::JsonView table(const std::string& title) const {
-        for (std::int64_t k = 0; k < tables_.size(); ++k) {
-            if (tables_.at(k).at("title").asString() == title) return tables_.at(k);
-        }
-        throw std::runtime_error("No table " + title);
-    }
-
-    /// The cells below a heading that are not empty.
-    std::vector<double> column(const std::string& title, const std::string& heading) const {
-        const Support::JsonView content = table(title);
-        const std::vector<std::string> headings = content.at("columns").asStrings();
-        const auto found = std::find(headings.begin(), headings.end(), heading);
-        if (found == headings.end()) throw std::runtime_error("No column " + heading);
-        std::vector<double> values;
-        for (std::int64_t i = 0; i < content.at("rows").size(); ++i) {
-            const auto cell = content.at("rows").at(i).at(found - headings.begin());
-            if (!cell.isNull()) values.push_back(cell.asDouble());
-        }
-        return values;
-    }
-
-    double entry(const std::string& label) const {
-        const Support::JsonView rows = table("Summary").at("rows");
-        for (std::int64_t i = 0; i < rows.size(); ++i) {
-            const auto row = rows.at(i);
-            if (row.at(std::int64_t{0}).asString() == label) return row.at(1).asDouble();
-        }
-        throw std::runtime_error("No entry " + label);
-    }
-
-  private:
-    Support::JsonDocument document_;
-    Support::JsonView tables_;
-};
 
 struct Case {
     const char* name;
@@ -175,21 +134,6 @@ TEST_P(RegressionCommand, ReportsTheReferenceNumbers) {
     for (const auto& [label, quantity] : entries) {
         EXPECT_TRUE(matches({report.entry(label)}, {reference.scalar(quantity)})) << label;
     }
-}
-
-/// The cells of a column of a table printed as CSV, as text.
-std::vector<std::string> csvColumn(const std::string& text, const std::string& title,
-                                   std::size_t column) {
-    std::vector<std::string> cells;
-    std::istringstream lines(text);
-    std::string line;
-    while (std::getline(lines, line) && line != title) {
-    }
-    std::getline(lines, line);  // headings
-    while (std::getline(lines, line) && !line.empty()) {
-        cells.push_back(Detail::splitCells(line, 99).at(column));
-    }
-    return cells;
 }
 
 TEST_P(RegressionCommand, AStoredModelPredictsTheSameBits) {

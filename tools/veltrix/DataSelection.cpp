@@ -96,12 +96,6 @@ void keepRows(Vector& values, const std::vector<std::int64_t>& rowNumbers) {
     values.resize(rowNumbers.size());
 }
 
-std::string trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(' ');
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(' ') + 1 - first));
-}
-
 }  // namespace
 
 std::string describeCell(const UsedColumn& column, std::int64_t row, std::string_view value) {
@@ -156,6 +150,31 @@ NumericSelection selectNumeric(const DataFile& data, const std::vector<UsedColum
     return selection;
 }
 
+std::string quotedList(const StringVector& texts) {
+    constexpr std::size_t kListed = 5;
+    std::string list;
+    for (std::size_t k = 0; k < std::min<std::size_t>(texts.size(), kListed); ++k) {
+        list += (k == 0 ? "" : ", ") + Tool::quoted(texts[k].toUtf8());
+    }
+    return list + (texts.size() > kListed ? ", ..." : "");
+}
+
+std::string trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) return {};
+    return std::string(text.substr(first, text.find_last_not_of(' ') + 1 - first));
+}
+
+std::vector<std::string> splitAtCommas(std::string_view text) {
+    std::vector<std::string> parts;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t comma = std::min(text.find(',', start), text.size());
+        parts.push_back(trimmed(text.substr(start, comma - start)));
+        start = comma + 1;
+    }
+    return parts;
+}
+
 std::vector<std::string> splitNames(const DataFile& data, const std::vector<std::string>& values) {
     std::vector<std::string> names;
     for (const std::string& value : values) {
@@ -163,11 +182,7 @@ std::vector<std::string> splitNames(const DataFile& data, const std::vector<std:
             names.push_back(value);
             continue;
         }
-        for (std::size_t start = 0; start <= value.size();) {
-            const std::size_t comma = std::min(value.find(',', start), value.size());
-            names.push_back(trimmed(std::string_view(value).substr(start, comma - start)));
-            start = comma + 1;
-        }
+        for (std::string& name : splitAtCommas(value)) names.push_back(std::move(name));
     }
     return names;
 }

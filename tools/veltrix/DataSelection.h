@@ -59,6 +59,14 @@ NumericSelection selectNumeric(const DataFile& data, const std::vector<UsedColum
 /// For messages: option, column, row and value of a cell.
 std::string describeCell(const UsedColumn& column, std::int64_t row, std::string_view value);
 
+/// The texts in quotation marks, cut after the first few.
+std::string quotedList(const StringVector& texts);
+
+/// The text without blanks at its ends.
+std::string trimmed(std::string_view text);
+/// The parts between commas, trimmed.
+std::vector<std::string> splitAtCommas(std::string_view text);
+
 /// The names in option values: a value that is a column's name whole, else its parts between
 /// commas.
 std::vector<std::string> splitNames(const DataFile& data, const std::vector<std::string>& values);

@@ -1,24 +1,17 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
-#include "Veltrix/Engine/LinearModel/OLS.h"
-#include "tools/veltrix/PredictorCoding.h"
+#include "tools/veltrix/StoredModel.h"
 
 namespace Veltrix::Tool {
 
-/// A fitted linear regression with what scoring needs beside it.
-struct StoredRegression {
-    std::string target;
-    PredictorCoding coding;  ///< its columns are the model's
-    Engine::LinearModel::OLS::Model model;
-};
+/// JSON text: type, version, family, target, and what the family adds.
+std::string writeModel(const StoredModel& stored);
 
-/// JSON text: type, version, family, target, predictors, their levels, intercept and the model.
-std::string writeModel(const StoredRegression& stored);
-
-/// Reads a file written from `writeModel`. Throws `UserError` that names the offending key when it
-/// is damaged, of another version, or something else.
-StoredRegression readModel(const std::string& path);
+/// Reads a file written from `writeModel`, of any family. Throws `UserError` that names the
+/// offending key when it is damaged, of another version, or something else.
+std::unique_ptr<StoredModel> readModel(const std::string& path);
 
 }  // namespace Veltrix::Tool

@@ -56,21 +56,12 @@ WString classLabel(const ConstDataFrameColumn& column, const std::string& name) 
     return decode(kSuccessClass, name);
 }
 
-std::string listOf(const StringVector& classes) {
-    constexpr std::size_t kListed = 5;
-    std::string list;
-    for (std::size_t k = 0; k < std::min<std::size_t>(classes.size(), kListed); ++k) {
-        list += (k == 0 ? "" : ", ") + Tool::quoted(classes[k].toUtf8());
-    }
-    return list + (classes.size() > kListed ? ", ..." : "");
-}
-
 void checkClasses(const StringVector& classes, const WString& label, const std::string& target,
                   double successShare) {
     if (std::find(classes.begin(), classes.end(), label) == classes.end()) {
         throw UserError(fmt::format("{}: column {} does not hold {}, expected one of {}",
                                     kSuccessClass, Tool::quoted(target),
-                                    Tool::quoted(label.toUtf8()), listOf(classes)));
+                                    Tool::quoted(label.toUtf8()), quotedList(classes)));
     }
     if (classes.size() == 1 && successShare < 1.0) {
         throw UserError(

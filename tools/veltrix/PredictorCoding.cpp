@@ -34,7 +34,6 @@ std::string describeLevel(const NumericSelection& selection, std::size_t column,
     return describeCell(selection.used[column], selection.rowNumbers[row], level.toUtf8());
 }
 
-/// A column with as many levels as rows is a name of the rows, or numbers with a slip among them.
 [[noreturn]] void failManyLevels(const NumericSelection& selection, std::size_t column) {
     const std::string expected =
         fmt::format("expected a number in each row, or fewer levels than the rows used ({})",
@@ -63,9 +62,10 @@ Encoder::CategoryMap occurringLevels(const NumericSelection& selection, std::siz
     return Encoder::getCatColMapping(found);
 }
 
-/// Writes the 0/1 columns of a predictor one after another; returns where they end.
+/// Writes the 0/1 columns of a predictor's levels from the `first` on one after another; returns
+/// where they end.
 double* writeIndicators(const NumericSelection& selection, std::size_t column,
-                        const Encoder::CategoryMap& categories, double* target) {
+                        const Encoder::CategoryMap& categories, std::size_t first, double* target) {
     constexpr std::size_t kUnknown = SIZE_MAX;
     std::vector<std::size_t> positions;
     for (const WString& level : selection.levels[column]) {
@@ -74,7 +74,7 @@ double* writeIndicators(const NumericSelection& selection, std::size_t column,
                                                       : static_cast<std::size_t>(known->second));
     }
     const std::size_t rows = selection.rowNumbers.size();
-    double* const end = target + (categories.size() - 1) * rows;
+    double* const end = target + (categories.size() - first) * rows;
     std::fill(target, end, 0.0);
     for (std::size_t i = 0; i < rows; ++i) {
         const std::size_t position = positions[codeAt(selection.columns[column], i)];
@@ -82,15 +82,21 @@ double* writeIndicators(const NumericSelection& selection, std::size_t column,
             throw UserError(describeLevel(selection, column, i) +
                             ", expected one of the levels that the model was fitted to");
         }
-        if (position > 0) target[(position - 1) * rows + i] = 1.0;
+        if (position >= first) target[(position - first) * rows + i] = 1.0;
     }
     return end;
 }
 
 }  // namespace
 
-PredictorCoding::PredictorCoding(std::vector<std::string> predictors, Encoder levels)
-    : predictors_(std::move(predictors)), levels_(std::move(levels)) {}
+void checkNumLevels(const NumericSelection& selection, std::size_t column) {
+    if (occurringLevels(selection, column).size() < selection.rowNumbers.size()) return;
+    failManyLevels(selection, column);
+}
+
+PredictorCoding::PredictorCoding(std::vector<std::string> predictors, LevelColumns levelColumns,
+                                 Encoder levels)
+    : predictors_(std::move(predictors)), levelColumns_(levelColumns), levels_(std::move(levels)) {}
 
 std::vector<std::string> PredictorCoding::columnNames() const {
     std::vector<std::string> names;
@@ -101,7 +107,7 @@ std::vector<std::string> PredictorCoding::columnNames() const {
             continue;
         }
         const std::vector<WString> levels = byPosition(levels_.getMapping().at(name));
-        for (std::size_t k = 1; k < levels.size(); ++k) {
+        for (std::size_t k = numBases(); k < levels.size(); ++k) {
             names.push_back(Engine::Util::generateColName(name, levels[k]).toUtf8());
         }
     }
@@ -153,7 +159,7 @@ void PredictorCoding::learn(const NumericSelection& selection, std::size_t first
         const UsedColumn& used = selection.used[column];
         if (!used.byLevel) continue;
         const Encoder::CategoryMap categories = occurringLevels(selection, column);
-        if (categories.size() >= selection.rowNumbers.size()) failManyLevels(selection, column);
+        checkNumLevels(selection, column);
         if (categories.size() == 1) {
             throw UserError(
                 fmt::format("{}: column {} holds only {} in the rows used, expected at "
@@ -175,7 +181,7 @@ Matrix PredictorCoding::code(const NumericSelection& selection, std::size_t firs
         const auto known = levels_.getMapping().find(WString::fromUtf8(predictors_[k]));
         target = known == levels_.getMapping().end()
                      ? std::ranges::copy(selection.columns[column], target).out
-                     : writeIndicators(selection, column, known->second, target);
+                     : writeIndicators(selection, column, known->second, numBases(), target);
     }
     return result;
 }

@@ -10,13 +10,20 @@
 
 namespace Veltrix::Tool {
 
+/// Which levels of a text column get a 0/1 column.
+enum class LevelColumns {
+    AllButBase,  ///< all but the first in ascending order, the base
+    All          ///< so that any two levels are equally far apart
+};
+
 /// The predictors of a model and the columns of numbers that they become. A column of numbers stays
-/// as it is; a text column becomes one 0/1 column for each of its levels but the first in ascending
-/// order, the base, named column_level.
+/// as it is; a text column becomes one 0/1 column for each of its levels, or each but the base,
+/// named column_level.
 class PredictorCoding {
   public:
     PredictorCoding() = default;
-    explicit PredictorCoding(std::vector<std::string> predictors, Engine::Encoder levels = {});
+    PredictorCoding(std::vector<std::string> predictors, LevelColumns levelColumns,
+                    Engine::Encoder levels = {});
 
     const std::vector<std::string>& predictors() const { return predictors_; }
     /// The levels of the text columns.
@@ -40,9 +47,16 @@ class PredictorCoding {
   private:
     /// Throws `UserError` when two coded columns have one name.
     void checkNames(const std::string& option) const;
+    /// Number of levels without a column of their own.
+    std::size_t numBases() const { return levelColumns_ == LevelColumns::AllButBase ? 1 : 0; }
 
     std::vector<std::string> predictors_;
+    LevelColumns levelColumns_ = LevelColumns::AllButBase;
     Engine::Encoder levels_;
 };
+
+/// Throws `UserError` for a column of categories with as many levels as rows: one that names the
+/// rows, or numbers with a slip among them.
+void checkNumLevels(const NumericSelection& selection, std::size_t column);
 
 }  // namespace Veltrix::Tool

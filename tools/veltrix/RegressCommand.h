@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "tools/veltrix/Command.h"
-#include "tools/veltrix/DataSelection.h"
 #include "tools/veltrix/ReportOutput.h"
 
 namespace Veltrix::Tool {
@@ -18,9 +17,6 @@ class RegressCommand : public Command {
     void run() override;
 
   private:
-    std::vector<std::string> choosePredictors(const DataFile& data) const;
-    void checkTarget(const DataFile& data) const;
-
     FileOption data_{"--data", {}};
     FileOption save_{"--save", {}};
     std::string target_;

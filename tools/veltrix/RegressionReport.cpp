@@ -19,19 +19,6 @@ namespace OLS = Engine::LinearModel::OLS;
 enum ResidualColumn : std::size_t { FittedValue = 2, RawResidual = 3, StandardizedResidual = 4 };
 constexpr std::size_t kLeverage = 1;
 
-Column series(std::string heading, Vector values) {
-    return {std::move(heading), std::move(values), NumberStyle::Series};
-}
-
-/// Takes the columns over; a braced list would copy them.
-template <class... Columns>
-Table recordTable(std::string title, Columns... columns) {
-    Table table{.title = std::move(title), .columns = {}, .perRecord = true};
-    table.columns.reserve(sizeof...(columns));
-    (table.columns.push_back(std::move(columns)), ...);
-    return table;
-}
-
 /// One name per design column.
 std::vector<std::string> coefficientNames(const RegressionTask& task) {
     std::vector<std::string> names = task.coding.columnNames();
@@ -195,10 +182,6 @@ void addRecords(Report& report, const RegressionTask& task, const OLS::Model& mo
 }  // namespace
 
 std::string percentText(double level) { return fmt::format("{:.10g}%", 100.0 * level); }
-
-std::string counted(std::int64_t count, const std::string& noun) {
-    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
-}
 
 std::vector<Column> intervalColumns(OLS::PredictionIntervals intervals, double confidence) {
     const std::string level = percentText(confidence);

@@ -37,7 +37,4 @@ std::vector<Column> intervalColumns(Engine::LinearModel::OLS::PredictionInterval
 /// "95%"
 std::string percentText(double level);
 
-/// The text with a plural s unless there is one of it: "1 row", "2 rows".
-std::string counted(std::int64_t count, const std::string& noun);
-
 }  // namespace Veltrix::Tool

@@ -24,6 +24,10 @@ Cell Column::cell(std::size_t row) const {
         values);
 }
 
+Column series(std::string heading, Vector values) {
+    return {std::move(heading), std::move(values), NumberStyle::Series};
+}
+
 Table entryTable(std::string title, std::vector<Entry> entries) {
     std::vector<std::string> labels;
     std::vector<Value> values;

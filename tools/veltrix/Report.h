@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -58,6 +59,13 @@ struct ChartAxis {
     std::size_t column = 0;
 };
 
+/// Consecutive rows of a chart's columns that are drawn as a series of their own.
+struct ChartGroup {
+    std::string name;
+    std::size_t firstRow = 0;
+    std::size_t numRows = 0;
+};
+
 /// A scatter chart of two columns of equal length that hold finite numbers only.
 struct Chart {
     std::string title;
@@ -67,6 +75,8 @@ struct Chart {
     std::vector<ChartAxis> lines = {};
     /// Joins every point to the x axis.
     bool stems = false;
+    /// All rows are one series when there is none; otherwise a legend names them.
+    std::vector<ChartGroup> groups = {};
 };
 
 /// What a task found out, independent of how it is shown.
@@ -75,6 +85,26 @@ struct Report {
     std::vector<Table> tables;
     std::vector<Chart> charts = {};
 };
+
+/// A column of numbers on one scale.
+Column series(std::string heading, Vector values);
+
+/// A table that takes the columns over; a braced list would copy them.
+template <class... Columns>
+Table makeTable(std::string title, Columns... columns) {
+    Table table{.title = std::move(title), .columns = {}};
+    table.columns.reserve(sizeof...(columns));
+    (table.columns.push_back(std::move(columns)), ...);
+    return table;
+}
+
+/// The same with one row per record.
+template <class... Columns>
+Table recordTable(std::string title, Columns... columns) {
+    Table table = makeTable(std::move(title), std::move(columns)...);
+    table.perRecord = true;
+    return table;
+}
 
 /// A label and its value.
 struct Entry {

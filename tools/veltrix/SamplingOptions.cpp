@@ -15,11 +15,11 @@ namespace Veltrix::Tool {
 namespace {
 
 template <class Integer>
-std::optional<Integer> wholeNumber(const std::string& text) {
+std::optional<Integer> wholeNumber(const std::string& text, Integer least) {
     Integer value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || value < 0) return std::nullopt;
+    if (error != std::errc() || stop != end || value < least) return std::nullopt;
     return value;
 }
 
@@ -41,22 +41,27 @@ CLI::Option* declareValue(CLI::App& app, const std::string& name, Value& value,
 }
 
 template <class Integer>
-std::string rangeText() {
-    return fmt::format("a whole number from 0 to {}", std::numeric_limits<Integer>::max());
+std::string rangeText(Integer least) {
+    return fmt::format("a whole number from {} to {}", least, std::numeric_limits<Integer>::max());
 }
 
 }  // namespace
 
 void declareSeed(CLI::App& app, std::uint32_t& seed) {
-    declareValue(app, "--seed", seed, "Seed of the random numbers", wholeNumber<std::uint32_t>,
-                 rangeText<std::uint32_t>())
+    declareValue(
+        app, "--seed", seed, "Seed of the random numbers",
+        [](const std::string& text) { return wholeNumber<std::uint32_t>(text, 0); },
+        rangeText<std::uint32_t>(0))
         ->type_name("N")
         ->default_str(std::to_string(seed));
 }
 
 CLI::Option* declareCount(CLI::App& app, const std::string& name, int& count,
-                          const std::string& description) {
-    return declareValue(app, name, count, description, wholeNumber<int>, rangeText<int>())
+                          const std::string& description, int least) {
+    return declareValue(
+               app, name, count, description,
+               [least](const std::string& text) { return wholeNumber<int>(text, least); },
+               rangeText(least))
         ->type_name("K");
 }
 

@@ -30,4 +30,8 @@ std::string quoted(std::string_view text) {
     return fmt::format("\"{}...\"", oneLine(text.substr(0, end)));
 }
 
+std::string counted(std::int64_t count, const std::string& noun) {
+    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
 }  // namespace Veltrix::Tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,5 +19,8 @@ std::string quoted(std::string_view text);
 
 /// The text with control characters made visible (a line break as \n), so that it stays one line.
 std::string oneLine(std::string_view text);
+
+/// The text with a plural s unless there is one of it: "1 row", "2 rows".
+std::string counted(std::int64_t count, const std::string& noun);
 
 }  // namespace Veltrix::Tool

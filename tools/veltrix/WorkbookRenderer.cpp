@@ -143,11 +143,16 @@ struct Sheets {
 using SetRange = void (*)(lxw_chart_series*, const char*, lxw_row_t, lxw_col_t, lxw_row_t,
                           lxw_col_t);
 
-void setRange(SetRange set, lxw_chart_series* series, const ChartAxis& axis, const Sheets& sheets) {
+/// Rows [firstRow, endRow) of a column.
+void setRange(SetRange set, lxw_chart_series* series, const ChartAxis& axis, const Sheets& sheets,
+              std::size_t firstRow, std::size_t endRow) {
     const auto column = static_cast<lxw_col_t>(axis.column);
-    const std::size_t rows = rowsShown(sheets.tables[axis.table]);
-    set(series, sheets.names[axis.table].c_str(), kTitleRows, column,
-        static_cast<lxw_row_t>(kTitleRows + rows - 1), column);
+    set(series, sheets.names[axis.table].c_str(), static_cast<lxw_row_t>(kTitleRows + firstRow),
+        column, static_cast<lxw_row_t>(kTitleRows + endRow - 1), column);
+}
+
+void setRange(SetRange set, lxw_chart_series* series, const ChartAxis& axis, const Sheets& sheets) {
+    setRange(set, series, axis, sheets, 0, rowsShown(sheets.tables[axis.table]));
 }
 
 /// Joins the points to the x axis by error bars as long as their values.
@@ -171,20 +176,35 @@ void drawLine(lxw_chart* plot, const ChartAxis& x, const ChartAxis& y, const She
     chart_series_set_line(series, &line);
 }
 
+lxw_chart_series* drawPoints(lxw_chart* plot, const Chart& chart, const Sheets& sheets,
+                             std::size_t firstRow, std::size_t endRow) {
+    lxw_chart_series* const series = chart_add_series(plot, nullptr, nullptr);
+    if (series == nullptr) check(LXW_ERROR_MEMORY_MALLOC_FAILED);
+    setRange(chart_series_set_categories, series, chart.x, sheets, firstRow, endRow);
+    setRange(chart_series_set_values, series, chart.y, sheets, firstRow, endRow);
+    chart_series_set_marker_type(series, LXW_CHART_MARKER_CIRCLE);
+    chart_series_set_marker_size(series, 5);
+    if (chart.stems) drawStems(series);
+    return series;
+}
+
 void insertChart(lxw_workbook* workbook, lxw_worksheet* sheet, lxw_row_t row, const Chart& chart,
                  const Sheets& sheets) {
     lxw_chart* const plot = workbook_add_chart(workbook, LXW_CHART_SCATTER);
     if (plot == nullptr) check(LXW_ERROR_MEMORY_MALLOC_FAILED);
-    lxw_chart_series* const series = chart_add_series(plot, nullptr, nullptr);
-    if (series == nullptr) check(LXW_ERROR_MEMORY_MALLOC_FAILED);
-    setRange(chart_series_set_categories, series, chart.x, sheets);
-    setRange(chart_series_set_values, series, chart.y, sheets);
-    chart_series_set_marker_type(series, LXW_CHART_MARKER_CIRCLE);
-    chart_series_set_marker_size(series, 5);
-    if (chart.stems) drawStems(series);
+    const std::size_t rows = rowsShown(sheets.tables[chart.y.table]);
+    for (const ChartGroup& group : chart.groups) {
+        const std::size_t end = std::min(group.firstRow + group.numRows, rows);
+        if (group.firstRow >= end) continue;
+        lxw_chart_series* const series = drawPoints(plot, chart, sheets, group.firstRow, end);
+        chart_series_set_name(series, group.name.c_str());
+    }
+    if (chart.groups.empty()) {
+        drawPoints(plot, chart, sheets, 0, rows);
+        chart_legend_set_position(plot, LXW_CHART_LEGEND_NONE);
+    }
     for (const ChartAxis& line : chart.lines) drawLine(plot, chart.x, line, sheets);
     chart_title_set_name(plot, chart.title.c_str());
-    chart_legend_set_position(plot, LXW_CHART_LEGEND_NONE);
     chart_axis_set_name(plot->x_axis, sheets.column(chart.x).heading.c_str());
     chart_axis_set_name(plot->y_axis, sheets.column(chart.y).heading.c_str());
     // Axes cross at 0; their labels belong at the edge of the plot.

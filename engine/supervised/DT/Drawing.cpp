@@ -1,8 +1,14 @@
 // The tree as text.
+#include "engine/supervised/DT/Drawing.h"
+
+#include <array>
+#include <charconv>
+#include <string_view>
 #include <utility>
 
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Engine/DT.h"
+#include "support/NumberText.h"
 
 namespace Veltrix::Engine::DT {
 namespace {
@@ -17,6 +23,20 @@ WString listOf(const StringVector& names, const std::vector<int>& codes) {
     return text;
 }
 
+}  // namespace
+
+WString roundedText(double number) {
+    constexpr int kDigits = 12;
+    std::array<char, 64> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number,
+                                   std::chars_format::general, kDigits)
+                         .ptr;
+    const auto rounded = Support::parseNumber(std::string_view(text.data(), end));
+    return Convert::toString(rounded.value_or(number));
+}
+
+namespace {
+
 /// A node that waits for its turn, and what leads to it.
 struct Waiting {
     const Node* node;
@@ -28,7 +48,7 @@ struct Waiting {
 WString Model::describeBranch(const Node& node, bool left) const {
     const WString& name = colNames_[static_cast<std::uint64_t>(node.splitVariable)];
     if (numCategories_[static_cast<std::size_t>(node.splitVariable)] == 0) {
-        return name + (left ? L" < " : L" >= ") + Convert::toString(node.splitValue);
+        return name + (left ? L" < " : L" >= ") + roundedText(node.splitValue);
     }
     return name + (left ? L" in {" : L" not in {") +
            listOf(getCategories(node.splitVariable), node.splitSubset) + L"}";

@@ -3,8 +3,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "Veltrix/Data/Convert.h"
 #include "Veltrix/Engine/DT.h"
+#include "engine/supervised/DT/Drawing.h"
 #include "engine/supervised/DT/FrameCoding.h"
 #include "engine/supervised/DT/Growth.h"
 #include "engine/supervised/DT/NumberTarget.h"
@@ -93,6 +93,6 @@ double Model::computeStdDevMinError() const {
     return std::sqrt(pruning_.minError() / pruning_.numValidationRecords);
 }
 
-WString Model::describeLabel(const Node& node) const { return Convert::toString(node.label); }
+WString Model::describeLabel(const Node& node) const { return roundedText(node.label); }
 
 }  // namespace Veltrix::Engine::DT::Regression

@@ -147,7 +147,8 @@ class VELTRIX_API BinaryTree {
     int getNumDecisionNodes() const;
     /// The nodes of the selected tree in the order of their ids.
     std::vector<std::shared_ptr<const Node>> getNodes() const;
-    /// Drawing of the selected tree, one line a node, children indented below their parent.
+    /// Drawing of the selected tree, one line a node, children indented below their parent, leaves
+    /// marked by a star. Numbers are rounded to twelve digits, here and in the rules.
     WString toString() const;
     /// One rule for each leaf of the selected tree, from left to right.
     std::vector<Rule> getRules() const;

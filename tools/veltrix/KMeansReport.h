@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Veltrix/Engine/KMC.h"
+#include "tools/veltrix/DataSelection.h"
+#include "tools/veltrix/Report.h"
+
+namespace Veltrix::Tool {
+
+/// What was clustered.
+struct KMeansTask {
+    std::string dataFile;
+    const NumericSelection& selection;
+    std::uint32_t seed;
+};
+
+/// The starts, the clusters and the records with their clusters, which count from 1.
+Report kMeansReport(const KMeansTask& task, const Engine::KMC::Model& model,
+                    const IntVector& assignment);
+
+}  // namespace Veltrix::Tool
