@@ -22,6 +22,51 @@ void member(Support::JsonWriter& writer, std::string_view key, const StringVecto
     writer.endArray();
 }
 
+void write(Support::JsonWriter& writer, const Matrix& matrix) {
+    const auto size = static_cast<std::size_t>(matrix.getNumRows()) *
+                      static_cast<std::size_t>(matrix.getNumCols());
+    writer.beginObject().member("name", std::string_view(matrix.getName().toUtf8()));
+    writer.member("order", static_cast<int>(matrix.getMatrixOrder()));
+    writer.member("rows", matrix.getNumRows()).member("cols", matrix.getNumCols());
+    writer.member("values", std::span<const double>(matrix.data(), size)).endObject();
+}
+
+void expectSize(const Support::JsonView& list, std::int64_t size) {
+    if (list.size() == size) return;
+    list.fail("expected " + std::to_string(size) + " values, found " + std::to_string(list.size()));
+}
+
+Vector vector(const Support::JsonView& list) { return vector(list, list.size()); }
+
+Vector vector(const Support::JsonView& list, std::int64_t size) {
+    expectSize(list, size);
+    Vector result(static_cast<std::uint64_t>(size));
+    list.copyDoubles({result.data(), result.size()});
+    return result;
+}
+
+IntVector intVector(const Support::JsonView& list) {
+    const std::vector<std::int32_t> numbers = list.asInt32s();
+    return {numbers.begin(), numbers.end()};
+}
+
+int count(const Support::JsonView& value) {
+    const int found = value.asInt32();
+    if (found < 0) value.fail("expected a count, found " + std::to_string(found));
+    return found;
+}
+
+Matrix matrix(const Support::JsonView& view) {
+    const int rows = count(view.at("rows"));
+    const int cols = count(view.at("cols"));
+    const int order = view.at("order").asInt32();
+    if (order != 0 && order != 1) view.at("order").fail("expected 0 or 1");
+    Matrix result(rows, cols, vector(view.at("values"), std::int64_t{rows} * cols),
+                  static_cast<MatrixOrderType>(order));
+    result.setName(text(view.at("name")));
+    return result;
+}
+
 WString text(const Support::JsonView& value) { return WString::fromUtf8(value.asString()); }
 
 StringVector distinctTexts(const Support::JsonView& list) {

@@ -3,12 +3,17 @@
 /// @file
 /// The frame that stored objects of the engine share: {"type": ..., "version": 1, ...}.
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Data/Matrix.h"
 #include "Veltrix/Data/StringVector.h"
+#include "Veltrix/Data/Vector.h"
 #include "Veltrix/Data/WString.h"
 #include "support/Json.h"
 
@@ -20,6 +25,21 @@ WString finish(Support::JsonWriter& writer);
 /// A member that holds a list of texts.
 void member(Support::JsonWriter& writer, std::string_view key, const StringVector& texts);
 
+/// A matrix with its name and order, as the value of a key that was written.
+void write(Support::JsonWriter& writer, const Matrix& matrix);
+inline std::span<const double> values(const Vector& v) { return {v.data(), v.size()}; }
+inline std::span<const std::int32_t> values(const IntVector& v) { return {v.data(), v.size()}; }
+
+/// Throws `JsonError` unless the list has that many entries.
+void expectSize(const Support::JsonView& list, std::int64_t size);
+Vector vector(const Support::JsonView& list);
+/// A list of a given length.
+Vector vector(const Support::JsonView& list, std::int64_t size);
+IntVector intVector(const Support::JsonView& list);
+/// A whole number of at least 0.
+int count(const Support::JsonView& value);
+/// What `write` wrote.
+Matrix matrix(const Support::JsonView& view);
 WString text(const Support::JsonView& value);
 /// A list of texts, none twice.
 StringVector distinctTexts(const Support::JsonView& list);

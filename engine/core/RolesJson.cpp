@@ -1,7 +1,5 @@
 #include "engine/core/RolesJson.h"
 
-#include <span>
-
 #include "Veltrix/Data/Util.h"
 #include "engine/core/ModelJson.h"
 
@@ -18,7 +16,7 @@ void write(Support::JsonWriter& writer, const Classification::Modelable& model) 
     writer.member("successClass", std::string_view(model.getSuccessClass().toUtf8()));
     writer.member("cutoff", model.getSuccessProbabilityCutoff());
     ModelJson::member(writer, "priorLabels", labels);
-    writer.member("priors", std::span<const double>(priors.data(), priors.size()));
+    writer.member("priors", ModelJson::values(priors));
 }
 
 void read(const Support::JsonView& root, Classification::Modelable& model) {
@@ -26,10 +24,8 @@ void read(const Support::JsonView& root, Classification::Modelable& model) {
     model.setSuccessClass(ModelJson::text(root.at("successClass")));
     model.setSuccessProbabilityCutoff(root.at("cutoff").asDouble());
     const StringVector labels = ModelJson::distinctTexts(root.at("priorLabels"));
-    const std::vector<double> probabilities = root.at("priors").asDoubles();
-    if (probabilities.size() != labels.size()) {
-        root.at("priors").fail("expected as many as priorLabels");
-    }
+    const Vector probabilities =
+        ModelJson::vector(root.at("priors"), static_cast<std::int64_t>(labels.size()));
     Classification::Priorable::PriorMap priors;
     for (std::uint64_t i = 0; i < labels.size(); ++i) priors[labels[i]] = probabilities[i];
     model.setPrior(priors);

@@ -69,43 +69,26 @@ constexpr Field<Pruning, Vector> kPruningNumbers[] = {
     {"errors", &Pruning::errors},
 };
 
-std::span<const double> values(const Vector& v) { return {v.data(), v.size()}; }
-std::span<const std::int32_t> values(const IntVector& v) { return {v.data(), v.size()}; }
-
-void checkSize(const JsonView& list, std::int64_t size) {
-    if (list.size() == size) return;
-    list.fail("expected " + std::to_string(size) + " entries, found " +
-              std::to_string(list.size()));
-}
-
-Vector readVector(const JsonView& list) {
-    const std::vector<double> numbers = list.asDoubles();
-    return {numbers.begin(), numbers.end()};
-}
-
-IntVector readIntVector(const JsonView& list) {
-    const std::vector<std::int32_t> numbers = list.asInt32s();
-    return {numbers.begin(), numbers.end()};
-}
-
 void writeParams(JsonWriter& json, const Params& params) {
     json.key("params").beginObject();
     for (const auto& field : kParams) json.member(field.key, params.*field.member);
-    json.member("categorical", values(params.categorical)).endObject();
+    json.member("categorical", ModelJson::values(params.categorical)).endObject();
 }
 
 Params readParams(const JsonView& stored) {
     Params params;
     for (const auto& field : kParams) params.*field.member = stored.at(field.key).asInt32();
-    params.categorical = readIntVector(stored.at("categorical"));
+    params.categorical = ModelJson::intVector(stored.at("categorical"));
     return params;
 }
 
 void writePruning(JsonWriter& json, const Pruning& pruning) {
     json.key("pruning").beginObject();
     for (const auto& field : kPruningCounts) json.member(field.key, pruning.*field.member);
-    for (const auto& field : kPruningLists) json.member(field.key, values(pruning.*field.member));
-    for (const auto& field : kPruningNumbers) json.member(field.key, values(pruning.*field.member));
+    for (const auto& field : kPruningLists)
+        json.member(field.key, ModelJson::values(pruning.*field.member));
+    for (const auto& field : kPruningNumbers)
+        json.member(field.key, ModelJson::values(pruning.*field.member));
     json.endObject();
 }
 
@@ -116,12 +99,12 @@ Pruning readPruning(const JsonView& stored) {
     }
     const std::int64_t trees = stored.at("complexity").size();
     for (const auto& field : kPruningLists) {
-        checkSize(stored.at(field.key), trees);
-        pruning.*field.member = readIntVector(stored.at(field.key));
+        ModelJson::expectSize(stored.at(field.key), trees);
+        pruning.*field.member = ModelJson::intVector(stored.at(field.key));
     }
     for (const auto& field : kPruningNumbers) {
-        checkSize(stored.at(field.key), trees);
-        pruning.*field.member = readVector(stored.at(field.key));
+        ModelJson::expectSize(stored.at(field.key), trees);
+        pruning.*field.member = ModelJson::vector(stored.at(field.key));
     }
     return pruning;
 }
@@ -191,8 +174,8 @@ void TreeJson::write(JsonWriter& json, const Model& model) {
         json.endArray();
     }
     json.endArray();
-    json.member("columnAccumulators", values(model.accumulators_));
-    json.member("riskLog", values(model.riskLog_));
+    json.member("columnAccumulators", ModelJson::values(model.accumulators_));
+    json.member("riskLog", ModelJson::values(model.riskLog_));
     json.member("complexity", model.alpha_);
     writePruning(json, model.pruning_);
     const TrainingRecord empty;
@@ -206,12 +189,12 @@ void TreeJson::write(JsonWriter& json, const Model& model) {
 void TreeJson::readCategories(const JsonView& root, Model& model) {
     const std::vector<std::int32_t> counts = root.at("numCategories").asInt32s();
     const JsonView labels = root.at("categories");
-    checkSize(labels, static_cast<std::int64_t>(counts.size()));
+    ModelJson::expectSize(labels, static_cast<std::int64_t>(counts.size()));
     for (std::size_t j = 0; j < counts.size(); ++j) {
         const JsonView list = labels.at(static_cast<std::int64_t>(j));
         const StringVector levels = ModelJson::distinctTexts(list);
         if (levels.empty()) continue;
-        checkSize(list, counts[j]);
+        ModelJson::expectSize(list, counts[j]);
         DataFrame column;
         column.append(levels, categoryColumn(static_cast<int>(j)));
         model.inputs_.fit(column(Selection::all, 0));
@@ -225,9 +208,9 @@ void TreeJson::readNodes(const JsonView& root, int numClasses, Model& model) {
     auto training = std::make_shared<TrainingRecord>();
     training->order = root.at("records").asInt32s();
     training->numClasses = numClasses;
-    checkSize(root.at("classCounts"), count * numClasses);
+    ModelJson::expectSize(root.at("classCounts"), count * numClasses);
     training->classCounts = root.at("classCounts").asInt32s();
-    if (count > 0) checkSize(root.at("classWeights"), numClasses);
+    if (count > 0) ModelJson::expectSize(root.at("classWeights"), numClasses);
     training->weights = root.at("classWeights").asDoubles();
 
     std::vector<std::shared_ptr<Node>> nodes(static_cast<std::size_t>(count));
@@ -264,13 +247,13 @@ void TreeJson::read(const JsonView& root, int numClasses, Model& model) {
         model.colNames_.push_back(WString::fromUtf8(name));
     }
     readCategories(root, model);
-    checkSize(root.at("columnAccumulators"), model.getNumCols());
-    model.accumulators_ = readVector(root.at("columnAccumulators"));
-    model.riskLog_ = readVector(root.at("riskLog"));
+    ModelJson::expectSize(root.at("columnAccumulators"), model.getNumCols());
+    model.accumulators_ = ModelJson::vector(root.at("columnAccumulators"));
+    model.riskLog_ = ModelJson::vector(root.at("riskLog"));
     model.alpha_ = root.at("complexity").asDouble();
     model.pruning_ = readPruning(root.at("pruning"));
     readNodes(root, numClasses, model);
-    if (model.root_) checkSize(root.at("columns"), model.getNumCols());
+    if (model.root_) ModelJson::expectSize(root.at("columns"), model.getNumCols());
 }
 
 namespace {

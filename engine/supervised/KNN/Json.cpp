@@ -20,52 +20,16 @@ using Support::JsonWriter;
 constexpr const char* kClassification = "Classification::KNN::Model";
 constexpr const char* kRegression = "Regression::KNN::Model";
 
-std::span<const double> values(const Vector& v) { return {v.data(), v.size()}; }
-
-Vector readVector(const JsonView& list) {
-    const std::vector<double> numbers = list.asDoubles();
-    return Vector(numbers.begin(), numbers.end());
-}
-
 void writeTraining(JsonWriter& json, const KNN::Model& model) {
-    const Matrix& x = model.getTrainingFeatures();
-    const auto size =
-        static_cast<std::size_t>(x.getNumRows()) * static_cast<std::size_t>(x.getNumCols());
-    json.member("weights", values(model.getWeights()));
-    json.key("features").beginObject();
-    json.member("name", std::string_view(x.getName().toUtf8()));
-    json.member("order", static_cast<int>(x.getMatrixOrder()));
-    json.member("rows", x.getNumRows()).member("cols", x.getNumCols());
-    json.member("values", std::span<const double>(x.data(), size)).endObject();
-}
-
-int readCount(const JsonView& value) {
-    const int count = value.asInt32();
-    if (count < 0) value.fail("expected a count, found " + std::to_string(count));
-    return count;
-}
-
-Matrix readFeatures(const JsonView& stored) {
-    const int rows = readCount(stored.at("rows"));
-    const int cols = readCount(stored.at("cols"));
-    const int order = stored.at("order").asInt32();
-    if (order != 0 && order != 1) stored.at("order").fail("expected 0 or 1");
-    const JsonView list = stored.at("values");
-    const std::int64_t size = std::int64_t{rows} * cols;
-    if (list.size() != size) {
-        list.fail("expected " + std::to_string(size) + " values, found " +
-                  std::to_string(list.size()));
-    }
-    Matrix x(rows, cols, readVector(list), static_cast<MatrixOrderType>(order));
-    x.setName(ModelJson::text(stored.at("name")));
-    return x;
+    json.member("weights", ModelJson::values(model.getWeights())).key("features");
+    ModelJson::write(json, model.getTrainingFeatures());
 }
 
 /// Features and weights. The lists of a model that has been fitted are as long as its features have
 /// rows; one that has not may hold some of them already.
 void readTraining(const JsonView& root, KNN::Model& model) {
-    const Matrix x = readFeatures(root.at("features"));
-    const Vector weights = readVector(root.at("weights"));
+    const Matrix x = ModelJson::matrix(root.at("features"));
+    const Vector weights = ModelJson::vector(root.at("weights"));
     const std::int64_t responses = root.at("response").size();
     if (x.getNumRows() > 0 && responses > 0) {
         const auto check = [&](const char* key, std::int64_t found) {
@@ -135,7 +99,7 @@ namespace Regression::KNN {
 
 WString Model::toJson() const {
     JsonWriter json = ModelJson::begin(kRegression);
-    json.member("response", values(response_));
+    json.member("response", ModelJson::values(response_));
     writeTraining(json, *this);
     return ModelJson::finish(json);
 }
@@ -143,7 +107,7 @@ WString Model::toJson() const {
 void Model::fromJsonString(const WString& json) {
     *this = ModelJson::read(kRegression, json, [](const JsonView& root) {
         Model model;
-        model.setTrainingResponse(readVector(root.at("response")));
+        model.setTrainingResponse(ModelJson::vector(root.at("response")));
         readTraining(root, model);
         return model;
     });

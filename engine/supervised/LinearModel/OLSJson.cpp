@@ -34,27 +34,6 @@ constexpr AnovaField kAnovaFields[] = {
     {"pValue", &ANOVA::pValue},
 };
 
-std::span<const double> values(const Vector& v) { return {v.data(), v.size()}; }
-
-/// A list of doubles of a given length.
-Vector readVector(const JsonView& parent, const char* key, std::int64_t length) {
-    const JsonView list = parent.at(key);
-    if (list.size() != length) {
-        list.fail("expected " + std::to_string(length) + " values, found " +
-                  std::to_string(list.size()));
-    }
-    Vector result(static_cast<std::uint64_t>(length));
-    list.copyDoubles({result.data(), result.size()});
-    return result;
-}
-
-int readCount(const JsonView& parent, const char* key) {
-    const JsonView value = parent.at(key);
-    const int count = value.asInt32();
-    if (count < 0) value.fail("expected a count, found " + std::to_string(count));
-    return count;
-}
-
 /// Column numbers, ascending and within [0, columns).
 IntVector readColumns(const JsonView& parent, const char* key, int columns) {
     const JsonView list = parent.at(key);
@@ -76,14 +55,16 @@ WString Model::toJson() const {
     json.member("fitted", fitted_).member("intercept", intercept_);
     json.member("numRows", numRows_).member("numCols", numCols_).member("rank", rank_);
     json.member("tolerance", tolerance_);
-    json.member("coefficients", values(coefficients_)).member("columnNorms", values(columnNorms_));
+    json.member("coefficients", ModelJson::values(coefficients_))
+        .member("columnNorms", ModelJson::values(columnNorms_));
     json.member("estimable", std::span<const std::int32_t>(estimable_.data(), estimable_.size()));
     json.key("anova").beginObject();
     for (const AnovaField& field : kAnovaFields) json.member(field.key, anova_.*field.member);
     json.endObject();
     const Vector covariance = covariance_.getAsDoubleVector();
-    json.member("covariance", values(covariance));
-    json.member("weights", values(getWeights())).member("leverages", values(leverages_));
+    json.member("covariance", ModelJson::values(covariance));
+    json.member("weights", ModelJson::values(getWeights()))
+        .member("leverages", ModelJson::values(leverages_));
     return ModelJson::finish(json);
 }
 
@@ -92,14 +73,14 @@ void Model::fromJsonString(const WString& json) {
         Model model;
         model.fitted_ = root.at("fitted").asBool();
         model.intercept_ = root.at("intercept").asBool();
-        model.numRows_ = readCount(root, "numRows");
-        model.numCols_ = readCount(root, "numCols");
-        model.rank_ = readCount(root, "rank");
+        model.numRows_ = ModelJson::count(root.at("numRows"));
+        model.numCols_ = ModelJson::count(root.at("numCols"));
+        model.rank_ = ModelJson::count(root.at("rank"));
         model.tolerance_ = root.at("tolerance").asDouble();
         if (model.fitted_ && model.numCols_ < 1) root.at("numCols").fail("expected at least 1");
         const std::int64_t p = model.numCols_;
-        model.coefficients_ = readVector(root, "coefficients", p);
-        model.columnNorms_ = readVector(root, "columnNorms", p);
+        model.coefficients_ = ModelJson::vector(root.at("coefficients"), p);
+        model.columnNorms_ = ModelJson::vector(root.at("columnNorms"), p);
         model.estimable_ = readColumns(root, "estimable", model.numCols_);
         if (model.estimable_.size() != static_cast<std::uint64_t>(model.rank_)) {
             root.at("estimable").fail("expected as many columns as the rank");
@@ -109,11 +90,11 @@ void Model::fromJsonString(const WString& json) {
             model.anova_.*field.member = anova.at(field.key).asDouble();
         }
         model.covariance_ =
-            Matrix(model.numCols_, model.numCols_, readVector(root, "covariance", p * p));
-        model.leverages_ = readVector(root, "leverages", model.numRows_);
+            Matrix(model.numCols_, model.numCols_, ModelJson::vector(root.at("covariance"), p * p));
+        model.leverages_ = ModelJson::vector(root.at("leverages"), model.numRows_);
         // An unfitted model may hold weights already.
         const std::int64_t weights = model.fitted_ ? model.numRows_ : root.at("weights").size();
-        model.setWeights(readVector(root, "weights", weights));
+        model.setWeights(ModelJson::vector(root.at("weights"), weights));
         return model;
     });
 }

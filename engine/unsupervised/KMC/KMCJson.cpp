@@ -1,4 +1,3 @@
-#include <span>
 #include <string>
 #include <utility>
 
@@ -39,33 +38,9 @@ constexpr ParamField kParamFields[] = {
     {"seed", &Params::seed},
 };
 
-std::span<const double> values(const Vector& v) { return {v.data(), v.size()}; }
-std::span<const std::int32_t> values(const IntVector& v) { return {v.data(), v.size()}; }
-
-void write(JsonWriter& json, const Matrix& matrix) {
-    const auto size = static_cast<std::size_t>(matrix.getNumRows()) *
-                      static_cast<std::size_t>(matrix.getNumCols());
-    json.beginObject().member("rows", matrix.getNumRows()).member("cols", matrix.getNumCols());
-    json.member("order", static_cast<int>(matrix.getMatrixOrder()));
-    json.member("values", std::span<const double>(matrix.data(), size)).endObject();
-}
-
-void expectLength(const JsonView& list, std::int64_t length) {
-    if (list.size() == length) return;
-    list.fail("expected " + std::to_string(length) + " values, found " +
-              std::to_string(list.size()));
-}
-
-Vector readVector(const JsonView& list, std::int64_t length) {
-    expectLength(list, length);
-    Vector result(static_cast<std::uint64_t>(length));
-    list.copyDoubles({result.data(), result.size()});
-    return result;
-}
-
 /// Counts of at least 0.
 IntVector readCounts(const JsonView& list, std::int64_t length) {
-    expectLength(list, length);
+    ModelJson::expectSize(list, length);
     IntVector result;
     for (const std::int32_t count : list.asInt32s()) {
         if (count < 0) list.fail("expected counts, found " + std::to_string(count));
@@ -74,24 +49,9 @@ IntVector readCounts(const JsonView& list, std::int64_t length) {
     return result;
 }
 
-int readDimension(const JsonView& value) {
-    const int dimension = value.asInt32();
-    if (dimension < 0) value.fail("expected at least 0, found " + std::to_string(dimension));
-    return dimension;
-}
-
-Matrix readMatrix(const JsonView& view) {
-    const int rows = readDimension(view.at("rows"));
-    const int cols = readDimension(view.at("cols"));
-    const int order = view.at("order").asInt32();
-    if (order != 0 && order != 1) view.at("order").fail("expected 0 or 1");
-    return {rows, cols, readVector(view.at("values"), std::int64_t{rows} * cols),
-            static_cast<MatrixOrderType>(order)};
-}
-
 /// A matrix of the shape that what was read before asks for.
 Matrix readMatrix(const JsonView& view, std::int64_t rows, std::int64_t cols) {
-    Matrix result = readMatrix(view);
+    Matrix result = ModelJson::matrix(view);
     if (result.getNumRows() != rows || result.getNumCols() != cols) {
         view.fail("expected " + std::to_string(rows) + " x " + std::to_string(cols) +
                   " values, found " + std::to_string(result.getNumRows()) + " x " +
@@ -102,8 +62,8 @@ Matrix readMatrix(const JsonView& view, std::int64_t rows, std::int64_t cols) {
 
 void writeStarts(JsonWriter& json, const RandomStartSummary& starts) {
     json.beginObject().key("centroids").beginArray();
-    for (const Matrix& centroids : starts.centroids) write(json, centroids);
-    json.endArray().member("sumsOfSquares", values(starts.sumsOfSquares));
+    for (const Matrix& centroids : starts.centroids) ModelJson::write(json, centroids);
+    json.endArray().member("sumsOfSquares", ModelJson::values(starts.sumsOfSquares));
     json.member("bestSumOfSquares", starts.bestSumOfSquares);
     json.member("bestStart", starts.bestStart).endObject();
 }
@@ -115,7 +75,7 @@ RandomStartSummary readStarts(const JsonView& view, const Matrix& centroids) {
         starts.centroids.push_back(
             readMatrix(list.at(s), centroids.getNumRows(), centroids.getNumCols()));
     }
-    starts.sumsOfSquares = readVector(view.at("sumsOfSquares"), list.size());
+    starts.sumsOfSquares = ModelJson::vector(view.at("sumsOfSquares"), list.size());
     starts.bestSumOfSquares = view.at("bestSumOfSquares").asDouble();
     starts.bestStart = view.at("bestStart").asInt32();
     if (starts.bestStart < -1 || starts.bestStart >= list.size()) {
@@ -125,10 +85,10 @@ RandomStartSummary readStarts(const JsonView& view, const Matrix& centroids) {
 }
 
 void writeSummary(JsonWriter& json, const ClusterSummary& summary) {
-    json.beginObject().member("sizes", values(summary.sizes)).key("distances");
-    write(json, summary.distances);
-    json.member("averageDistance", values(summary.averageDistance));
-    json.member("ssw", values(summary.ssw));
+    json.beginObject().member("sizes", ModelJson::values(summary.sizes)).key("distances");
+    ModelJson::write(json, summary.distances);
+    json.member("averageDistance", ModelJson::values(summary.averageDistance));
+    json.member("ssw", ModelJson::values(summary.ssw));
     for (const auto& field : kSummaryFields) json.member(field.key, summary.*field.member);
     json.endObject();
 }
@@ -136,12 +96,12 @@ void writeSummary(JsonWriter& json, const ClusterSummary& summary) {
 ClusterSummary readSummary(const JsonView& view, std::int64_t numClusters) {
     ClusterSummary summary;
     summary.sizes = readCounts(view.at("sizes"), numClusters);
-    summary.distances = readMatrix(view.at("distances"));
+    summary.distances = ModelJson::matrix(view.at("distances"));
     if (summary.distances.getNumCols() != numClusters) {
         view.at("distances").at("cols").fail("expected the number of clusters");
     }
-    summary.averageDistance = readVector(view.at("averageDistance"), numClusters);
-    summary.ssw = readVector(view.at("ssw"), numClusters);
+    summary.averageDistance = ModelJson::vector(view.at("averageDistance"), numClusters);
+    summary.ssw = ModelJson::vector(view.at("ssw"), numClusters);
     for (const auto& field : kSummaryFields) {
         summary.*field.member = view.at(field.key).asDouble();
     }
@@ -155,12 +115,12 @@ WString Model::toJson() const {
     json.key("params").beginObject();
     for (const auto& field : kParamFields) json.member(field.key, params_.*field.member);
     json.endObject().key("initialCentroids");
-    write(json, initialCentroids_);
+    ModelJson::write(json, initialCentroids_);
     json.key("centroids");
-    write(json, centroids_);
+    ModelJson::write(json, centroids_);
     json.member("numIterations", numIterations_);
     json.member("converged", converged_).member("emptyCluster", emptyCluster_);
-    json.member("clusterSize", values(clusterSize_));
+    json.member("clusterSize", ModelJson::values(clusterSize_));
     json.key("randomStarts");
     writeStarts(json, randomStarts_);
     json.key("summary");
@@ -175,8 +135,8 @@ void Model::fromJsonString(const WString& json) {
         for (const auto& field : kParamFields) {
             model.params_.*field.member = params.at(field.key).asInt32();
         }
-        model.initialCentroids_ = readMatrix(root.at("initialCentroids"));
-        model.centroids_ = readMatrix(root.at("centroids"));
+        model.initialCentroids_ = ModelJson::matrix(root.at("initialCentroids"));
+        model.centroids_ = ModelJson::matrix(root.at("centroids"));
         model.numIterations_ = root.at("numIterations").asInt32();
         model.converged_ = root.at("converged").asBool();
         model.emptyCluster_ = root.at("emptyCluster").asBool();
