@@ -78,7 +78,7 @@ void tryCategories(const Target& target, const CategoryTotals& totals, const dou
     const auto least = static_cast<double>(leastChild);
     if (left[0] < least || right[0] < least) return;
     const double score = target.score(left, right);
-    if (score > best.scoreToExceed) best = {column, 0.0, subset(), target.raised(score)};
+    if (score > best.scoreToExceed) best = {column, 0.0, 0, subset(), target.raised(score)};
 }
 
 /// Every subset in ascending order of its mask. Categories that the node does not have are left out

@@ -77,9 +77,9 @@ Model::~Model() = default;
 static_assert(std::is_nothrow_move_constructible_v<Model>);
 static_assert(std::is_nothrow_move_assignable_v<Model>);
 
-void Model::grow(const Matrix& features, const IntVector& codes, const StringVector& classes,
+void Model::grow(const Features& features, const IntVector& codes, const StringVector& classes,
                  const IntVector& categorical, Factorizer inputs, const StringVector& colNames) {
-    checkShape(features.getNumRows(), features.getNumCols(), codes.size());
+    checkShape(features.numRows(), features.numCols(), codes.size());
     Vector counts(classes.size());
     for (const int code : codes) counts[static_cast<std::uint64_t>(code)] += 1.0;
     Engine::Classification::Modelable roles(*this);
@@ -90,10 +90,10 @@ void Model::grow(const Matrix& features, const IntVector& codes, const StringVec
     for (std::uint64_t c = 0; c < classes.size(); ++c) {
         if (counts[c] > 0.0) weights[c] = roles.getPrior(classes[c]) / counts[c];
     }
-    std::vector<int> numCategories = countCategories(features, categorical);
-    checkCategories(numCategories, classes.size(), colNames);
+    Categories categories = readCategories(features, categorical);
+    checkCategories(categories.counts, classes.size(), colNames);
     const int success = roles.isBinary() ? roles.getSuccessClassIndex() : -1;
-    Growth growth(features, std::move(numCategories), params_,
+    Growth growth(features, std::move(categories), params_,
                   ClassTarget(codes, weights, success, roles.getSuccessProbabilityCutoff()));
     GrownTree tree = growth.run();
     Modelable::operator=(std::move(roles));
@@ -109,17 +109,17 @@ Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& respons
         throw Exception("Tree fit: response \"" + response(row).toString().toUtf8() + "\" in row " +
                         std::to_string(row) + " is not in the class list");
     }
-    Factorizer inputs = learnCategories(features, params_.categorical);
+    const Factorizer inputs = learnCategories(features, params_.categorical);
     const IntVector categorical = knownColumns(features, inputs);
-    const Matrix coded = encodeFrame(features, inputs);
-    grow(coded, codes, classes, categorical, std::move(inputs), features.getColNames());
+    grow(FrameFeatures(features, inputs), codes, classes, categorical, inputs,
+         features.getColNames());
     return *this;
 }
 
 Model& Model::fit(const Matrix& features, const Vector& response) {
     checkShape(features.getNumRows(), features.getNumCols(), response.size());
     const StringVector classes = getClasses().empty() ? numberedClasses(response) : getClasses();
-    grow(features, toCodes(response, static_cast<int>(classes.size())), classes,
+    grow(MatrixFeatures(features), toCodes(response, static_cast<int>(classes.size())), classes,
          params_.categorical, {}, colNames_);
     return *this;
 }

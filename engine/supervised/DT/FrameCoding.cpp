@@ -48,17 +48,21 @@ IntVector knownColumns(const DataFrame& frame, const Factorizer& inputs) {
     return columns;
 }
 
+Vector encodeColumn(const DataFrame& frame, int column, const Factorizer& inputs) {
+    if (!inputs.isFactorized(categoryColumn(column))) {
+        return frame(Veltrix::Util::all, column).toDoubleVector();
+    }
+    const DataFrame alone = renamed(frame, column);
+    const IntVector codes = inputs.transform(alone(Veltrix::Util::all, 0));
+    return {codes.begin(), codes.end()};
+}
+
 Matrix encodeFrame(const DataFrame& frame, const Factorizer& inputs) {
     Matrix result(frame.getNumRows(), frame.getNumCols(), MatrixOrderType::columnMajor,
                   Storage::kUnfilled);
     double* target = result.data();
     for (int j = 0; j < frame.getNumCols(); ++j) {
-        if (inputs.isFactorized(categoryColumn(j))) {
-            const DataFrame column = renamed(frame, j);
-            target = std::ranges::copy(inputs.transform(column(Veltrix::Util::all, 0)), target).out;
-        } else {
-            target = std::ranges::copy(frame(Veltrix::Util::all, j).toDoubleVector(), target).out;
-        }
+        target = std::ranges::copy(encodeColumn(frame, j, inputs), target).out;
     }
     return result;
 }

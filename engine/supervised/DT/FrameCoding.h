@@ -19,7 +19,9 @@ WString categoryColumn(int column);
 Factorizer learnCategories(const DataFrame& frame, const IntVector& categorical);
 /// The positions of the columns that are known.
 IntVector knownColumns(const DataFrame& frame, const Factorizer& inputs);
-/// Column-major; unknown categories have code −1.
+/// Numbers, or the codes of a column that is known; unknown categories have code −1.
+Vector encodeColumn(const DataFrame& frame, int column, const Factorizer& inputs);
+/// The columns side by side, column-major.
 Matrix encodeFrame(const DataFrame& frame, const Factorizer& inputs);
 double encodeCell(const ConstDataFrameElement& cell, int column, const Factorizer& inputs);
 /// Throws `Exception` that names the operation and the row of a value that is NaN or infinite.

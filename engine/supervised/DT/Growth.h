@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,11 +9,11 @@
 #include <vector>
 
 #include "Veltrix/Data/IntVector.h"
-#include "Veltrix/Data/Matrix.h"
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Engine/DT.h"
 #include "Veltrix/Engine/Sampling.h"
 #include "engine/supervised/DT/CategorySearch.h"
+#include "engine/supervised/DT/Features.h"
 #include "engine/supervised/DT/SortedColumns.h"
 #include "engine/supervised/DT/Split.h"
 #include "engine/supervised/DT/TrainingRecord.h"
@@ -29,27 +28,31 @@ struct GrownTree {
     Vector riskLog;
 };
 
-/// Categories of every column of coded features, 0 for a continuous one. Throws `Exception` for a
-/// column that does not exist, and, with row and column, for a cell that is no code.
-std::vector<int> countCategories(const Matrix& x, const IntVector& categorical);
-/// The codes of the categorical columns; empty for the others.
-std::vector<std::vector<int>> codeColumns(const Matrix& x, const std::vector<int>& numCategories);
+/// The categorical columns of the training features.
+struct Categories {
+    std::vector<int> counts;              ///< for each column, 0 for a continuous one
+    std::vector<std::vector<int>> codes;  ///< by record; empty for a continuous column
+};
+
+/// Throws `Exception` for a column that does not exist, and, with row and column, for a cell that
+/// is no code.
+Categories readCategories(const Features& features, const IntVector& categorical);
 
 /// Grows one tree. `Target` says what the response is; see `ClassTarget` and `NumberTarget`.
 template <class Target>
 class Growth {
   public:
-    Growth(const Matrix& x, std::vector<int> numCategories, const Params& params, Target target)
-        : x_(x),
+    Growth(const Features& features, Categories categories, const Params& params, Target target)
+        : features_(features),
           params_(params),
           target_(std::move(target)),
-          codes_(codeColumns(x, numCategories)),
-          sorted_(x, numCategories),
+          codes_(std::move(categories.codes)),
+          sorted_(features, categories.counts),
           training_(std::make_shared<TrainingRecord>(target_.makeRecord())),
-          goesLeft_(static_cast<std::size_t>(x.getNumRows())),
+          goesLeft_(static_cast<std::size_t>(features.numRows())),
           scratch_(goesLeft_.size()),
           leastChild_(params.minRecords < 1 ? 1 : static_cast<std::size_t>(params.minRecords)) {
-        tree_.numCategories = std::move(numCategories);
+        tree_.numCategories = std::move(categories.counts);
     }
 
     GrownTree run() {
@@ -64,7 +67,8 @@ class Growth {
     /// Finds the best split of a node and makes its children; false when there is none.
     bool split(Node& node);
     void trySplits(const Node& node, int column, Split& best);
-    void markLeft(const Node& node, const Split& best);
+    /// Notes who goes left; returns how many do.
+    std::size_t markLeft(const Node& node, const Split& best);
     void labelChildren(Node& node, std::size_t numLeft);
     std::shared_ptr<Node> makeNode(std::size_t first, std::size_t count, int depth);
     bool canSplit(const Node& node) const {
@@ -77,7 +81,7 @@ class Growth {
                 static_cast<std::size_t>(node.numRecords)};
     }
 
-    const Matrix& x_;
+    const Features& features_;
     const Params& params_;
     Target target_;
     std::vector<std::vector<int>> codes_;
@@ -151,10 +155,8 @@ bool Growth<Target>::split(Node& node) {
     if (tree_.numCategories[static_cast<std::size_t>(best.column)] == 0) {
         node.splitValue = best.threshold;
     }
-    markLeft(node, best);
+    const std::size_t numLeft = markLeft(node, best);
     const auto records = recordsOf(node);
-    const auto numLeft = static_cast<std::size_t>(std::ranges::count_if(
-        records, [&](std::int32_t r) { return goesLeft_[static_cast<std::size_t>(r)] != 0; }));
     partitionRecords(records, goesLeft_.data(), scratch_.data());
     labelChildren(node, numLeft);
     if (canSplit(*node.left) || canSplit(*node.right)) {
@@ -170,7 +172,7 @@ void Growth<Target>::trySplits(const Node& node, int column, Split& best) {
     if (categories == 0) {
         const auto entries = sorted_.range(column, static_cast<std::size_t>(node.firstRecord),
                                            static_cast<std::size_t>(node.numRecords));
-        target_.sweep(entries, {x_, leastChild_}, column, best);
+        target_.sweep(entries, {features_, leastChild_}, column, best);
         return;
     }
     const CategoryTotals totals(target_, recordsOf(node), codes_[j], categories);
@@ -183,16 +185,26 @@ void Growth<Target>::trySplits(const Node& node, int column, Split& best) {
 }
 
 template <class Target>
-void Growth<Target>::markLeft(const Node& node, const Split& best) {
+std::size_t Growth<Target>::markLeft(const Node& node, const Split& best) {
+    const auto first = static_cast<std::size_t>(node.firstRecord);
     const auto j = static_cast<std::size_t>(best.column);
-    const int categories = tree_.numCategories[j];
-    std::vector<std::uint8_t> inSubset(static_cast<std::size_t>(categories), 0);
+    std::size_t numLeft = 0;
+    if (tree_.numCategories[j] == 0) {
+        for (const auto entry :
+             sorted_.range(best.column, first, static_cast<std::size_t>(node.numRecords))) {
+            goesLeft_[SortedColumns::recordOf(entry)] = numLeft < best.numBelow ? 1 : 0;
+            if (numLeft < best.numBelow) ++numLeft;
+        }
+        return numLeft;
+    }
+    std::vector<std::uint8_t> inSubset(static_cast<std::size_t>(tree_.numCategories[j]), 0);
     for (const int code : best.subset) inSubset[static_cast<std::size_t>(code)] = 1;
     for (const std::int32_t record : recordsOf(node)) {
         const auto r = static_cast<std::size_t>(record);
-        goesLeft_[r] = categories == 0 ? x_(record, best.column) < best.threshold
-                                       : inSubset[static_cast<std::size_t>(codes_[j][r])];
+        goesLeft_[r] = inSubset[static_cast<std::size_t>(codes_[j][r])];
+        numLeft += goesLeft_[r];
     }
+    return numLeft;
 }
 
 template <class Target>

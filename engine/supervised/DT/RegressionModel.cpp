@@ -16,25 +16,24 @@ Model::~Model() = default;
 static_assert(std::is_nothrow_move_constructible_v<Model>);
 static_assert(std::is_nothrow_move_assignable_v<Model>);
 
-void Model::grow(const Matrix& features, const Vector& response, const IntVector& categorical,
+void Model::grow(const Features& features, const Vector& response, const IntVector& categorical,
                  Factorizer inputs, const StringVector& colNames) {
-    checkShape(features.getNumRows(), features.getNumCols(), response.size());
+    checkShape(features.numRows(), features.numCols(), response.size());
     checkResponse("Tree fit", response);
-    Growth growth(features, countCategories(features, categorical), params_,
-                  NumberTarget(response));
+    Growth growth(features, readCategories(features, categorical), params_, NumberTarget(response));
     adopt(growth.run(), std::move(inputs), colNames);
 }
 
 Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
-    Factorizer inputs = learnCategories(features, params_.categorical);
+    const Factorizer inputs = learnCategories(features, params_.categorical);
     const IntVector categorical = knownColumns(features, inputs);
-    const Matrix coded = encodeFrame(features, inputs);
-    grow(coded, response.toDoubleVector(), categorical, std::move(inputs), features.getColNames());
+    grow(FrameFeatures(features, inputs), response.toDoubleVector(), categorical, inputs,
+         features.getColNames());
     return *this;
 }
 
 Model& Model::fit(const Matrix& features, const Vector& response) {
-    grow(features, response, params_.categorical, {}, colNames_);
+    grow(MatrixFeatures(features), response, params_.categorical, {}, colNames_);
     return *this;
 }
 

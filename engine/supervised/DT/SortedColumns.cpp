@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "Veltrix/Data/Convert.h"
 #include "Veltrix/Data/Util.h"
 
 namespace Veltrix::Engine::DT {
@@ -46,12 +45,12 @@ void splitEntries(std::span<SortedColumns::Entry> entries, const std::uint8_t* l
 
 }  // namespace
 
-SortedColumns::SortedColumns(const Matrix& x, const std::vector<int>& numCategories)
-    : columns_(numCategories.size()), scratch_(static_cast<std::size_t>(x.getNumRows())) {
+SortedColumns::SortedColumns(const Features& features, const std::vector<int>& numCategories)
+    : columns_(numCategories.size()), scratch_(static_cast<std::size_t>(features.numRows())) {
     for (std::size_t j = 0; j < numCategories.size(); ++j) {
-        if (numCategories[j] > 0) continue;
-        columns_[j] =
-            sortedEntries(Convert::toDoubleVector(x(Veltrix::Util::all, static_cast<int>(j))));
+        if (numCategories[j] == 0) {
+            columns_[j] = sortedEntries(features.column(static_cast<int>(j)));
+        }
     }
 }
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "Veltrix/Data/Matrix.h"
+#include "engine/supervised/DT/Features.h"
 
 namespace Veltrix::Engine::DT {
 
@@ -20,7 +20,7 @@ class SortedColumns {
     static std::uint32_t recordOf(Entry entry) { return entry & ~kNewValue; }
 
     /// Sorts the columns for which `numCategories` is 0.
-    SortedColumns(const Matrix& x, const std::vector<int>& numCategories);
+    SortedColumns(const Features& features, const std::vector<int>& numCategories);
 
     /// Entries [first, first + count) of a column.
     std::span<const Entry> range(int column, std::size_t first, std::size_t count) const {

@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "Veltrix/Data/Matrix.h"
+#include "engine/supervised/DT/Features.h"
 #include "engine/supervised/DT/SortedColumns.h"
 
 namespace Veltrix::Engine::DT {
@@ -13,6 +13,7 @@ namespace Veltrix::Engine::DT {
 struct Split {
     int column = -1;  ///< none yet
     double threshold = 0.0;
+    std::size_t numBelow = 0;  ///< records below the threshold
     std::vector<int> subset;
     double scoreToExceed = 0.0;
 
@@ -21,7 +22,7 @@ struct Split {
 
 /// The part of the training data that is searched for splits.
 struct SplitData {
-    const Matrix& x;
+    const Features& features;
     std::size_t leastChild;  ///< records of a child at least
 };
 
@@ -47,11 +48,13 @@ void sweepThresholds(const Target& target, Sides sides,
         const std::uint32_t record = SortedColumns::recordOf(entry);
         if ((entry & SortedColumns::kNewValue) != 0 &&
             sides.exceeds(k, n - k, best.scoreToExceed)) {
-            const auto value = [&](std::uint32_t r) { return data.x(static_cast<int>(r), column); };
+            const auto value = [&](std::uint32_t r) {
+                return data.features.number(static_cast<int>(r), column);
+            };
             double threshold = 0.0;
             if (midpoint(value(SortedColumns::recordOf(entries[k - 1])), value(record),
                          threshold)) {
-                best = {column, threshold, {}, target.raised(sides.score(k, n - k))};
+                best = {column, threshold, k, {}, target.raised(sides.score(k, n - k))};
             }
         }
         sides.move(record);

@@ -44,7 +44,8 @@ struct Params {
     int variablesPerSplit = 0;   ///< columns tried at each split; below 1 all of them
 };
 
-/// What growth hands to the model.
+/// What growth reads, and what it hands to the model.
+class Features;
 struct GrownTree;
 /// Reads and writes trees as JSON.
 class TreeJson;
@@ -228,7 +229,7 @@ class VELTRIX_API Model : public DT::Model, public Engine::Classification::Model
     WString describeLabel(const Node& node) const override;
 
   private:
-    void grow(const Matrix& features, const IntVector& codes, const StringVector& classes,
+    void grow(const Features& features, const IntVector& codes, const StringVector& classes,
               const IntVector& categorical, Factorizer inputs, const StringVector& colNames);
     Matrix posteriors(const std::vector<const Node*>& leaves) const;
     StringVector labels(const std::vector<const Node*>& leaves) const;
@@ -280,7 +281,7 @@ class VELTRIX_API Model : public DT::Model {
     WString describeLabel(const Node& node) const override;
 
   private:
-    void grow(const Matrix& features, const Vector& response, const IntVector& categorical,
+    void grow(const Features& features, const Vector& response, const IntVector& categorical,
               Factorizer inputs, const StringVector& colNames);
 };
 
