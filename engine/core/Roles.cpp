@@ -99,6 +99,7 @@ Priorable& Priorable::fit(const StringVector& labels, const Vector& weights) {
     const double total =
         weighted ? Veltrix::Util::sum(weights) : static_cast<double>(labels.size());
     PriorMap priors;
+    for (const WString& label : getClasses()) priors[label] = 0.0;
     for (std::uint64_t i = 0; i < labels.size(); ++i) {
         priors[labels[i]] += weighted ? weights[i] : 1.0;
     }

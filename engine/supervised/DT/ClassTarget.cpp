@@ -9,18 +9,6 @@ namespace {
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
-/// Equal up to the rounding of prior/count; classes without records have no weight.
-bool allEqual(const std::vector<double>& weights) {
-    double least = std::numeric_limits<double>::infinity();
-    double largest = 0.0;
-    for (const double w : weights) {
-        if (w == 0.0) continue;
-        least = std::min(least, w);
-        largest = std::max(largest, w);
-    }
-    return largest - least <= 4.0 * kEpsilon * largest;
-}
-
 }  // namespace
 
 /// Sums of squared counts in whole numbers.
@@ -95,15 +83,13 @@ ClassTarget::ClassTarget(const IntVector& codes, const std::vector<double>& weig
                          int successClass, double cutoff)
     : codes_(codes.data(), codes.size()),
       probabilities_(weights),
-      weights_(weights),
-      equal_(allEqual(weights)),
+      weights_(makeRecord().relativeWeights()),
+      equal_(std::ranges::all_of(weights_, [](double w) { return w == 1.0; })),
       successClass_(successClass),
-      cutoff_(cutoff) {
-    if (equal_) std::fill(weights_.begin(), weights_.end(), 1.0);
-}
+      cutoff_(cutoff) {}
 
 TrainingRecord ClassTarget::makeRecord() const {
-    return {{}, static_cast<int>(weights_.size()), {}, probabilities_};
+    return {{}, static_cast<int>(probabilities_.size()), {}, probabilities_};
 }
 
 void ClassTarget::label(Node& node, std::span<const std::int32_t> records,
@@ -113,30 +99,31 @@ void ClassTarget::label(Node& node, std::span<const std::int32_t> records,
     int* counts = training.classCounts.data() + start;
     for (const std::int32_t record : records) ++counts[classOf(record)];
 
-    std::vector<double> joint(probabilities_.size());
-    node.probability = 0.0;
-    for (std::size_t c = 0; c < joint.size(); ++c) {
-        joint[c] = probabilities_[c] * counts[c];
-        node.probability += joint[c];
+    // Shares are formed of relative weights, so that those of equal weights are shares of counts.
+    std::vector<double> shares(weights_.size());
+    double total = 0.0;
+    for (std::size_t c = 0; c < shares.size(); ++c) {
+        shares[c] = weights_[c] * counts[c];
+        total += shares[c];
     }
     std::size_t largest = 0;
     double squares = 0.0;
-    for (std::size_t c = 0; c < joint.size(); ++c) {
-        const double share = joint[c] / node.probability;
-        squares += share * share;
-        if (joint[c] > joint[largest]) largest = c;
+    for (std::size_t c = 0; c < shares.size(); ++c) {
+        shares[c] /= total;
+        squares += shares[c] * shares[c];
+        if (shares[c] > shares[largest]) largest = c;
     }
     node.impurity = 1.0 - squares;
     // (1 − max P(c)) p as the sum of the other classes, which is exactly 0 for a pure node.
     node.risk = 0.0;
-    for (std::size_t c = 0; c < joint.size(); ++c) {
-        if (c != largest) node.risk += joint[c];
+    for (std::size_t c = 0; c < shares.size(); ++c) {
+        if (c != largest) node.risk += probabilities_[c] * counts[c];
     }
+    node.probability = node.risk + probabilities_[largest] * counts[largest];
+    node.label = static_cast<double>(largest);
     if (successClass_ >= 0) {
-        const double success = joint[static_cast<std::size_t>(successClass_)] / node.probability;
-        node.label = success >= cutoff_ ? successClass_ : 1 - successClass_;
-    } else {
-        node.label = static_cast<double>(largest);
+        const bool success = shares[static_cast<std::size_t>(successClass_)] >= cutoff_;
+        node.label = success ? successClass_ : 1 - successClass_;
     }
 }
 

@@ -8,6 +8,7 @@
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Engine/DT.h"
+#include "engine/core/ClassWeights.h"
 #include "engine/supervised/DT/ClassTarget.h"
 #include "engine/supervised/DT/FrameCoding.h"
 #include "engine/supervised/DT/Growth.h"
@@ -86,10 +87,7 @@ void Model::grow(const Features& features, const IntVector& codes, const StringV
     roles.setClasses(classes);
     // A record for each class that weighs as many as there are gives the same shares.
     roles.fit(classes, counts);
-    std::vector<double> weights(classes.size(), 0.0);
-    for (std::uint64_t c = 0; c < classes.size(); ++c) {
-        if (counts[c] > 0.0) weights[c] = roles.getPrior(classes[c]) / counts[c];
-    }
+    const std::vector<double> weights = classWeights(roles, counts);
     Categories categories = readCategories(features, categorical);
     checkCategories(categories.counts, classes.size(), colNames);
     const int success = roles.isBinary() ? roles.getSuccessClassIndex() : -1;
@@ -101,6 +99,9 @@ void Model::grow(const Features& features, const IntVector& codes, const StringV
 }
 
 Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
+    if (response.getKind() == ColumnKind::numeric) {
+        checkResponse("Tree fit", response.toDoubleVector());
+    }
     const StringVector classes = getClasses().empty() ? response.getLevels() : getClasses();
     const IntVector codes = classCodes(response, classes);
     const auto unknown = std::find(codes.begin(), codes.end(), -1);
@@ -157,6 +158,7 @@ Model& Model::setColNames(const StringVector& names) {
 }
 
 Model& Model::setClasses(const StringVector& classes) {
+    if (classes.size() != getClasses().size()) forget();
     Modelable::setClasses(classes);
     return *this;
 }

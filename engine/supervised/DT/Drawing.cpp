@@ -1,13 +1,16 @@
 // The tree as text.
 #include "engine/supervised/DT/Drawing.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Engine/DT.h"
+#include "engine/supervised/DT/Traversal.h"
 #include "support/NumberText.h"
 
 namespace Veltrix::Engine::DT {
@@ -45,13 +48,25 @@ struct Waiting {
 
 }  // namespace
 
+WString Model::nameOf(int column) const {
+    const auto place = static_cast<std::uint64_t>(column);
+    return place < colNames_.size() ? colNames_[place] : L"X" + Convert::toString(column + 1);
+}
+
 WString Model::describeBranch(const Node& node, bool left) const {
-    const WString& name = colNames_[static_cast<std::uint64_t>(node.splitVariable)];
-    if (numCategories_[static_cast<std::size_t>(node.splitVariable)] == 0) {
+    const WString name = nameOf(node.splitVariable);
+    if (!isCategorical(node.splitVariable)) {
         return name + (left ? L" < " : L" >= ") + roundedText(node.splitValue);
     }
-    return name + (left ? L" in {" : L" not in {") +
-           listOf(getCategories(node.splitVariable), node.splitSubset) + L"}";
+    // The branch of unknown categories is what the other one leaves.
+    std::vector<int> codes = node.splitSubset;
+    if (unknownGoLeft(node)) {
+        codes.clear();
+        std::ranges::set_difference(categories_[static_cast<std::size_t>(node.splitVariable)],
+                                    node.splitSubset, std::back_inserter(codes));
+    }
+    return name + (left == unknownGoLeft(node) ? L" not in {" : L" in {") +
+           listOf(getCategories(node.splitVariable), codes) + L"}";
 }
 
 WString BinaryTree::toString() const {
@@ -73,29 +88,66 @@ WString BinaryTree::toString() const {
     return text;
 }
 
+namespace {
+
+/// A bound on one side of a column, or what else leads to a node.
+struct Condition {
+    int column;
+    bool left;
+    WString text;
+};
+using Path = std::vector<Condition>;
+
+/// The path with one more condition; a bound takes the place of a wider one on the same side.
+Path extended(const Path& path, Condition condition, bool isBound) {
+    Path result = path;
+    const auto wider = std::ranges::find_if(result, [&](const Condition& other) {
+        return isBound && other.column == condition.column && other.left == condition.left;
+    });
+    if (wider == result.end()) {
+        result.push_back(std::move(condition));
+    } else {
+        *wider = std::move(condition);
+    }
+    return result;
+}
+
+WString joined(const Path& path) {
+    WString text;
+    for (const Condition& condition : path) {
+        if (!text.empty()) text += L" and ";
+        text += condition.text;
+    }
+    return text;
+}
+
+}  // namespace
+
 std::vector<Rule> BinaryTree::getRules() const {
     std::vector<Rule> rules;
-    std::vector<Waiting> waiting;
+    std::vector<std::pair<const Node*, Path>> waiting;
     if (root_) waiting.push_back({root_.get(), {}});
     while (!waiting.empty()) {
-        const Waiting next = std::move(waiting.back());
+        const auto [node, path] = std::move(waiting.back());
         waiting.pop_back();
-        const Node& node = *next.node;
-        if (node.isLeaf(alpha_)) {
-            Rule rule{.node = node.id,
-                      .condition = next.text,
-                      .outcome = describeLabel(node),
-                      .numRecords = node.numRecords};
-            const Vector probabilities = node.classProbabilities();
+        if (node->isLeaf(alpha_)) {
+            Rule rule{.node = node->id,
+                      .condition = joined(path),
+                      .outcome = describeLabel(*node),
+                      .numRecords = node->numRecords};
+            const Vector probabilities = node->classProbabilities();
             if (!probabilities.empty()) {
-                rule.probability = probabilities[static_cast<std::uint64_t>(node.label)];
+                rule.probability = probabilities[static_cast<std::uint64_t>(node->label)];
             }
             rules.push_back(std::move(rule));
             continue;
         }
-        const WString lead = next.text.empty() ? WString() : next.text + L" and ";
-        waiting.push_back({node.right.get(), lead + describeBranch(node, false)});
-        waiting.push_back({node.left.get(), lead + describeBranch(node, true)});
+        const bool isBound = !isCategorical(node->splitVariable);
+        for (const bool left : {false, true}) {  // the left one is taken up first
+            Condition condition{node->splitVariable, left, describeBranch(*node, left)};
+            waiting.emplace_back((left ? node->left : node->right).get(),
+                                 extended(path, std::move(condition), isBound));
+        }
     }
     return rules;
 }

@@ -76,9 +76,11 @@ double encodeCell(const ConstDataFrameElement& cell, int column, const Factorize
 }
 
 void checkResponse(const char* operation, const Vector& response) {
-    const auto bad = std::ranges::find_if(response, [](double y) { return !std::isfinite(y); });
+    constexpr double kLargest = 1e150;
+    const auto bad =
+        std::ranges::find_if(response, [](double y) { return !(std::fabs(y) <= kLargest); });
     if (bad == response.end()) return;
-    throw Exception(std::string(operation) + ": finite response expected in row " +
+    throw Exception(std::string(operation) + ": response within 1e150 of 0 expected in row " +
                     std::to_string(bad - response.begin()) + ", found " +
                     Support::numberText(*bad));
 }

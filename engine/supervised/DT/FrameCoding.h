@@ -24,7 +24,8 @@ Vector encodeColumn(const DataFrame& frame, int column, const Factorizer& inputs
 /// The columns side by side, column-major.
 Matrix encodeFrame(const DataFrame& frame, const Factorizer& inputs);
 double encodeCell(const ConstDataFrameElement& cell, int column, const Factorizer& inputs);
-/// Throws `Exception` that names the operation and the row of a value that is NaN or infinite.
+/// Throws `Exception` that names the operation and the row of a value that is NaN, or so large that
+/// sums of squares overflow.
 void checkResponse(const char* operation, const Vector& response);
 /// Throws `Exception` unless there are records and columns, and a response for each record.
 void checkShape(int rows, int columns, std::uint64_t responses);

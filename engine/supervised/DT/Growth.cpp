@@ -34,7 +34,8 @@ std::vector<int> readCodes(const Features& features, int column) {
 
 Categories readCategories(const Features& features, const IntVector& categorical) {
     const auto columns = static_cast<std::size_t>(features.numCols());
-    Categories result{std::vector<int>(columns, 0), std::vector<std::vector<int>>(columns)};
+    Categories result{std::vector<int>(columns, 0), std::vector<std::vector<int>>(columns),
+                      std::vector<std::vector<int>>(columns)};
     for (const int column : categorical) {
         if (column < 0 || column >= features.numCols()) {
             throw Exception("Tree fit: categorical column " + std::to_string(column) + ", 0 to " +
@@ -42,7 +43,11 @@ Categories readCategories(const Features& features, const IntVector& categorical
         }
         const auto j = static_cast<std::size_t>(column);
         result.codes[j] = readCodes(features, column);
-        result.counts[j] = 1 + *std::max_element(result.codes[j].begin(), result.codes[j].end());
+        result.seen[j] = result.codes[j];
+        std::ranges::sort(result.seen[j]);
+        const auto repeated = std::ranges::unique(result.seen[j]);
+        result.seen[j].erase(repeated.begin(), repeated.end());
+        result.counts[j] = result.seen[j].back() + 1;
     }
     return result;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -23,15 +24,16 @@ namespace Veltrix::Engine::DT {
 struct GrownTree {
     std::shared_ptr<Node> root;
     int numNodes = 0;
-    std::vector<int> numCategories;
+    std::vector<std::vector<int>> categories;  ///< codes seen, by column
     Vector accumulators;
     Vector riskLog;
 };
 
 /// The categorical columns of the training features.
 struct Categories {
-    std::vector<int> counts;              ///< for each column, 0 for a continuous one
+    std::vector<int> counts;              ///< largest code + 1 by column, 0 for a continuous one
     std::vector<std::vector<int>> codes;  ///< by record; empty for a continuous column
+    std::vector<std::vector<int>> seen;   ///< the distinct codes, ascending
 };
 
 /// Throws `Exception` for a column that does not exist, and, with row and column, for a cell that
@@ -46,13 +48,14 @@ class Growth {
         : features_(features),
           params_(params),
           target_(std::move(target)),
+          numCategories_(std::move(categories.counts)),
           codes_(std::move(categories.codes)),
-          sorted_(features, categories.counts),
+          sorted_(features, numCategories_),
           training_(std::make_shared<TrainingRecord>(target_.makeRecord())),
           goesLeft_(static_cast<std::size_t>(features.numRows())),
           scratch_(goesLeft_.size()),
           leastChild_(params.minRecords < 1 ? 1 : static_cast<std::size_t>(params.minRecords)) {
-        tree_.numCategories = std::move(categories.counts);
+        tree_.categories = std::move(categories.seen);
     }
 
     GrownTree run() {
@@ -66,6 +69,7 @@ class Growth {
     void grow();
     /// Finds the best split of a node and makes its children; false when there is none.
     bool split(Node& node);
+    int numTried(int columns) const;
     void trySplits(const Node& node, int column, Split& best);
     /// Notes who goes left; returns how many do.
     std::size_t markLeft(const Node& node, const Split& best);
@@ -84,6 +88,7 @@ class Growth {
     const Features& features_;
     const Params& params_;
     Target target_;
+    std::vector<int> numCategories_;
     std::vector<std::vector<int>> codes_;
     SortedColumns sorted_;
     std::shared_ptr<TrainingRecord> training_;
@@ -117,7 +122,7 @@ template <class Target>
 void Growth<Target>::grow() {
     double totalRisk = tree_.root->risk;
     tree_.riskLog.push_back(totalRisk);
-    tree_.accumulators.assign(tree_.numCategories.size(), 0.0);
+    tree_.accumulators.assign(numCategories_.size(), 0.0);
     std::vector<Node*> queue{tree_.root.get()};
     int splits = 0;
     int level = 0;
@@ -140,8 +145,8 @@ void Growth<Target>::grow() {
 template <class Target>
 bool Growth<Target>::split(Node& node) {
     if (!canSplit(node)) return false;
-    const auto columns = static_cast<int>(tree_.numCategories.size());
-    const int tried = params_.variablesPerSplit < 1 ? columns : params_.variablesPerSplit;
+    const auto columns = static_cast<int>(numCategories_.size());
+    const int tried = numTried(columns);
     Sampling::ScalableSRS sampler(columns, tried);
     sampler.setSeed(static_cast<std::uint32_t>(params_.seed) +
                     static_cast<std::uint32_t>(tree_.numNodes));
@@ -152,7 +157,7 @@ bool Growth<Target>::split(Node& node) {
 
     node.splitVariable = best.column;
     node.splitSubset = best.subset;
-    if (tree_.numCategories[static_cast<std::size_t>(best.column)] == 0) {
+    if (numCategories_[static_cast<std::size_t>(best.column)] == 0) {
         node.splitValue = best.threshold;
     }
     const std::size_t numLeft = markLeft(node, best);
@@ -166,9 +171,19 @@ bool Growth<Target>::split(Node& node) {
 }
 
 template <class Target>
+int Growth<Target>::numTried(int columns) const {
+    if (params_.variablesPerSplit < 1) return columns;
+    // A sample of so many times the population takes every column in turn, and so does a larger
+    // one.
+    constexpr std::int64_t kPlenty = 100;
+    return static_cast<int>(
+        std::min(std::int64_t{params_.variablesPerSplit}, kPlenty * std::int64_t{columns}));
+}
+
+template <class Target>
 void Growth<Target>::trySplits(const Node& node, int column, Split& best) {
     const auto j = static_cast<std::size_t>(column);
-    const int categories = tree_.numCategories[j];
+    const int categories = numCategories_[j];
     if (categories == 0) {
         const auto entries = sorted_.range(column, static_cast<std::size_t>(node.firstRecord),
                                            static_cast<std::size_t>(node.numRecords));
@@ -189,7 +204,7 @@ std::size_t Growth<Target>::markLeft(const Node& node, const Split& best) {
     const auto first = static_cast<std::size_t>(node.firstRecord);
     const auto j = static_cast<std::size_t>(best.column);
     std::size_t numLeft = 0;
-    if (tree_.numCategories[j] == 0) {
+    if (numCategories_[j] == 0) {
         for (const auto entry :
              sorted_.range(best.column, first, static_cast<std::size_t>(node.numRecords))) {
             goesLeft_[SortedColumns::recordOf(entry)] = numLeft < best.numBelow ? 1 : 0;
@@ -197,7 +212,7 @@ std::size_t Growth<Target>::markLeft(const Node& node, const Split& best) {
         }
         return numLeft;
     }
-    std::vector<std::uint8_t> inSubset(static_cast<std::size_t>(tree_.numCategories[j]), 0);
+    std::vector<std::uint8_t> inSubset(static_cast<std::size_t>(numCategories_[j]), 0);
     for (const int code : best.subset) inSubset[static_cast<std::size_t>(code)] = 1;
     for (const std::int32_t record : recordsOf(node)) {
         const auto r = static_cast<std::size_t>(record);

@@ -3,9 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "Veltrix/Data/Convert.h"
 #include "Veltrix/Data/Exception.h"
-#include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/DT.h"
 #include "engine/supervised/DT/FrameCoding.h"
 #include "engine/supervised/DT/Growth.h"
@@ -33,18 +31,11 @@ Model& Model::setColNames(const StringVector& names) {
 }
 
 void Model::adopt(GrownTree tree, Factorizer inputs, const StringVector& colNames) {
-    StringVector names = colNames;
-    if (names.size() != tree.numCategories.size()) {
-        names.clear();
-        for (std::size_t j = 1; j <= tree.numCategories.size(); ++j) {
-            names.push_back(L"X" + Convert::toString(static_cast<int>(j)));
-        }
-    }
-    colNames_ = std::move(names);
+    colNames_ = colNames;
     inputs_ = std::move(inputs);
     root_ = std::move(tree.root);
     numNodes_ = tree.numNodes;
-    numCategories_ = std::move(tree.numCategories);
+    categories_ = std::move(tree.categories);
     accumulators_ = std::move(tree.accumulators);
     riskLog_ = std::move(tree.riskLog);
     computeBranchStrength();
@@ -56,6 +47,17 @@ void Model::adopt(GrownTree tree, Factorizer inputs, const StringVector& colName
         pruning_.numLeaves[k] = pruning_.numDecisionNodes[k] + 1;
     }
     alpha_ = kFullTree;
+}
+
+void Model::forget() {
+    root_.reset();
+    numNodes_ = 0;
+    alpha_ = 0.0;
+    inputs_ = {};
+    categories_.clear();
+    accumulators_.clear();
+    riskLog_.clear();
+    pruning_ = {};
 }
 
 Model& Model::select(int index) {
@@ -75,6 +77,10 @@ StringVector Model::getCategories(int column) const {
     return inputs_.isFactorized(name) ? inputs_.getColMapper(name).levels : StringVector();
 }
 
+bool Model::isCategorical(int column) const {
+    return !categories_[static_cast<std::size_t>(column)].empty();
+}
+
 void Model::checkColumns(const char* operation, int columns) const {
     if (!root_ || columns == getNumCols()) return;
     throw Exception(std::string(operation) + ": " + std::to_string(columns) +
@@ -82,11 +88,13 @@ void Model::checkColumns(const char* operation, int columns) const {
 }
 
 const Node& Model::child(const Node& node, double value) const {
-    const int categories = numCategories_[static_cast<std::size_t>(node.splitVariable)];
-    if (categories == 0) return value < node.splitValue ? *node.left : *node.right;
-    const bool known = value >= 0.0 && value < categories && value == std::floor(value);
-    if (!known) {
-        return node.left->numRecords >= node.right->numRecords ? *node.left : *node.right;
+    if (!isCategorical(node.splitVariable)) {
+        return value < node.splitValue ? *node.left : *node.right;
+    }
+    const std::vector<int>& known = categories_[static_cast<std::size_t>(node.splitVariable)];
+    const bool isCode = value >= 0.0 && value <= known.back() && value == std::floor(value);
+    if (!isCode || !std::ranges::binary_search(known, static_cast<int>(value))) {
+        return unknownGoLeft(node) ? *node.left : *node.right;
     }
     const bool goesLeft = std::ranges::binary_search(node.splitSubset, static_cast<int>(value));
     return goesLeft ? *node.left : *node.right;

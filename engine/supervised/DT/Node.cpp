@@ -51,11 +51,15 @@ Vector Node::classCounts() const {
 }
 
 Vector Node::classProbabilities() const {
-    Vector result = classCounts();
-    for (std::uint64_t c = 0; c < result.size(); ++c) {
-        result[c] *= training->weights[c] / probability;
+    Vector shares = classCounts();
+    if (shares.empty()) return shares;
+    const std::vector<double> weights = training->relativeWeights();
+    double total = 0.0;
+    for (std::uint64_t c = 0; c < shares.size(); ++c) {
+        shares[c] *= weights[c];
+        total += shares[c];
     }
-    return result;
+    return shares /= total;
 }
 
 }  // namespace Veltrix::Engine::DT

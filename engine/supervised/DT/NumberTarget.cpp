@@ -51,9 +51,9 @@ double NumberTarget::begin(const Node& /*node*/, std::span<const std::int32_t> r
     for (const std::int32_t record : records) {
         largest = std::max(largest, std::fabs(valueOf(record)));
     }
-    // What rounding of the response alone can give.
+    // What the rounding of n values alone can give, if all of it gathers on one record's side.
     const double rounding = 8.0 * std::numeric_limits<double>::epsilon() * largest;
-    return rounding * rounding;
+    return rounding * rounding * static_cast<double>(records.size());
 }
 
 void NumberTarget::sweep(std::span<const SortedColumns::Entry> entries, const SplitData& data,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -15,6 +16,16 @@ struct TrainingRecord {
     int numClasses = 0;            ///< 0 in regression
     std::vector<int> classCounts;  ///< numClasses entries for each node, by id
     std::vector<double> weights;   ///< w(c), 0 for a class without records
+
+    /// The weights in proportion: 1 when all are equal, so that shares of counts are exact.
+    std::vector<double> relativeWeights() const {
+        const double largest = *std::max_element(weights.begin(), weights.end());
+        std::vector<double> result = weights;
+        const bool equal = std::all_of(weights.begin(), weights.end(),
+                                       [largest](double w) { return w == 0.0 || w == largest; });
+        if (equal) std::fill(result.begin(), result.end(), 1.0);
+        return result;
+    }
 
     const int* countsOf(const Node& node) const {
         return classCounts.data() +

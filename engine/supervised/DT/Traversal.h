@@ -19,6 +19,11 @@ inline std::vector<Node*> nodesById(Node& root) {
     return nodes;
 }
 
+/// Whether categories that were not seen in training go left: to the child with more records.
+inline bool unknownGoLeft(const Node& node) {
+    return node.left->numRecords >= node.right->numRecords;
+}
+
 /// Nodes of the tree pruned to complexity `alpha` that are no leaves.
 inline int countDecisionNodes(const Node& root, double alpha) {
     int count = 0;

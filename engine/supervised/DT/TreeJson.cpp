@@ -128,12 +128,12 @@ void writeNodes(JsonWriter& json, const std::vector<Node*>& nodes) {
 
 /// A split must name a column, and its subset categories of it.
 void checkSplit(const JsonView& stored, std::int64_t place, const Node& node,
-                const std::vector<int>& numCategories) {
+                const std::vector<std::vector<int>>& categories) {
     const JsonView column = stored.at("splitVariable").at(place);
     const auto j = static_cast<std::size_t>(node.splitVariable);
-    if (node.splitVariable < 0 || j >= numCategories.size()) column.fail("no such column");
+    if (node.splitVariable < 0 || j >= categories.size()) column.fail("no such column");
     for (const int code : node.splitSubset) {
-        if (code < 0 || code >= numCategories[j]) {
+        if (!std::ranges::binary_search(categories[j], code)) {
             stored.at("splitSubset").at(place).fail("no such category");
         }
     }
@@ -144,17 +144,22 @@ void checkSplit(const JsonView& stored, std::int64_t place, const Node& node,
 
 /// Nodes that have a split have two children each, which follow in the order of ids.
 void linkNodes(const JsonView& stored, std::vector<std::shared_ptr<Node>>& nodes,
-               const std::vector<int>& numCategories) {
+               const std::vector<std::vector<int>>& categories) {
     std::size_t next = 1;
     for (std::size_t k = 0; k < nodes.size(); ++k) {
         if (nodes[k]->splitVariable == -1) continue;
         const auto place = static_cast<std::int64_t>(k);
-        checkSplit(stored, place, *nodes[k], numCategories);
+        checkSplit(stored, place, *nodes[k], categories);
         if (next <= k || next + 1 >= nodes.size()) {
             stored.at("splitVariable").at(place).fail("no nodes left for the children");
         }
-        nodes[k]->left = nodes[next++];
-        nodes[k]->right = nodes[next++];
+        for (std::shared_ptr<Node>* child : {&nodes[k]->left, &nodes[k]->right}) {
+            *child = nodes[next];
+            if ((*child)->depth != nodes[k]->depth + 1) {
+                stored.at("depth").at(static_cast<std::int64_t>(next)).fail("expected one below");
+            }
+            ++next;
+        }
     }
     if (next != nodes.size()) stored.at("splitVariable").fail("nodes that are no children");
 }
@@ -164,7 +169,9 @@ void linkNodes(const JsonView& stored, std::vector<std::shared_ptr<Node>>& nodes
 void TreeJson::write(JsonWriter& json, const Model& model) {
     writeParams(json, model.params_);
     ModelJson::member(json, "columns", model.colNames_);
-    json.member("numCategories", std::span<const std::int32_t>(model.numCategories_));
+    json.key("codes").beginArray();
+    for (const auto& seen : model.categories_) json.value(std::span<const std::int32_t>(seen));
+    json.endArray();
     json.key("categories").beginArray();
     for (int j = 0; j < model.getNumCols(); ++j) {
         json.beginArray();
@@ -187,19 +194,22 @@ void TreeJson::write(JsonWriter& json, const Model& model) {
 }
 
 void TreeJson::readCategories(const JsonView& root, Model& model) {
-    const std::vector<std::int32_t> counts = root.at("numCategories").asInt32s();
+    const JsonView codes = root.at("codes");
     const JsonView labels = root.at("categories");
-    ModelJson::expectSize(labels, static_cast<std::int64_t>(counts.size()));
-    for (std::size_t j = 0; j < counts.size(); ++j) {
-        const JsonView list = labels.at(static_cast<std::int64_t>(j));
-        const StringVector levels = ModelJson::distinctTexts(list);
+    ModelJson::expectSize(labels, codes.size());
+    for (std::int64_t j = 0; j < codes.size(); ++j) {
+        std::vector<int> seen = codes.at(j).asInt32s();
+        if (!std::ranges::is_sorted(seen) || (!seen.empty() && seen.front() < 0)) {
+            codes.at(j).fail("expected ascending codes");
+        }
+        model.categories_.push_back(std::move(seen));
+        const StringVector levels = ModelJson::distinctTexts(labels.at(j));
         if (levels.empty()) continue;
-        ModelJson::expectSize(list, counts[j]);
+        ModelJson::expectSize(labels.at(j), codes.at(j).size());
         DataFrame column;
         column.append(levels, categoryColumn(static_cast<int>(j)));
         model.inputs_.fit(column(Selection::all, 0));
     }
-    model.numCategories_.assign(counts.begin(), counts.end());
 }
 
 void TreeJson::readNodes(const JsonView& root, int numClasses, Model& model) {
@@ -236,10 +246,26 @@ void TreeJson::readNodes(const JsonView& root, int numClasses, Model& model) {
         nodes[static_cast<std::size_t>(k)] = std::move(node);
     }
     if (nodes.empty()) return;
-    linkNodes(stored, nodes, model.numCategories_);
+    if (nodes.front()->depth != 0) stored.at("depth").at(std::int64_t{0}).fail("expected 0");
+    linkNodes(stored, nodes, model.categories_);
     model.root_ = nodes.front();
     model.numNodes_ = static_cast<int>(count);
 }
+
+namespace {
+
+/// Every tree of the sequence is a part of the grown one.
+void checkPruning(const JsonView& stored, const Model& model) {
+    const IntVector& decisions = model.getPruning().numDecisionNodes;
+    for (std::uint64_t k = 0; k < decisions.size(); ++k) {
+        if (decisions[k] >= 0 && decisions[k] < model.getNumNodes()) continue;
+        stored.at("numDecisionNodes")
+            .at(static_cast<std::int64_t>(k))
+            .fail("expected a number of nodes of the tree");
+    }
+}
+
+}  // namespace
 
 void TreeJson::read(const JsonView& root, int numClasses, Model& model) {
     model.params_ = readParams(root.at("params"));
@@ -253,7 +279,7 @@ void TreeJson::read(const JsonView& root, int numClasses, Model& model) {
     model.alpha_ = root.at("complexity").asDouble();
     model.pruning_ = readPruning(root.at("pruning"));
     readNodes(root, numClasses, model);
-    if (model.root_) ModelJson::expectSize(root.at("columns"), model.getNumCols());
+    if (model.numNodes_ > 0) checkPruning(root.at("pruning"), model);
 }
 
 namespace {

@@ -12,6 +12,7 @@
 #include "Veltrix/Engine/ClassPrediction.h"
 #include "Veltrix/Engine/KNN.h"
 #include "Veltrix/Evaluator/Metrics.h"
+#include "engine/core/ClassWeights.h"
 #include "engine/supervised/KNN/Neighbours.h"
 
 namespace Veltrix::Engine::Classification::KNN {
@@ -156,10 +157,8 @@ Model& Model::normalizeWeights() {
     Vector weights = getWeights();
     Vector totals(getClasses().size());
     for (std::uint64_t i = 0; i < codes.size(); ++i) totals[codes[i]] += weights[i];
-    for (std::uint64_t i = 0; i < codes.size(); ++i) {
-        const double prior = getPrior(response_[i]);
-        if (weights[i] != 0.0) weights[i] = weights[i] * prior / totals[codes[i]];
-    }
+    const std::vector<double> factors = classWeights(*this, totals);
+    for (std::uint64_t i = 0; i < codes.size(); ++i) weights[i] *= factors[codes[i]];
     return setWeights(weights);
 }
 

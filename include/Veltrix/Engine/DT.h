@@ -60,8 +60,9 @@ class TreeJson;
 /// child with more training records, left when both have as many.
 ///
 /// Frames are matched by the position of their columns. Text columns are categorical, listed in the
-/// parameters or not, columns of numbers when listed. Growth takes O(p n log n) to sort and O(p n)
-/// a level; memory beyond the data is about half of it and 200 bytes a node.
+/// parameters or not, columns of numbers when listed. A response beyond 1e150 is refused as well:
+/// its squares would overflow. Growth takes O(p n log n) to sort and O(p n) a level; memory beyond
+/// the data is about half of it and 200 bytes a node.
 class VELTRIX_API Model : public BinaryTree,
                           public JSON::StringExportable,
                           public JSON::StringImportable {
@@ -77,12 +78,12 @@ class VELTRIX_API Model : public BinaryTree,
     const Params& getParams() const noexcept { return params_; }
     /// Takes effect with the next fit.
     virtual Model& setParams(const Params& params);
-    /// Names for reports, one a column. A fit on a frame takes the frame's; a fit on a matrix keeps
-    /// names of the right number and else makes them "X1", "X2", ….
+    /// Names for reports, one a column; a column beyond them is called "X1", "X2", …. A fit on a
+    /// frame takes the frame's names.
     virtual Model& setColNames(const StringVector& names);
     const StringVector& getColNames() const noexcept { return colNames_; }
     /// Columns of the training features; 0 before a fit.
-    int getNumCols() const noexcept { return static_cast<int>(numCategories_.size()); }
+    int getNumCols() const noexcept { return static_cast<int>(categories_.size()); }
 
     /// Grows a tree; the full tree is selected.
     virtual Model& fit(const DataFrame& features, const ConstDataFrameColumn& response) = 0;
@@ -134,18 +135,24 @@ class VELTRIX_API Model : public BinaryTree,
     /// s in the best pruned tree's threshold.
     virtual double computeStdDevMinError() const = 0;
     WString describeBranch(const Node& node, bool left) const override;
+    bool isCategorical(int column) const override;
 
     /// The leaf of the selected tree for every row.
     std::vector<const Node*> findLeaves(const Matrix& records) const;
     std::vector<const Node*> findLeaves(const DataFrame& records) const;
     void checkColumns(const char* operation, int columns) const;
+    /// The name of a column in reports.
+    WString nameOf(int column) const;
+    /// Goes back to the state before growth.
+    void forget();
     /// Takes a grown tree over.
     void adopt(GrownTree tree, Factorizer inputs, const StringVector& colNames);
 
     Params params_;
     Factorizer inputs_;  ///< categorical columns of a frame under the names "0", "1", …
     StringVector colNames_;
-    std::vector<int> numCategories_;  ///< for each column, 0 for a continuous one
+    /// For each column the codes seen in training, ascending; none for a continuous one.
+    std::vector<std::vector<int>> categories_;
     Vector accumulators_;
     Vector riskLog_;
     Pruning pruning_;
@@ -178,9 +185,10 @@ namespace Classification {
 /// probability is at least the cutoff, and the other class otherwise.
 ///
 /// Classes without an order given are the distinct labels, ascending; priors that are not set are
-/// the shares of the training records. A column of more than 20 categories is searched in the order
-/// of the categories' class shares, which finds the same best measure, when there are two classes;
-/// with three or more it is refused with an `Exception` that names it.
+/// the shares of the training records. Both are kept by later fits, as roles keep them. A column of
+/// more than 20 categories is searched in the order of the categories' class shares when there are
+/// two classes, which finds the same best measure unless `minRecords` rules it out; with three or
+/// more it is refused with an `Exception` that names it.
 class VELTRIX_API Model : public DT::Model, public Engine::Classification::Modelable {
   public:
     Model() = default;
@@ -203,7 +211,9 @@ class VELTRIX_API Model : public DT::Model, public Engine::Classification::Model
     Model& selectManual(int maxDecisionNodes) override;
     Model& setParams(const Params& params) override;
     Model& setColNames(const StringVector& names) override;
+    /// Renames the classes of a grown tree; a list of another length forgets the tree.
     Model& setClasses(const StringVector& classes) override;
+    /// These and the priors take effect with the next fit.
     Model& setSuccessClass(const WString& successClass) override;
     Model& setSuccessProbabilityCutoff(double cutoff) override;
     Model& setPrior(const WString& label, double prior) override;
@@ -241,10 +251,10 @@ namespace Regression {
 
 /// Regression tree by squared error: the label of a node is its mean response, and a split of node
 /// t into L and R has the measure risk(t) − (risk(L) + risk(R)). Sums are formed of deviations from
-/// the node's mean, so that a shift of the response changes no split.
+/// the node's mean, so that a shift of the response that keeps its digits changes no split.
 ///
 /// A column of more than 20 categories is searched in the order of the categories' mean responses,
-/// which finds the same best measure.
+/// which finds the same best measure unless `minRecords` rules it out.
 class VELTRIX_API Model : public DT::Model {
   public:
     Model() = default;

@@ -102,7 +102,7 @@ class VELTRIX_API Priorable : public BinaryTargetCategorizable {
     Priorable& setSuccessProbabilityCutoff(double cutoff) override;
     /// An empty class list becomes the distinct labels, ascending. When there are no priors yet
     /// they become the classes' shares of the weights, or of the records when `weights` has
-    /// another length than `labels`. Priors already there are kept.
+    /// another length than `labels`; 0 for a class without records. Priors already there are kept.
     virtual Priorable& fit(const StringVector& labels, const Vector& weights);
     /// Throws `std::out_of_range` for a label without a prior.
     virtual double getPrior(const WString& label) const;

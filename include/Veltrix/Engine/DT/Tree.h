@@ -118,8 +118,10 @@ struct VELTRIX_API Pruning {
 
 /// A leaf as text: the conditions on the way to it, and what follows from them.
 struct Rule {
-    int node = 0;        ///< id of the leaf
-    WString condition;   ///< "Age < 30 and Income >= 2000"; empty for a bare root
+    int node = 0;  ///< id of the leaf
+    /// "Age < 30 and Income >= 2000", of several bounds on one side of a column the tightest; empty
+    /// for a bare root.
+    WString condition;
     WString outcome;     ///< class label, or mean response
     int numRecords = 0;  ///< training records of the leaf
     /// Of the class; NaN in regression.
@@ -154,8 +156,10 @@ class VELTRIX_API BinaryTree {
     std::vector<Rule> getRules() const;
 
   protected:
-    /// "Age < 30" for the left branch, "Age >= 30" for the right one.
+    /// "Age < 30" for the left branch, "Age >= 30" for the right one; "Kind in {a, b}" and "Kind
+    /// not in {a, b}", the latter for the branch that unknown categories take.
     virtual WString describeBranch(const Node& node, bool left) const = 0;
+    virtual bool isCategorical(int column) const = 0;
     /// Class label, or mean response.
     virtual WString describeLabel(const Node& node) const = 0;
 

@@ -152,6 +152,18 @@ TEST(Tree, SplitsWithoutGainAreNotMade) {
     EXPECT_EQ(numbers.fit(oneColumn({-kInfinity, kInfinity, 1.0}), {1, 9, 2}).getNumNodes(), 3);
 }
 
+TEST(Tree, EqualVotesAreEqualWhateverTheClassSizes) {
+    DT::Classification::Model model(noLimits());
+    // The shares 2/5 and 3/5 over 2 and 3 records differ in the last digit.
+    model.fit(oneColumn({0, 0, 1, 1, 1}), {0, 1, 0, 1, 1});
+    EXPECT_EQ(model.posteriorProbability(oneColumn({0}))(0, 0), 0.5);
+    EXPECT_EQ(model.getRoot()->left->label, 1.0);  // the second class reaches its cutoff
+    model.fit(oneColumn({1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2}),
+              {0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1});
+    EXPECT_EQ(model.posteriorProbability(oneColumn({1, 2})).getAsDoubleVector(),
+              (Vector{1, 0, 0, 1}));
+}
+
 TEST(Tree, MissingNumbersGoRight) {
     DT::Regression::Model model(noLimits());
     model.fit(oneColumn({1, kNaN, 2, 3, kNaN}), {1, 9, 2, 3, 9});
@@ -159,6 +171,11 @@ TEST(Tree, MissingNumbersGoRight) {
     EXPECT_EQ(model.predict(oneColumn({kNaN, 0.0, 2.2}))[2], 2.0);
     // 3 cannot be parted from the missing ones: no threshold lies between.
     EXPECT_EQ(model.predict(oneColumn({kNaN}))[0], 7.0);
+    // Codes that training did not have go to the larger child, also those below the largest.
+    DT::Params params = noLimits();
+    params.categorical = {0};
+    model.setParams(params).fit(oneColumn({0, 0, 0, 3, 3}), {1, 1, 1, 5, 5});
+    EXPECT_EQ(model.predict(oneColumn({3, 1, 7, -1, 0.5})), (Vector{5, 1, 1, 1, 1}));
 }
 
 /// A frame of one text column, one column of numbers and a response that follows the text.
@@ -186,7 +203,7 @@ TEST(Tree, ManyCategoriesAreSearchedInTheOrderOfTheirMeans) {
     model.fit(x, frame(Util::all, 2));
     EXPECT_EQ(model.getNumNodes(), 3);  // one subset parts the classes
     EXPECT_EQ(model.predict(x), labels);
-    EXPECT_THAT(model.toString().toUtf8(), HasSubstr("fruit in {果1, 果10, "));
+    EXPECT_THAT(model.toString().toUtf8(), HasSubstr("fruit in {果0, 果12, "));
     // Unknown text goes where more records went, by frame, by row and by code.
     DataFrame unknown = fruits(100, 1);
     unknown(0, 0) = L"梨";
@@ -315,6 +332,8 @@ TEST(Tree, StoredModelsAnswerAsBefore) {
         {"\"splitVariable\":[0", "\"splitVariable\":[7"},
         {"\"numRecords\":[90", "\"numRecords\":[91"},
         {"\"riskLog\"", "\"risklog\""},
+        {"\"depth\":[0,1", "\"depth\":[0,2147483647"},
+        {"\"numDecisionNodes\":[", "\"numDecisionNodes\":[99"},
     };
     for (const auto& [from, to] : damages) {
         std::string damaged = text;
@@ -367,7 +386,7 @@ TEST(Tree, MistakesAreNamed) {
              DT::Regression::Model().prune(x, {1, 2, 3});
          }},
         {"0 records, at least 1", [&] { model.prune(Matrix(0, 2), {}); }},
-        {"Tree prune: finite response",
+        {"Tree prune: response within",
          [&] {
              model.prune(x, {1, kInfinity, 2});
          }},
@@ -381,6 +400,13 @@ TEST(Tree, MistakesAreNamed) {
         }
     }
     EXPECT_EQ(model.toJson(), before);
+    // Setters after a fit leave a usable model.
+    EXPECT_THAT(model.setColNames({L"a"}).toString().toUtf8(), HasSubstr("a < 1.5"));
+    EXPECT_THAT(model.setColNames({}).toString().toUtf8(), HasSubstr("X1 < 1.5"));
+    classes.setClasses({}).fit(x, {0, 1, 1});
+    EXPECT_EQ(classes.setClasses({L"n", L"y"}).predict(x)[2], L"y");
+    EXPECT_EQ(classes.setClasses({L"a", L"b", L"c"}).getRoot(), nullptr);
+    EXPECT_TRUE(std::isnan(classes.posteriorProbability(x)(0, 2)));
     // Before growth nothing is known.
     EXPECT_TRUE(std::isnan(DT::Regression::Model().predict(x)[2]));
     EXPECT_EQ(DT::Regression::Model().findNode(Convert::toDataFrame(x)(0, Util::all)), nullptr);
