@@ -154,10 +154,12 @@ TEST_F(CommandLine, DamagedModelsAndDataThatDoNotFitAreNamed) {
 TEST_F(CommandLine, AFullDiskLeavesNothingBehind) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full on this system";
     folder.write("m.json", "old");
+    const std::string full = folder.path("full.xlsx");
+    std::filesystem::create_symlink("/dev/full", full);
     const std::vector<std::string> kept{"--predictors", "a", "--save", folder.path("m.json")};
     for (const char* option : {"--report", "--output"}) {
         std::vector<std::string> args = kept;
-        args.insert(args.end(), {option, "/dev/full"});
+        args.insert(args.end(), {option, full});
         const ProcessResult result = regress(args);
         EXPECT_EQ(result.exitCode, 2);
         EXPECT_THAT(result.err, AllOf(HasSubstr(option), HasSubstr("No space left")));
@@ -167,7 +169,18 @@ TEST_F(CommandLine, AFullDiskLeavesNothingBehind) {
     EXPECT_THAT(printed.err, HasSubstr("standard output: No space left"));
     EXPECT_EQ(run({"--help"}, "/dev/full").exitCode, 2);
     EXPECT_EQ(text("m.json"), "old");
-    EXPECT_THAT(folder.files(), ElementsAre("data.csv", "m.json"));
+    EXPECT_THAT(folder.files(), ElementsAre("data.csv", "full.xlsx", "m.json"));
+}
+
+TEST_F(CommandLine, AReaderThatGoesAwayIsNoMistake) {
+    const ProcessResult result =
+        runProgram("/bin/sh", {"-c",
+                               "(sleep 0.2; \"$0\" regress --data \"$1\" --target y --save "
+                               "\"$1.json\"; echo $? >\"$1.code\") | true",
+                               VELTRIX_CLI, data});
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(text("data.csv.code"), "0\n");
+    EXPECT_THAT(text("data.csv.json"), StartsWith("{"));
 }
 
 TEST_F(CommandLine, TheTextReportIsAligned) {
@@ -213,6 +226,14 @@ TEST_F(CommandLine, AliasedColumnsAreMarked) {
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_THAT(result.out, AllOf(HasSubstr("not estimable\n"), HasSubstr("1 column depends")));
     EXPECT_THAT(result.out, HasSubstr("\n\xC3\xA4          "));  // padded by characters, not bytes
+}
+
+TEST_F(CommandLine, ATextAmongNumbersIsTold) {
+    const std::string csv = "y,mostly,half,name\n1,1,,a\n2,x y,u,b\n3,,v,a\n5,1,1,b\n7,1,1,1\n";
+    EXPECT_THAT(run({"regress", "--data", folder.write("slip.csv", csv), "--target", "y"}).out,
+                AllOf(HasSubstr("mostly (2 levels), half (2 levels), name (2 levels)\n"),
+                      HasSubstr("\nNote: column \"mostly\" is text: row 2 holds \"x y\"\n"
+                                "Note: column \"half\" is text: row 2 holds \"u\"\n\n")));
 }
 
 TEST_F(CommandLine, LongTablesAreCutInTextOnly) {

@@ -60,7 +60,8 @@ TEST(KMeansCommand, LeavesOutTextAndMissingValuesAndDrawsTheClusters) {
         runProgram(VELTRIX_CLI, {"kmeans", "--data", file, "--clusters", "2", "--iterations", "0",
                                  "--starts", "30", "--format", "csv", "--report", report});
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_THAT(run.out, HasSubstr("Columns,x\nRows read,5\nRows used,4\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr("Columns,x\nText columns left out,name\nRows read,5\nRows used,4\n"));
     EXPECT_THAT(run.out, HasSubstr("Iterations,0\nConverged,no\n"));
     EXPECT_THAT(run.out, HasSubstr("Cluster chart\nCluster,Row,x\n1,"));
     EXPECT_THAT(contentOf(report), HasSubstr("xl/charts/chart2.xml"));
@@ -68,18 +69,21 @@ TEST(KMeansCommand, LeavesOutTextAndMissingValuesAndDrawsTheClusters) {
 
 TEST(KMeansCommand, MistakesAreNamedInOneLine) {
     const TemporaryFolder folder;
-    const std::string text = folder.write("text.csv", "name,x\na,3\nb,4\n");
+    const std::string text = folder.write("text.csv", "name,x,big\na,3,1\nb,4,1e151\n");
     const struct {
         std::vector<std::string> options;
         std::vector<std::string> words;
     } cases[] = {
         {{"--clusters", "0"}, {"--clusters", "\"0\"", "from 1"}},
-        {{"--clusters", "3"}, {"--clusters: 3", "rows used, 2"}},
+        {{"--clusters", "3", "--columns", "x"}, {"--clusters: 3", "rows used, 2"}},
+        {{"--clusters", "1"}, {"--data", "\"big\"", "row 2", "1e+151", "1e+150"}},
+        {{"--clusters", "1", "--report", "r.csv"}, {"--report", "\"r.csv\"", ".xlsx"}},
         {{}, {"--clusters"}},
         {{"--clusters", "2", "--starts", "0"}, {"--starts", "\"0\"", "from 1"}},
         {{"--clusters", "2", "--seed", "-1"}, {"--seed", "\"-1\"", "from 0"}},
         {{"--clusters", "1", "--columns", "x,y"}, {"--columns", "\"y\""}},
-        {{"--clusters", "1", "--columns", "x,x"}, {"--columns", "\"x\"", "twice"}},
+        {{"--clusters", "1", "--columns", "x,x"},
+         {"--columns", "\"x\"", "twice", "each column once"}},
         {{"--clusters", "1", "--columns", "name"}, {"\"name\"", "row 1", "\"a\""}},
     };
     for (const auto& mistake : cases) {

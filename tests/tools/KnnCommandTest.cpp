@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -135,8 +136,40 @@ TEST(KnnCommand, TellsPartsClassesAndErrors) {
         << scored.err;
 }
 
+// The nearest records of the first two weigh nothing.
+TEST(KnnCommand, RowsWithoutAPredictionAreToldAndLeftOut) {
+    const TemporaryFolder folder;
+    const std::string data =
+        folder.write("data.csv", "x,y,c,w\n1,1,a,0\n1.1,2,b,0\n5,3,a,1\n6,4,b,1\n7,3,a,1\n");
+    const std::string model = folder.path("m.json");
+    std::vector<std::string> options{"knn", "--data",   data, "--predictors", "x",    "--weights",
+                                     "w",   "--k",      "2",  "--format",     "json", "--save",
+                                     model, "--target", "c"};
+    EXPECT_THAT(runProgram(VELTRIX_CLI, options).out, HasSubstr(R"([1,"a",null,"NaN","NaN"])"));
+    EXPECT_THAT(
+        runProgram(VELTRIX_CLI, {"predict", "--format", "csv", "--data", data, "--model", model})
+            .out,
+        AllOf(HasSubstr("\nRows without a prediction,2\n"),
+              HasSubstr("\n2,,NaN,NaN\n3,a,0.5,0.5\n")));
+    for (const std::string key : {"labels", "priorLabels"}) {
+        std::string wrong = contentOf(model);
+        wrong.replace(wrong.find('"' + key + "\":[\"a") + key.size() + 5, 1, "z");
+        expectMistakes({"predict", "--data", data, "--model"},
+                       {{{folder.write("bad.json", wrong)}, {"--model", "model." + key}}});
+    }
+    options.back() = "y";
+    options.emplace_back("--regression");
+    EXPECT_THAT(runProgram(VELTRIX_CLI, options).out,
+                AllOf(HasSubstr(R"(["training",3,0.75,0.25,0.5,0.5,)"),
+                      HasSubstr("\"training: 2 records without")));
+}
+
 TEST(KnnCommand, MistakesAreNamed) {
     const TemporaryFolder folder;
+    std::string many = "name,class\n";
+    for (int i = 0; i < 202; ++i) many += fmt::format("n{},{}\n", i % 101, i % 2);
+    expectMistakes({"knn", "--data", folder.write("many.csv", many), "--target", "class"},
+                   {{{"--k", "1"}, {"--predictors", "\"name\"", "at most 100", "101 found"}}});
     std::vector<std::string> start{"knn", "--data", folder.write("data.csv", kData)};
     expectMistakes(
         start, {{{"--target", "class"}, {"--k", "not given", "--max-k"}},

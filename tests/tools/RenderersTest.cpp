@@ -76,9 +76,9 @@ TEST(Renderers, WriteEveryKindOfCell) {
     EXPECT_EQ(renderJson(mixedReport()),
               "{\"title\":\"Title\",\"tables\":[{\"title\":\"All, kinds\",\"columns\":[\"Name\","
               "\"Count\",\"Number\",\"Series\",\"Any\",\"Blank\"],\"rows\":["
-              "[\"pl\xC3\xA4in\",1,0.30000000000000004,100.25,null,\"\"],"
-              "[\"say \\\"hi\\\"\",-20,\"NaN\",-1.0000000000000001e-05,4,\"\"],"
-              "[\"\xE6\x97\xA5\xE6\x9C\xAC\",300,\"-Infinity\",7,\"x\",\"\"]],"
+              "[\"pl\xC3\xA4in\",1,0.30000000000000004,100.25,null,null],"
+              "[\"say \\\"hi\\\"\",-20,\"NaN\",-1.0000000000000001e-05,4,null],"
+              "[\"\xE6\x97\xA5\xE6\x9C\xAC\",300,\"-Infinity\",7,\"x\",null]],"
               "\"notes\":[\"Two\\u000alines\"]}]}\n");
 }
 
@@ -103,13 +103,13 @@ TEST(Renderers, WideTablesAreSplitIntoPanelsThatRepeatTheFirstColumn) {
 TEST(Renderers, SheetNamesAreValidAndDistinct) {
     std::vector<Table> tables;
     for (const char* title :
-         {"A/B: [x]*?", "ab x", "Charts", "'", "A title longer than a sheet name",
+         {"A/B: [x]*?", "ab x", "Charts", "'", "A title longer than a sheet's name",
           "A title longer than a sheet's name too"}) {
         tables.push_back({.title = title, .columns = {}});
     }
-    EXPECT_EQ(sheetNames(tables),
-              (std::vector<std::string>{"AB x", "ab x 2", "Charts 2", "Table",
-                                        "A title longer than a sh", "A title longer than a sh 2"}));
+    EXPECT_EQ(sheetNames(tables), (std::vector<std::string>{"AB x", "ab x 2", "Charts 2", "Table",
+                                                            "A title longer than a sheets na",
+                                                            "A title longer than a sheets 2"}));
 }
 
 TEST(UserErrors, QuoteInOneLine) {

@@ -121,6 +121,7 @@ TEST(SamplingCommands, NameTheMistake) {
         {{"partition", "--data", data, "--train", "0.8", "--validation", "0.3"},
          "more than 1 together"},
         {{"partition", "--data", data, "--train", "0.5", "--column", "y"}, "--column: "},
+        {{"partition", "--data", data, "--column", ""}, "--column: expected a name"},
         {{"partition", "--data", data, "--train", "0.5", "--target", "y", "--success-class", "q"},
          "--success-class: column \"y\" does not hold \"q\", expected one of \"a\", \"b\""},
         {{"partition", "--data", same, "--train", "0.5", "--target", "y", "--success-class", "a"},

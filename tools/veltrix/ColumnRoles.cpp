@@ -49,7 +49,7 @@ std::vector<std::string> choosePredictors(const DataFile& data, const std::strin
         const RoleColumn* const role = roleOf(*name, roles);
         const bool twice = std::find(names.begin(), name, *name) != name;
         if (role == nullptr && !twice) continue;
-        throw UserError(fmt::format("{}: column {} {}, expected each predictor once", option,
+        throw UserError(fmt::format("{}: column {} {}, expected each column once", option,
                                     Tool::quoted(*name), twice ? "is named twice" : role->role));
     }
     return names;

@@ -8,11 +8,15 @@ namespace Veltrix::Tool {
 
 namespace {
 
+/// An empty text says nothing either.
 void writeCell(Support::JsonWriter& writer, const Cell& cell) {
     std::visit(
         [&](const auto& content) {
             if constexpr (std::is_same_v<std::decay_t<decltype(content)>, std::monostate>) {
                 writer.null();
+            } else if constexpr (std::is_same_v<std::decay_t<decltype(content)>,
+                                                std::string_view>) {
+                content.empty() ? writer.null() : writer.value(content);
             } else {
                 writer.value(content);
             }

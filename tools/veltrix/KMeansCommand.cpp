@@ -1,14 +1,17 @@
 #include "tools/veltrix/KMeansCommand.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 #include "Veltrix/Engine/KMC.h"
+#include "support/NumberText.h"
 #include "tools/veltrix/ColumnRoles.h"
 #include "tools/veltrix/KMeansReport.h"
 #include "tools/veltrix/Progress.h"
+#include "tools/veltrix/TextColumns.h"
 #include "tools/veltrix/UserError.h"
 
 namespace Veltrix::Tool {
@@ -18,15 +21,39 @@ namespace {
 constexpr const char* kColumns = "--columns";
 constexpr const char* kClusters = "--clusters";
 
+/// Squares of larger values overflow in sums over many rows.
+constexpr double kLargest = 1e150;
+
+bool isText(const DataFile& data, const std::string& name) {
+    const int index = data.columnIndex(kColumns, name);
+    return data.frame()(Selection::all, index).getKind() == ColumnKind::text;
+}
+
+std::vector<std::string> textColumns(const DataFile& data) {
+    std::vector<std::string> names = data.columnNames();
+    std::erase_if(names, [&](const std::string& name) { return !isText(data, name); });
+    return names;
+}
+
 std::vector<std::string> numericColumns(const DataFile& data) {
     std::vector<std::string> names = data.columnNames();
-    std::erase_if(names, [&](const std::string& name) {
-        const int index = data.columnIndex(kColumns, name);
-        return data.frame()(Selection::all, index).getKind() == ColumnKind::text;
-    });
+    std::erase_if(names, [&](const std::string& name) { return isText(data, name); });
     if (!names.empty()) return names;
     throw UserError(fmt::format("{}: {} has no column of numbers, expected at least one", kColumns,
                                 Tool::quoted(data.path())));
+}
+
+void checkSizes(const NumericSelection& selection) {
+    for (std::size_t j = 0; j < selection.columns.size(); ++j) {
+        const Vector& values = selection.columns[j];
+        const auto large =
+            std::ranges::find_if(values, [](double x) { return std::fabs(x) > kLargest; });
+        if (large == values.end()) continue;
+        const auto row = static_cast<std::size_t>(large - values.begin());
+        throw UserError(describeCell(selection.used[j], selection.rowNumbers[row],
+                                     Support::numberText(*large)) +
+                        fmt::format(", expected a number from {} to {}", -kLargest, kLargest));
+    }
 }
 
 Matrix matrixOf(const NumericSelection& selection) {
@@ -60,9 +87,11 @@ NumericSelection KMeansCommand::select(const DataFile& data) const {
         columns_.empty() ? numericColumns(data) : choosePredictors(data, kColumns, columns_, {});
     std::vector<UsedColumn> used;
     used.reserve(names.size());
-    for (const std::string& name : names) used.push_back({kColumns, name});
+    const std::string option = columns_.empty() ? data_.option : kColumns;
+    for (const std::string& name : names) used.push_back({option, name});
     NumericSelection selection = selectNumeric(data, used);
     checkRowsLeft(selection);
+    checkSizes(selection);
     if (clusters_ > selection.rowsUsed()) {
         throw UserError(fmt::format("{}: {}, expected at most the number of rows used, {}",
                                     kClusters, clusters_, selection.rowsUsed()));
@@ -82,7 +111,11 @@ void KMeansCommand::run() {
     Engine::KMC::Model model({starts_, clusters_, iterations_, static_cast<std::int32_t>(seed_)});
     model.fit(x);
 
-    const Report report = kMeansReport({data_.path, selection, seed_}, model, model.predict(x));
+    const std::vector<std::string> leftOut =
+        columns_.empty() ? textColumns(data) : std::vector<std::string>{};
+    const KMeansTask task{data_.path, selection, seed_, fmt::format("{}", fmt::join(leftOut, ", ")),
+                          slipNotes(data, leftOut)};
+    const Report report = kMeansReport(task, model, model.predict(x));
     progress.stage("Writing");
     output_.deliver(report);
 }

@@ -39,16 +39,19 @@ Table summaryTable(const KMeansTask& task, const Model& model) {
     for (const UsedColumn& column : task.selection.used) {
         columns += (columns.empty() ? "" : ", ") + column.name;
     }
-    return entryTable("Summary",
-                      {{"Data file", task.dataFile},
-                       {"Columns", columns},
-                       {"Rows read", task.selection.rowsRead},
-                       {"Rows used", task.selection.rowsUsed()},
-                       {"Rows left out (missing values)", task.selection.rowsLeftOut()},
-                       {"Clusters", std::int64_t{model.getParams().numClusters}},
-                       {"Random starts", std::int64_t{model.getParams().numRandomStarts}},
-                       {"Most iterations", std::int64_t{model.getParams().maxIterations}},
-                       {"Seed", std::int64_t{task.seed}}});
+    std::vector<Entry> entries{{"Data file", task.dataFile},
+                               {"Columns", columns},
+                               {"Rows read", task.selection.rowsRead},
+                               {"Rows used", task.selection.rowsUsed()},
+                               {"Rows left out (missing values)", task.selection.rowsLeftOut()},
+                               {"Clusters", std::int64_t{model.getParams().numClusters}},
+                               {"Random starts", std::int64_t{model.getParams().numRandomStarts}},
+                               {"Most iterations", std::int64_t{model.getParams().maxIterations}},
+                               {"Seed", std::int64_t{task.seed}}};
+    if (!task.textLeftOut.empty()) {
+        entries.insert(entries.begin() + 2, {"Text columns left out", task.textLeftOut});
+    }
+    return entryTable("Summary", std::move(entries), task.notes);
 }
 
 Table fitTable(const Model& model) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Veltrix/Engine/KMC.h"
 #include "tools/veltrix/DataSelection.h"
@@ -14,6 +15,8 @@ struct KMeansTask {
     std::string dataFile;
     const NumericSelection& selection;
     std::uint32_t seed;
+    std::string textLeftOut;  ///< names of columns; empty when none is left out
+    std::vector<std::string> notes;
 };
 
 /// The starts, the clusters and the records with their clusters, which count from 1.

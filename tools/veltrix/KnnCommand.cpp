@@ -156,7 +156,7 @@ Table KnnCommand::summaryTable(const StoredKnn& stored, const LearnerData& data)
     if (const auto* const classifier = std::get_if<StoredKnn::Classifier>(&stored.model)) {
         for (Entry& entry : successEntries(*classifier)) entries.push_back(std::move(entry));
     }
-    return entryTable("Summary", std::move(entries));
+    return entryTable("Summary", std::move(entries), data.textPredictors.notes);
 }
 
 Report KnnCommand::makeReport(StoredKnn& stored, const LearnerData& data, const Matrix& x) const {

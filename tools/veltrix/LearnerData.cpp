@@ -102,6 +102,7 @@ LearnerData selectLearnerData(const DataFile& file, const LearnerOptions& option
     data.selection = selectNumeric(file, used);
     checkRowsLeft(data.selection);
     assignParts(data, parts);
+    data.textPredictors = describeTextColumns(file, data.selection, LearnerOptions::kPredictors);
     if (options.regression) {
         data.numbers = std::move(data.selection.columns[target]);
         return data;

@@ -11,6 +11,7 @@
 #include "Veltrix/Data/Vector.h"
 #include "tools/veltrix/DataSelection.h"
 #include "tools/veltrix/LearnerOptions.h"
+#include "tools/veltrix/TextColumns.h"
 
 namespace Veltrix::Tool {
 
@@ -27,6 +28,7 @@ struct LearnerData {
     StringVector classes;                       ///< the training rows have these, ascending
     std::array<IntVector, kParts.size()> rows;  ///< positions among the rows selected, by part
     std::array<std::int64_t, kParts.size()> rowsRead{};
+    TextColumns textPredictors;
 
     const IntVector& rowsOf(Part part) const { return rows[static_cast<std::size_t>(part)]; }
     bool has(Part part) const { return !rowsOf(part).empty(); }

@@ -99,42 +99,55 @@ class Confusion {
     Counts errors_;
 };
 
-/// Measures of the differences between numbers and their predictions.
+/// Measures of the differences between numbers and their predictions, where there is one.
 struct ErrorMeasures {
     double sse = 0.0;
     double absolute = 0.0;
     double sst = 0.0;
     double n = 0.0;
+    std::int64_t without = 0;
 
-    ErrorMeasures(const Vector& actual, const Vector& predicted)
-        : n(static_cast<double>(actual.size())) {
-        const double mean = Util::mean(actual);
-        for (std::uint64_t i = 0; i < actual.size(); ++i) {
-            const double error = actual[i] - predicted[i];
+    ErrorMeasures(const Vector& allActual, const Vector& predicted) {
+        Vector actual;
+        actual.reserve(allActual.size());
+        for (std::uint64_t i = 0; i < allActual.size(); ++i) {
+            if (std::isnan(predicted[i])) continue;
+            const double error = allActual[i] - predicted[i];
             sse += error * error;
             absolute += std::fabs(error);
-            sst += (actual[i] - mean) * (actual[i] - mean);
+            actual.push_back(allActual[i]);
         }
+        n = static_cast<double>(actual.size());
+        without = static_cast<std::int64_t>(allActual.size() - actual.size());
+        const double mean = Util::mean(actual);
+        for (const double y : actual) sst += (y - mean) * (y - mean);
     }
 };
 
 Table errorTable(const std::vector<std::pair<Part, ErrorMeasures>>& measures) {
     std::vector<std::string> parts;
+    std::vector<std::string> notes;
     Counts records;
     std::array<Vector, 5> columns;
     for (const auto& [part, found] : measures) {
         parts.emplace_back(partName(part));
         records.push_back(std::llround(found.n));
+        if (found.without > 0) {
+            notes.push_back(fmt::format("{}: {} without a prediction; measures leave them out.",
+                                        partName(part), counted(found.without, "record")));
+        }
         const double mse = found.sse / found.n;
         const double r2 = found.sst > 0.0 ? 1.0 - found.sse / found.sst : std::nan("");
         const std::array row{found.sse, mse, std::sqrt(mse), found.absolute / found.n, r2};
         for (std::size_t j = 0; j < row.size(); ++j) columns[j].push_back(row[j]);
     }
     auto& [sse, mse, rmse, mad, r2] = columns;
-    return makeTable("Error measures", Column{"Part", std::move(parts)},
-                     Column{"Records", std::move(records)}, Column{"SSE", std::move(sse)},
-                     Column{"MSE", std::move(mse)}, Column{"RMSE", std::move(rmse)},
-                     Column{"MAD", std::move(mad)}, Column{"R2", std::move(r2)});
+    Table table = makeTable("Error measures", Column{"Part", std::move(parts)},
+                            Column{"Records", std::move(records)}, Column{"SSE", std::move(sse)},
+                            Column{"MSE", std::move(mse)}, Column{"RMSE", std::move(rmse)},
+                            Column{"MAD", std::move(mad)}, Column{"R2", std::move(r2)});
+    table.notes = std::move(notes);
+    return table;
 }
 
 Table scoreTable(const LearnerData& data, Part part, const Scores& scores) {
@@ -157,7 +170,14 @@ Scores classScores(DataFrame posteriors, const Engine::Classification::Modelable
     const DataFrame predicted =
         Classification::Engine::predict(posteriors, model.getPriorVector(), model.getSuccessClass(),
                                         model.getSuccessProbabilityCutoff());
-    return {std::move(posteriors), predicted(Selection::all, 0).toStringVector(), {}};
+    StringVector labels = predicted(Selection::all, 0).toStringVector();
+    for (int j = 0; j < posteriors.getNumCols(); ++j) {
+        const Vector probabilities = posteriors(Selection::all, j).toDoubleVector();
+        for (std::uint64_t i = 0; i < labels.size(); ++i) {
+            if (std::isnan(probabilities[i])) labels[i] = WString();
+        }
+    }
+    return {std::move(posteriors), std::move(labels), {}};
 }
 
 std::vector<Column> scoreColumns(const Scores& scores) {
@@ -181,7 +201,8 @@ std::vector<Entry> learnerEntries(const LearnerOptions& options, const LearnerDa
         {"Rows used", data.selection.rowsUsed()},
         {"Rows left out (missing values)", data.selection.rowsLeftOut()},
         {"Partition column", options.partitionColumn.empty() ? "none" : options.partitionColumn},
-        {"Predictors", static_cast<std::int64_t>(numPredictors)}};
+        {"Predictors", static_cast<std::int64_t>(numPredictors)},
+        {"Text predictors", data.textPredictors.list}};
 }
 
 std::vector<Entry> successEntries(const Engine::Classification::Modelable& model) {

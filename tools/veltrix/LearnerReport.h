@@ -14,8 +14,8 @@ namespace Veltrix::Tool {
 /// What a model says of records: their classes with posterior probabilities, or numbers.
 struct Scores {
     DataFrame posteriors;    ///< a column for each class of the model; none for numbers
-    StringVector predicted;  ///< the class of each record; empty for numbers
-    Vector numbers;          ///< the prediction of each record; empty for classes
+    StringVector predicted;  ///< the class of each record, "" without; empty for numbers
+    Vector numbers;          ///< the prediction of each record, NaN without; empty for classes
 };
 
 /// The class that posterior probabilities make under the model's priors, success class and cutoff.
@@ -24,7 +24,7 @@ Scores classScores(DataFrame posteriors, const Engine::Classification::Modelable
 /// Predicted class and probabilities, or predictions.
 std::vector<Column> scoreColumns(const Scores& scores);
 
-/// File, target, rows and parts, for the head of a summary.
+/// File, target, rows, parts and predictors, for the head of a summary.
 std::vector<Entry> learnerEntries(const LearnerOptions& options, const LearnerData& data,
                                   std::size_t numPredictors);
 /// Success class and cutoff, where there are two classes.

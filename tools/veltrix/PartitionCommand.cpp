@@ -92,6 +92,7 @@ void PartitionCommand::declare(CLI::App& app) {
         ->default_str("0.5")
         ->needs(target);
     app.add_option(kColumn, column_, "Name of the column that is added")
+        ->check([](const std::string& text) { return text.empty() ? "expected a name" : ""; })
         ->type_name("NAME")
         ->capture_default_str();
     declareFile(app, output_, "Writes the rows into this file", false);

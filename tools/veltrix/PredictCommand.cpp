@@ -1,6 +1,8 @@
 #include "tools/veltrix/PredictCommand.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <numeric>
@@ -35,12 +37,26 @@ Column inPlace(const Column& scored, const NumericSelection& selection) {
         scored.values);
 }
 
-Table predictionTable(const StoredModel& stored, const NumericSelection& selection,
-                      double confidence) {
+/// The rows scored for which the first column, the prediction, says nothing.
+std::int64_t countWithoutPrediction(const std::vector<Column>& scores) {
+    const Column& predictions = scores.front();
+    std::int64_t count = 0;
+    for (std::size_t i = 0; i < predictions.size(); ++i) {
+        const Cell cell = predictions.cell(i);
+        const auto* const number = std::get_if<double>(&cell);
+        const auto* const label = std::get_if<std::string_view>(&cell);
+        const bool without =
+            (number != nullptr && std::isnan(*number)) || (label != nullptr && label->empty());
+        count += without ? 1 : 0;
+    }
+    return count;
+}
+
+Table predictionTable(const std::vector<Column>& scores, const NumericSelection& selection) {
     std::vector<std::int64_t> rows(static_cast<std::size_t>(selection.rowsRead));
     std::iota(rows.begin(), rows.end(), std::int64_t{1});
     Table table = recordTable("Predictions", Column{"Row", std::move(rows)});
-    for (const Column& scored : stored.scoreColumns(selection, confidence)) {
+    for (const Column& scored : scores) {
         table.columns.push_back(inPlace(scored, selection));
     }
     return table;
@@ -48,14 +64,15 @@ Table predictionTable(const StoredModel& stored, const NumericSelection& selecti
 
 Table summaryTable(const StoredModel& stored, const std::string& dataFile,
                    const std::string& modelFile, const NumericSelection& selection,
-                   double confidence) {
+                   std::int64_t withoutPrediction, double confidence) {
     std::vector<Entry> entries{{"Data file", dataFile},
                                {"Model file", modelFile},
                                {"Model", std::string(stored.family())},
                                {"Target", stored.target()},
                                {"Rows read", selection.rowsRead},
                                {"Rows scored", selection.rowsUsed()},
-                               {"Rows with missing values (not scored)", selection.rowsLeftOut()}};
+                               {"Rows with missing values (not scored)", selection.rowsLeftOut()},
+                               {"Rows without a prediction", withoutPrediction}};
     if (stored.hasIntervals()) entries.push_back({"Confidence level", confidence});
     return entryTable("Summary", std::move(entries));
 }
@@ -78,9 +95,11 @@ void PredictCommand::run() {
     const NumericSelection selection = selectNumeric(data, stored->usedForScoring(data_.option));
 
     progress.stage("Scoring");
+    const std::vector<Column> scores = stored->scoreColumns(selection, confidence_);
     Report report{.title = "Predictions of " + stored->target(), .tables = {}};
-    report.tables.push_back(summaryTable(*stored, data_.path, model_.path, selection, confidence_));
-    report.tables.push_back(predictionTable(*stored, selection, confidence_));
+    report.tables.push_back(summaryTable(*stored, data_.path, model_.path, selection,
+                                         countWithoutPrediction(scores), confidence_));
+    report.tables.push_back(predictionTable(scores, selection));
     progress.stage("Writing");
     output_.deliver(report);
 }

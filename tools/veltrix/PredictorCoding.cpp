@@ -16,6 +16,9 @@ namespace {
 
 using Engine::Encoder;
 
+/// Most levels that all get a column: more would outweigh the columns of numbers.
+constexpr std::size_t kMostLevels = 100;
+
 /// The base first.
 std::vector<WString> byPosition(const Encoder::CategoryMap& categories) {
     std::vector<WString> levels(categories.size());
@@ -34,10 +37,10 @@ std::string describeLevel(const NumericSelection& selection, std::size_t column,
     return describeCell(selection.used[column], selection.rowNumbers[row], level.toUtf8());
 }
 
-[[noreturn]] void failManyLevels(const NumericSelection& selection, std::size_t column) {
-    const std::string expected =
-        fmt::format("expected a number in each row, or fewer levels than the rows used ({})",
-                    selection.rowsUsed());
+/// `limit` says how many would do.
+[[noreturn]] void failManyLevels(const NumericSelection& selection, std::size_t column,
+                                 const std::string& limit) {
+    const std::string expected = "expected a number in each row, or " + limit;
     for (std::size_t i = 0; i < selection.rowNumbers.size(); ++i) {
         const WString& level = selection.levels[column][codeAt(selection.columns[column], i)];
         if (Support::parseNumber(level.view())) continue;
@@ -91,7 +94,8 @@ double* writeIndicators(const NumericSelection& selection, std::size_t column,
 
 void checkNumLevels(const NumericSelection& selection, std::size_t column) {
     if (occurringLevels(selection, column).size() < selection.rowNumbers.size()) return;
-    failManyLevels(selection, column);
+    failManyLevels(selection, column,
+                   fmt::format("fewer levels than the rows used ({})", selection.rowsUsed()));
 }
 
 PredictorCoding::PredictorCoding(std::vector<std::string> predictors, LevelColumns levelColumns,
@@ -160,6 +164,11 @@ void PredictorCoding::learn(const NumericSelection& selection, std::size_t first
         if (!used.byLevel) continue;
         const Encoder::CategoryMap categories = occurringLevels(selection, column);
         checkNumLevels(selection, column);
+        if (levelColumns_ == LevelColumns::All && categories.size() > kMostLevels) {
+            failManyLevels(selection, column,
+                           fmt::format("at most {} levels, which become a column each ({} found)",
+                                       kMostLevels, categories.size()));
+        }
         if (categories.size() == 1) {
             throw UserError(
                 fmt::format("{}: column {} holds only {} in the rows used, expected at "

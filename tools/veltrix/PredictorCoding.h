@@ -38,7 +38,8 @@ class PredictorCoding {
     std::vector<UsedColumn> usedForScoring(const std::string& option) const;
 
     /// Learns the levels in the rows selected; `first` is the position of the first predictor.
-    /// Throws `UserError` for a text column with a single level, or with as many levels as rows.
+    /// Throws `UserError` for a text column with a single level, with as many levels as rows, or
+    /// with more than 100 that all get a column.
     void learn(const NumericSelection& selection, std::size_t first);
     /// The columns side by side. Throws `UserError` with column, row and value for a level that
     /// is not known.

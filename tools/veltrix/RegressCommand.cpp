@@ -74,7 +74,8 @@ void RegressCommand::run() {
                               !noIntercept_,
                               confidence_,
                               selection.rowsRead,
-                              selection.rowNumbers};
+                              selection.rowNumbers,
+                              describeTextColumns(data, selection, kPredictors)};
     const Report report = regressionReport(task, fit.model, x, y);
     progress.stage("Writing");
     output_.deliver(report, {{save_, save_.path.empty() ? "" : writeModel(fit)}});

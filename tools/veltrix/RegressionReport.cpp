@@ -42,6 +42,7 @@ Table summaryTable(const RegressionTask& task, const OLS::Model& model,
                        {"Rows used", used},
                        {"Rows left out (missing values)", task.rowsRead - used},
                        {"Predictors", static_cast<std::int64_t>(task.coding.predictors().size())},
+                       {"Text predictors", task.textPredictors.list},
                        {"Weights", task.weights.empty() ? "none" : task.weights},
                        {"Intercept", task.intercept ? "yes" : "no"},
                        {"Confidence level", task.confidence},
@@ -51,7 +52,8 @@ Table summaryTable(const RegressionTask& task, const OLS::Model& model,
                        {"Adjusted R-squared", fit.adjustedR2},
                        {"Standard error of estimate", model.getANOVA().standardErrorOfEstimate},
                        {"Log-likelihood", fit.logLikelihood},
-                       {"Log-likelihood, intercept only", fit.interceptOnlyLogLikelihood}});
+                       {"Log-likelihood, intercept only", fit.interceptOnlyLogLikelihood}},
+                      task.textPredictors.notes);
 }
 
 Table anovaTable(const OLS::ANOVA& anova) {

@@ -9,6 +9,7 @@
 #include "Veltrix/Engine/LinearModel/OLS.h"
 #include "tools/veltrix/PredictorCoding.h"
 #include "tools/veltrix/Report.h"
+#include "tools/veltrix/TextColumns.h"
 
 namespace Veltrix::Tool {
 
@@ -22,6 +23,7 @@ struct RegressionTask {
     double confidence = 0.95;
     std::int64_t rowsRead = 0;
     std::vector<std::int64_t> rowNumbers;  ///< of the rows used, counted from 1
+    TextColumns textPredictors;
 };
 
 /// All tables and charts of a fitted linear regression: summary, analysis of variance,

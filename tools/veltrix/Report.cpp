@@ -28,14 +28,15 @@ Column series(std::string heading, Vector values) {
     return {std::move(heading), std::move(values), NumberStyle::Series};
 }
 
-Table entryTable(std::string title, std::vector<Entry> entries) {
+Table entryTable(std::string title, std::vector<Entry> entries, std::vector<std::string> notes) {
     std::vector<std::string> labels;
     std::vector<Value> values;
     for (Entry& entry : entries) {
         labels.push_back(std::move(entry.label));
         values.push_back(std::move(entry.value));
     }
-    Table table{.title = std::move(title), .columns = {}, .entries = true};
+    Table table{
+        .title = std::move(title), .columns = {}, .notes = std::move(notes), .entries = true};
     table.columns.push_back({.heading = "Item", .values = std::move(labels)});
     table.columns.push_back({.heading = "Value", .values = std::move(values)});
     return table;

@@ -113,7 +113,8 @@ struct Entry {
 };
 
 /// A table of two columns from labelled values.
-Table entryTable(std::string title, std::vector<Entry> entries);
+Table entryTable(std::string title, std::vector<Entry> entries,
+                 std::vector<std::string> notes = {});
 
 /// A double as a cell: an integer when it counts something and is finite.
 Value countValue(double count);

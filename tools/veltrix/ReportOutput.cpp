@@ -51,6 +51,7 @@ void print(const std::string& text) {
     errno = 0;
     const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (written && std::fflush(stdout) == 0) return;
+    if (errno == EPIPE) return;  // the reader has seen enough
     throw UserError("Cannot write to standard output: " +
                     std::error_code(errno, std::generic_category()).message());
 }
@@ -85,6 +86,11 @@ std::string expectFileName(const std::string& text) {
     return text.empty() ? "expected a file name" : "";
 }
 
+std::string expectWorkbookName(const std::string& text) {
+    if (CLI::detail::to_lower(text).ends_with(".xlsx")) return "";
+    return Tool::quoted(text) + ", expected a file name that ends in .xlsx";
+}
+
 }  // namespace
 
 void checkDistinct(const FileOption& output, const FileOption& other) {
@@ -99,8 +105,9 @@ void deliverText(const FileOption& output, const std::string& text) {
     forOption(output, [&] { Support::writeFileAtomically(output.path, text); });
 }
 
-void declareFile(CLI::App& app, FileOption& file, const std::string& description, bool required) {
-    app.add_option(file.option, file.path, description)
+CLI::Option* declareFile(CLI::App& app, FileOption& file, const std::string& description,
+                         bool required) {
+    return app.add_option(file.option, file.path, description)
         ->required(required)
         ->check(expectFileName)
         ->type_name("FILE");
@@ -124,7 +131,8 @@ void ReportOutput::declare(CLI::App& app) {
         ->type_name("FORMAT")
         ->capture_default_str();
     declareFile(app, output_, "Prints into this file", false);
-    declareFile(app, report_, "Writes a workbook (.xlsx), one sheet a table, with charts", false);
+    declareFile(app, report_, "Writes a workbook (.xlsx), one sheet a table, with charts", false)
+        ->check(expectWorkbookName);
     app.add_flag("--all-records", allRecords_,
                  "Shows all rows of long tables in text output, not the first 20");
 }

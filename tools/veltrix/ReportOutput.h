@@ -7,7 +7,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace Veltrix::Tool {
 
@@ -54,7 +55,8 @@ void checkDistinct(const FileOption& output, const FileOption& input);
 void deliverText(const FileOption& output, const std::string& text);
 
 /// Declares an option that names a file.
-void declareFile(CLI::App& app, FileOption& file, const std::string& description, bool required);
+CLI::Option* declareFile(CLI::App& app, FileOption& file, const std::string& description,
+                         bool required);
 
 /// Declares --confidence, a level inside (0, 1).
 void declareConfidence(CLI::App& app, double& confidence);

@@ -1,10 +1,38 @@
 #include "tools/veltrix/StoredKnn.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
+#include "Veltrix/Data/Util.h"
 #include "tools/veltrix/UserError.h"
 
 namespace Veltrix::Tool {
+
+namespace {
+
+/// What voting relies on: training records of the model's classes, which all have a prior.
+void checkClasses(const StoredKnn::Classifier& model, const Support::JsonView& part) {
+    const auto isClass = [&](const WString& label) {
+        return std::ranges::find(model.getClasses(), label) != model.getClasses().end();
+    };
+    for (const WString& label : Util::uniqueElements(model.getTrainingResponse())) {
+        if (isClass(label)) continue;
+        part.at("labels").fail(
+            fmt::format("{} is none of the classes", Tool::quoted(label.toUtf8())));
+    }
+    const WString& success = model.getSuccessClass();
+    if (!success.empty() && !isClass(success)) {
+        part.at("successClass")
+            .fail(fmt::format("{} is none of the classes", Tool::quoted(success.toUtf8())));
+    }
+    for (const WString& label : model.getClasses()) {
+        if (model.getPriors().contains(label)) continue;
+        part.at("priorLabels").fail(fmt::format("class {} has none", Tool::quoted(label.toUtf8())));
+    }
+}
+
+}  // namespace
 
 const Engine::KNN::Model& StoredKnn::base() const {
     return std::visit([](const auto& form) -> const Engine::KNN::Model& { return form; }, model);
@@ -47,8 +75,13 @@ void StoredKnn::readParts(const Support::JsonView& root) {
     includeTies = root.at("ties").asBool();
     std::visit([&](auto& form) { readPart(form, root.at("model")); }, model);
     const Matrix& features = base().getTrainingFeatures();
-    if (features.getNumRows() == 0) root.at("model").fail("not a fitted model");
+    const std::uint64_t responses =
+        std::visit([](const auto& form) { return form.getTrainingResponse().size(); }, model);
+    if (features.getNumRows() == 0 || responses == 0) root.at("model").fail("not a fitted model");
     expectColumns(root, static_cast<std::size_t>(features.getNumCols()));
+    if (const auto* const classifier = std::get_if<Classifier>(&model)) {
+        checkClasses(*classifier, root.at("model"));
+    }
 }
 
 }  // namespace Veltrix::Tool

@@ -1,6 +1,7 @@
 #include "tools/veltrix/TreeCommand.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
@@ -100,7 +101,10 @@ void TreeCommand::fit(StoredTree& stored, const LearnerData& data,
         model.setParams(params(data));
         part(Part::Training, [&](const auto& x, const auto& y) { model.fit(x, y); });
     } catch (const Exception& error) {  // categories that are too many to be tried
-        throw UserError(fmt::format("{}: {}", LearnerOptions::kPredictors, error.what()));
+        constexpr std::string_view kOperation = "Tree fit: ";
+        std::string_view problem = error.what();
+        if (problem.starts_with(kOperation)) problem.remove_prefix(kOperation.size());
+        throw UserError(fmt::format("{}: {}", LearnerOptions::kPredictors, problem));
     }
     if (!data.has(Part::Validation)) return;
     part(Part::Validation, [&](const auto& x, const auto& y) { model.prune(x, y); });
@@ -130,7 +134,7 @@ Table TreeCommand::summaryTable(const StoredTree& stored, const LearnerData& dat
         {"Selected tree", validated ? "best pruned" : "full"},
         {"Leaves of the selected tree", std::int64_t{model.getNumLeaves()}}};
     entries.insert(entries.end(), growth.begin(), growth.end());
-    return entryTable("Summary", std::move(entries));
+    return entryTable("Summary", std::move(entries), data.textPredictors.notes);
 }
 
 Report TreeCommand::makeReport(const StoredTree& stored, const LearnerData& data,

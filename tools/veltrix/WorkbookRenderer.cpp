@@ -223,13 +223,13 @@ lxw_worksheet* addSheet(lxw_workbook* workbook, const std::string& name) {
     return sheet;
 }
 
-std::string cleanSheetName(const std::string& title) {
-    constexpr std::size_t kLongest = 24;  // leaves room for a number
+/// The title without what a sheet name cannot hold, cut to a length.
+std::string cleanSheetName(const std::string& title, std::size_t longest) {
     std::u32string name = Support::decodeUtf8<char32_t>(title);
     std::erase_if(name, [](char32_t c) {
         return c < U' ' || std::u32string_view(U"[]:*?/\\'").find(c) != std::u32string_view::npos;
     });
-    name.resize(std::min(name.size(), kLongest));
+    name.resize(std::min(name.size(), longest));
     while (name.ends_with(U' ')) name.pop_back();
     return name.empty() ? "Table" : Support::encodeUtf8<char32_t>(name);
 }
@@ -247,10 +247,10 @@ std::vector<std::string> sheetNames(const std::vector<Table>& tables) {
     std::set<std::string> taken{lowerCase(kChartSheet)};
     std::vector<std::string> names;
     for (const Table& table : tables) {
-        const std::string base = cleanSheetName(table.title);
-        std::string name = base;
+        std::string name = cleanSheetName(table.title, LXW_SHEETNAME_MAX);
         for (int k = 2; !taken.insert(lowerCase(name)).second; ++k) {
-            name = fmt::format("{} {}", base, k);
+            const std::string number = fmt::format(" {}", k);
+            name = cleanSheetName(table.title, LXW_SHEETNAME_MAX - number.size()) + number;
         }
         names.push_back(std::move(name));
     }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -32,7 +33,8 @@ int fail(int exitCode, std::string_view message) {
 int leaveParser(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) return fail(kUserMistake, error.what());
     app.exit(error);
-    return std::fflush(stdout) == 0 ? 0 : fail(kUserMistake, "Cannot write to standard output");
+    if (std::fflush(stdout) == 0 || errno == EPIPE) return 0;
+    return fail(kUserMistake, "Cannot write to standard output");
 }
 
 /// The parser only says that a command is missing when the first argument is none.
@@ -73,7 +75,7 @@ int runProgram(int argc, const char* const* argv) {
 
 int main(int argc, char** argv) {
 #if defined(SIGPIPE)
-    // A reader that goes away shows as a failed write, after which temporary files are removed.
+    // A reader that goes away shows as a failed write, after which files are still put in place.
     std::signal(SIGPIPE, SIG_IGN);
 #endif
     try {
