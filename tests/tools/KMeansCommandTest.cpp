@@ -67,6 +67,25 @@ TEST(KMeansCommand, LeavesOutTextAndMissingValuesAndDrawsTheClusters) {
     EXPECT_THAT(contentOf(report), HasSubstr("xl/charts/chart2.xml"));
 }
 
+TEST(KMeansCommand, StoredClustersScoreNewRows) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("rows.csv", "x,y\n0,0\n0,1\n9,9\n9,8\n");
+    const std::string saved = folder.path("clusters.json");
+    const auto fitted = runProgram(
+        VELTRIX_CLI, {"kmeans", "--data", file, "--clusters", "2", "--seed", "7", "--save", saved});
+    ASSERT_EQ(fitted.exitCode, 0) << fitted.err;
+    const std::string fresh = folder.write("new.csv", "y,x\n8.5,9\n,1\n0.5,0\n");
+    const auto scored =
+        runProgram(VELTRIX_CLI, {"predict", "--model", saved, "--data", fresh, "--format", "csv"});
+    ASSERT_EQ(scored.exitCode, 0) << scored.err;
+    // The row without y has no cluster; the distances tell the clusters apart whatever their
+    // number.
+    EXPECT_THAT(scored.out, HasSubstr("Rows scored,2\n"));
+    EXPECT_THAT(scored.out, HasSubstr("\n2,,NaN,NaN\n"));
+    EXPECT_THAT(scored.out, testing::AnyOf(HasSubstr("\n1,1,0,12.041594578792296\n"),
+                                           HasSubstr("\n1,2,12.041594578792296,0\n")));
+}
+
 TEST(KMeansCommand, MistakesAreNamedInOneLine) {
     const TemporaryFolder folder;
     const std::string text = folder.write("text.csv", "name,x,big\na,3,1\nb,4,1e151\n");

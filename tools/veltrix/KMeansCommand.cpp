@@ -6,11 +6,12 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
-#include "Veltrix/Engine/KMC.h"
 #include "support/NumberText.h"
 #include "tools/veltrix/ColumnRoles.h"
 #include "tools/veltrix/KMeansReport.h"
+#include "tools/veltrix/ModelFile.h"
 #include "tools/veltrix/Progress.h"
+#include "tools/veltrix/StoredKMeans.h"
 #include "tools/veltrix/TextColumns.h"
 #include "tools/veltrix/UserError.h"
 
@@ -56,12 +57,6 @@ void checkSizes(const NumericSelection& selection) {
     }
 }
 
-Matrix matrixOf(const NumericSelection& selection) {
-    Matrix x;
-    for (const Vector& column : selection.columns) x.appendColumn(column);
-    return x;
-}
-
 }  // namespace
 
 void KMeansCommand::declare(CLI::App& app) {
@@ -80,6 +75,7 @@ void KMeansCommand::declare(CLI::App& app) {
         ->default_str(std::to_string(starts_));
     declareSeed(app, seed_);
     output_.declare(app);
+    declareFile(app, save_, "Stores the clusters for veltrix predict (JSON)", false);
 }
 
 NumericSelection KMeansCommand::select(const DataFile& data) const {
@@ -100,7 +96,7 @@ NumericSelection KMeansCommand::select(const DataFile& data) const {
 }
 
 void KMeansCommand::run() {
-    output_.checkFiles({data_});
+    output_.checkFiles({data_}, {save_});
     Progress progress;
     progress.stage("Reading " + data_.path);
     const DataFile data(data_.path);
@@ -108,16 +104,19 @@ void KMeansCommand::run() {
 
     progress.stage("Finding the clusters");
     const Matrix x = matrixOf(selection);
-    Engine::KMC::Model model({starts_, clusters_, iterations_, static_cast<std::int32_t>(seed_)});
-    model.fit(x);
+    StoredKMeans stored;
+    stored.setTarget("clusters");
+    for (const UsedColumn& column : selection.used) stored.columns.push_back(column.name);
+    stored.model.setParams({starts_, clusters_, iterations_, static_cast<std::int32_t>(seed_)});
+    stored.model.fit(x);
 
     const std::vector<std::string> leftOut =
         columns_.empty() ? textColumns(data) : std::vector<std::string>{};
     const KMeansTask task{data_.path, selection, seed_, fmt::format("{}", fmt::join(leftOut, ", ")),
                           slipNotes(data, leftOut)};
-    const Report report = kMeansReport(task, model, model.predict(x));
+    const Report report = kMeansReport(task, stored.model, stored.model.predict(x));
     progress.stage("Writing");
-    output_.deliver(report);
+    output_.deliver(report, {{save_, save_.path.empty() ? "" : writeModel(stored)}});
 }
 
 }  // namespace Veltrix::Tool

@@ -23,6 +23,7 @@ class KMeansCommand : public Command {
     NumericSelection select(const DataFile& data) const;
 
     FileOption data_{"--data", {}};
+    FileOption save_{"--save", {}};
     std::vector<std::string> columns_;
     int clusters_ = 0;
     int iterations_ = 100;

@@ -7,6 +7,7 @@
 
 #include "support/Files.h"
 #include "support/Json.h"
+#include "tools/veltrix/StoredKMeans.h"
 #include "tools/veltrix/StoredKnn.h"
 #include "tools/veltrix/StoredRegression.h"
 #include "tools/veltrix/StoredTree.h"
@@ -24,6 +25,7 @@ std::vector<std::unique_ptr<StoredModel>> makeFamilies() {
     families.push_back(std::make_unique<StoredRegression>());
     families.push_back(std::make_unique<StoredKnn>());
     families.push_back(std::make_unique<StoredTree>());
+    families.push_back(std::make_unique<StoredKMeans>());
     return families;
 }
 
