@@ -52,6 +52,9 @@ TEST(Priorable, EmpiricalPriors) {
     EXPECT_EQ(byWeight.getPrior(L"b"), 0.625);
     byWeight.fit(labels, Vector());  // priors are there already
     EXPECT_EQ(byWeight.getPrior(L"b"), 0.625);
+    Modelable listed;  // a class without records has the prior 0
+    listed.setClasses({L"d", L"c", L"b", L"a"}).fit(labels, Vector());
+    EXPECT_EQ(listed.getPriorVector(), (Vector{0.0, 0.25, 0.5, 0.25}));
     Modelable byUser;
     byUser.setClasses({}).setSuccessClass(L"a").setSuccessProbabilityCutoff(0.5).setPrior(L"a",
                                                                                           0.9);
