@@ -223,6 +223,14 @@ StringVector ConstDataFrameColumn::getLevels(IntVector& codes) const {
     return sortedLevels(textOf(std::get<Vector>(column)), codes);
 }
 
+StringVector ConstDataFrameColumn::getTexts(IntVector& codes) const {
+    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const auto* text = std::get_if<TextColumn>(&column);
+    if (text == nullptr) return getLevels(codes);
+    codes = text->codes;
+    return text->levels();
+}
+
 int ConstDataFrameRow::getNumCols() const noexcept { return frame_->getNumCols(); }
 
 WString ConstDataFrameRow::getRowName() const { return frame_->getRowName(row_); }

@@ -109,6 +109,11 @@ TEST(DataFrame, levelsAreThoseThatOccurInAscendingOrder) {
     IntVector codes;
     EXPECT_EQ(frame(Util::all, L"t").getLevels(codes), (StringVector{L"0", L"b"}));
     EXPECT_EQ(codes, (IntVector{1, 0, 1}));
+    const StringVector texts = frame(Util::all, L"t").getTexts(codes);
+    for (int i = 0; i < frame.getNumRows(); ++i) {
+        const int code = codes[static_cast<std::uint64_t>(i)];
+        EXPECT_EQ(texts[static_cast<std::uint64_t>(code)], frame(i, L"t").toString());
+    }
 }
 
 TEST(DataFrame, dictionaryColumns) {

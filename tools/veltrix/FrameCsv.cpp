@@ -45,7 +45,7 @@ void FrameCsv::add(const DataFrame& frame) {
         Column column;
         column.heading = written(frame.getColName(j));
         if (cells.getKind() == ColumnKind::text) {
-            for (const WString& level : cells.getLevels(column.codes)) {
+            for (const WString& level : cells.getTexts(column.codes)) {
                 column.levels.push_back(written(level));
             }
         } else {

@@ -88,6 +88,9 @@ class VELTRIX_API ConstDataFrameColumn {
     /// text in that list: one pass for a text column.
     StringVector getLevels() const;
     StringVector getLevels(IntVector& codes) const;
+    /// The same in no particular order, perhaps with texts that no cell has any more: nothing is
+    /// sorted, which counts where most cells differ.
+    StringVector getTexts(IntVector& codes) const;
 
   protected:
     friend class Convert;
