@@ -44,10 +44,10 @@ Categories readCategories(const Features& features, const IntVector& categorical
         const auto j = static_cast<std::size_t>(column);
         result.codes[j] = readCodes(features, column);
         result.seen[j] = result.codes[j];
-        std::ranges::sort(result.seen[j]);
-        const auto repeated = std::ranges::unique(result.seen[j]);
-        result.seen[j].erase(repeated.begin(), repeated.end());
-        result.counts[j] = result.seen[j].back() + 1;
+        std::vector<int>& seen = result.seen[j];
+        std::ranges::sort(seen);
+        seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
+        result.counts[j] = seen.back() + 1;
     }
     return result;
 }
