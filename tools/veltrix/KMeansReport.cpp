@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -19,9 +20,9 @@ using Engine::KMC::RandomStartSummary;
 /// Most series that a chart of a workbook can have.
 constexpr int kMostSeries = 255;
 
-Column numbersFromOne(std::string heading, std::uint64_t count) {
-    std::vector<std::int64_t> numbers;
-    for (std::uint64_t k = 1; k <= count; ++k) numbers.push_back(static_cast<std::int64_t>(k));
+Column numbersFromOne(std::string heading, std::integral auto count) {
+    std::vector<std::int64_t> numbers(static_cast<std::size_t>(count));
+    std::iota(numbers.begin(), numbers.end(), std::int64_t{1});
     return {std::move(heading), std::move(numbers)};
 }
 
