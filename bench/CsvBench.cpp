@@ -9,7 +9,7 @@
 
 #include "support/NumberText.h"
 #include "support/RuntimeRandom.h"
-#include "tools/veltrix/CsvReader.h"
+#include "tools/veltrix/io/CsvReader.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Veltrix/Data/Exception.h"
-#include "data/Checks.h"
+#include "data/containers/Checks.h"
 
 namespace Veltrix {
 namespace {

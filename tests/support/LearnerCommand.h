@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/support/JsonReport.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 #include "tests/support/ReferenceData.h"
 
@@ -76,7 +77,7 @@ inline void expectMistakes(const std::vector<std::string>& sound, const Mistakes
         std::vector<std::string> options = sound;
         options.insert(options.end(), wrong.begin(), wrong.end());
         SCOPED_TRACE(testing::PrintToString(options));
-        const ProcessResult result = runProgram(VELTRIX_CLI, options);
+        const ProcessResult result = runProgram(kVeltrix, options);
         EXPECT_EQ(result.exitCode, 2);
         EXPECT_EQ(result.out, "");
         for (const std::string& word : words) EXPECT_THAT(result.err, testing::HasSubstr(word));

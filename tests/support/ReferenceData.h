@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/NumberText.h"
+#include "tests/support/Paths.h"
 
 namespace Veltrix::Testing {
 
@@ -27,7 +28,7 @@ struct Table {
 namespace Detail {
 
 inline std::vector<std::string> readLines(const std::string& name) {
-    std::ifstream file(std::string(VELTRIX_TEST_DATA) + "/" + name);
+    std::ifstream file(std::string(kTestData) + "/" + name);
     if (!file) throw std::runtime_error("No test data file " + name);
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {

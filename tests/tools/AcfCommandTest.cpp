@@ -11,6 +11,7 @@
 
 #include "support/Json.h"
 #include "tests/engine/timeseries/SeriesReference.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 #include "tests/support/Tolerance.h"
 
@@ -20,12 +21,12 @@ namespace {
 using testing::HasSubstr;
 
 std::string seriesFile(const std::string& name) {
-    return std::string(VELTRIX_TEST_DATA) + "/timeseries/series/" + name + ".csv";
+    return std::string(kTestData) + "/timeseries/series/" + name + ".csv";
 }
 
 ProcessResult runAcf(const std::string& file, std::vector<std::string> options) {
     options.insert(options.begin(), {"acf", "--data", file, "--column", "x"});
-    return runProgram(VELTRIX_CLI, options);
+    return runProgram(kVeltrix, options);
 }
 
 /// The table of lags of a report printed as JSON: column by column, without the headings.

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 
 namespace Veltrix::Testing {
@@ -29,7 +30,7 @@ constexpr const char* kData =
 class CommandLine : public testing::Test {
   protected:
     ProcessResult run(const std::vector<std::string>& args, const std::string& output = {}) const {
-        return runProgram(VELTRIX_CLI, args, output);
+        return runProgram(kVeltrix, args, output);
     }
     /// `veltrix regress` on the small table with further options.
     ProcessResult regress(std::vector<std::string> options, const std::string& output = {}) const {
@@ -177,7 +178,7 @@ TEST_F(CommandLine, AReaderThatGoesAwayIsNoMistake) {
         runProgram("/bin/sh", {"-c",
                                "(sleep 0.2; \"$0\" regress --data \"$1\" --target y --save "
                                "\"$1.json\"; echo $? >\"$1.code\") | true",
-                               VELTRIX_CLI, data});
+                               kVeltrix, data});
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(text("data.csv.code"), "0\n");
     EXPECT_THAT(text("data.csv.json"), StartsWith("{"));

@@ -7,8 +7,8 @@
 
 #include "support/NumberText.h"
 #include "tests/support/Process.h"
-#include "tools/veltrix/CsvReader.h"
-#include "tools/veltrix/UserError.h"
+#include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/CsvReader.h"
 
 namespace Veltrix::Testing {
 namespace {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Json.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 #include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
@@ -23,11 +24,10 @@ TEST(KMeansCommand, PrintsTheReferenceNumbers) {
     const auto text = [&](const char* name) {
         return reference.text(std::string("fits.1.") + name);
     };
-    const ProcessResult run =
-        runProgram(VELTRIX_CLI,
-                   {"kmeans", "--data", std::string(VELTRIX_TEST_DATA) + "/learners/ruspini.csv",
-                    "--format", "json", "--clusters", text("k"), "--starts", text("random_starts"),
-                    "--iterations", text("max_iterations"), "--seed", text("seed")});
+    const ProcessResult run = runProgram(
+        kVeltrix, {"kmeans", "--data", std::string(kTestData) + "/learners/ruspini.csv", "--format",
+                   "json", "--clusters", text("k"), "--starts", text("random_starts"),
+                   "--iterations", text("max_iterations"), "--seed", text("seed")});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const auto document = Support::JsonDocument::parse(run.out);
     const auto column = [&](std::int64_t table, std::int64_t j) {
@@ -57,8 +57,8 @@ TEST(KMeansCommand, LeavesOutTextAndMissingValuesAndDrawsTheClusters) {
     const std::string file = folder.write("a.csv", "name,x\na,1\nb,1.5\nc,NA\nd,8\ne,9\n");
     const std::string report = folder.path("r.xlsx");
     const ProcessResult run =
-        runProgram(VELTRIX_CLI, {"kmeans", "--data", file, "--clusters", "2", "--iterations", "0",
-                                 "--starts", "30", "--format", "csv", "--report", report});
+        runProgram(kVeltrix, {"kmeans", "--data", file, "--clusters", "2", "--iterations", "0",
+                              "--starts", "30", "--format", "csv", "--report", report});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_THAT(run.out,
                 HasSubstr("Columns,x\nText columns left out,name\nRows read,5\nRows used,4\n"));
@@ -72,11 +72,11 @@ TEST(KMeansCommand, StoredClustersScoreNewRows) {
     const std::string file = folder.write("rows.csv", "x,y\n0,0\n0,1\n9,9\n9,8\n");
     const std::string saved = folder.path("clusters.json");
     const auto fitted = runProgram(
-        VELTRIX_CLI, {"kmeans", "--data", file, "--clusters", "2", "--seed", "7", "--save", saved});
+        kVeltrix, {"kmeans", "--data", file, "--clusters", "2", "--seed", "7", "--save", saved});
     ASSERT_EQ(fitted.exitCode, 0) << fitted.err;
     const std::string fresh = folder.write("new.csv", "y,x\n8.5,9\n,1\n0.5,0\n");
     const auto scored =
-        runProgram(VELTRIX_CLI, {"predict", "--model", saved, "--data", fresh, "--format", "csv"});
+        runProgram(kVeltrix, {"predict", "--model", saved, "--data", fresh, "--format", "csv"});
     ASSERT_EQ(scored.exitCode, 0) << scored.err;
     // The row without y has no cluster; the distances tell the clusters apart whatever their
     // number.
@@ -109,7 +109,7 @@ TEST(KMeansCommand, MistakesAreNamedInOneLine) {
         std::vector<std::string> options{"kmeans", "--data", text, "--report",
                                          folder.path("r.xlsx")};
         options.insert(options.end(), mistake.options.begin(), mistake.options.end());
-        const ProcessResult run = runProgram(VELTRIX_CLI, options);
+        const ProcessResult run = runProgram(kVeltrix, options);
         SCOPED_TRACE(run.err);
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_EQ(run.out, "");

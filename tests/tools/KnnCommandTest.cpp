@@ -1,5 +1,5 @@
 // veltrix knn of the real program against results computed elsewhere (origin and tolerances in
-// tests/data/learners/README.md), and what its user may do wrong.
+// tests/reference/learners/README.md), and what its user may do wrong.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/LearnerCommand.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -42,7 +43,7 @@ class KnnReference : public testing::TestWithParam<const char*> {
         const std::string weights = reference.text("weights");
         if (!weights.empty()) options.insert(options.end(), {"--weights", weights});
         for (const std::string& option : taskOptions(reference)) options.push_back(option);
-        return runProgram(VELTRIX_CLI, options);
+        return runProgram(kVeltrix, options);
     }
 
     TemporaryFolder folder;
@@ -82,8 +83,8 @@ TEST_P(KnnReference, SearchesTheBestNumberWhichIsStored) {
                         ? report.column("Confusion matrix: validation", "% Errors").back()
                         : report.column("Error measures", "RMSE").at(1),
                     *std::ranges::min_element(log), 1e-10);
-        const ProcessResult scored = runProgram(
-            VELTRIX_CLI, {"predict", "--model", model, "--data", data, "--format", "json"});
+        const ProcessResult scored =
+            runProgram(kVeltrix, {"predict", "--model", model, "--data", data, "--format", "json"});
         ASSERT_EQ(scored.exitCode, 0) << scored.err;
         EXPECT_EQ(scoresOf(JsonReport(scored.out), "Predictions", reference),
                   allScoresOf(report, reference));
@@ -111,10 +112,10 @@ constexpr const char* kData =
 TEST(KnnCommand, TellsPartsClassesAndErrors) {
     const TemporaryFolder folder;
     const std::string model = folder.path("m.json");
-    const ProcessResult result = runProgram(
-        VELTRIX_CLI, {"knn", "--data", folder.write("data.csv", kData), "--target", "class",
-                      "--predictors", "kind,x", "--partition-column", "part", "--max-k", "2",
-                      "--save", model, "--report", folder.path("r.xlsx")});
+    const ProcessResult result =
+        runProgram(kVeltrix, {"knn", "--data", folder.write("data.csv", kData), "--target", "class",
+                              "--predictors", "kind,x", "--partition-column", "part", "--max-k",
+                              "2", "--save", model, "--report", folder.path("r.xlsx")});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_THAT(result.out,
                 AllOf(HasSubstr("\nColumns                         4\n"),
@@ -130,7 +131,7 @@ TEST(KnnCommand, TellsPartsClassesAndErrors) {
     EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart1.xml"));
     const std::string fresh = folder.write("new.csv", "x,kind\n1,c\n,a\n6,b\n");
     const ProcessResult scored =
-        runProgram(VELTRIX_CLI, {"predict", "--model", model, "--data", fresh, "--format", "csv"});
+        runProgram(kVeltrix, {"predict", "--model", model, "--data", fresh, "--format", "csv"});
     EXPECT_THAT(scored.out,
                 HasSubstr("\nRow,Predicted,P(01),P(2)\n1,01,1,0\n2,,NaN,NaN\n3,2,0,1\n"))
         << scored.err;
@@ -145,10 +146,9 @@ TEST(KnnCommand, RowsWithoutAPredictionAreToldAndLeftOut) {
     std::vector<std::string> options{"knn", "--data",   data, "--predictors", "x",    "--weights",
                                      "w",   "--k",      "2",  "--format",     "json", "--save",
                                      model, "--target", "c"};
-    EXPECT_THAT(runProgram(VELTRIX_CLI, options).out, HasSubstr(R"([1,"a",null,"NaN","NaN"])"));
+    EXPECT_THAT(runProgram(kVeltrix, options).out, HasSubstr(R"([1,"a",null,"NaN","NaN"])"));
     EXPECT_THAT(
-        runProgram(VELTRIX_CLI, {"predict", "--format", "csv", "--data", data, "--model", model})
-            .out,
+        runProgram(kVeltrix, {"predict", "--format", "csv", "--data", data, "--model", model}).out,
         AllOf(HasSubstr("\nRows without a prediction,2\n"),
               HasSubstr("\n2,,NaN,NaN\n3,a,0.5,0.5\n")));
     for (const std::string key : {"labels", "priorLabels"}) {
@@ -159,7 +159,7 @@ TEST(KnnCommand, RowsWithoutAPredictionAreToldAndLeftOut) {
     }
     options.back() = "y";
     options.emplace_back("--regression");
-    EXPECT_THAT(runProgram(VELTRIX_CLI, options).out,
+    EXPECT_THAT(runProgram(kVeltrix, options).out,
                 AllOf(HasSubstr(R"(["training",3,0.75,0.25,0.5,0.5,)"),
                       HasSubstr("\"training: 2 records without")));
 }

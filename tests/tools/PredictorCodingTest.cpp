@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Json.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 
 namespace Veltrix::Testing {
@@ -56,11 +57,11 @@ class PredictorCoding : public testing::Test {
     ProcessResult regress(const std::string& content, std::vector<std::string> options = {}) const {
         options.insert(options.begin(), {"regress", "--data", folder.write("data.csv", content),
                                          "--target", "price", "--format", "json"});
-        return runProgram(VELTRIX_CLI, options);
+        return runProgram(kVeltrix, options);
     }
     ProcessResult predict(const std::string& content, const std::string& format = "json") const {
-        return runProgram(VELTRIX_CLI, {"predict", "--model", model, "--data",
-                                        folder.write("new.csv", content), "--format", format});
+        return runProgram(kVeltrix, {"predict", "--model", model, "--data",
+                                     folder.write("new.csv", content), "--format", format});
     }
 
     TemporaryFolder folder;

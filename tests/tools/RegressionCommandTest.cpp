@@ -1,5 +1,5 @@
 // The regression commands of the real program against results computed elsewhere (origin and
-// tolerances in tests/data/learners/README.md).
+// tolerances in tests/reference/learners/README.md).
 #include <map>
 #include <string>
 #include <vector>
@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/JsonReport.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 #include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
@@ -50,9 +51,7 @@ class RegressionCommand : public testing::TestWithParam<Case> {
         return args;
     }
 
-    std::string dataPath() const {
-        return std::string(VELTRIX_TEST_DATA) + "/learners/" + option("data");
-    }
+    std::string dataPath() const { return std::string(kTestData) + "/learners/" + option("data"); }
 
     /// Absolute slack for numbers that are 0 up to rounding, on the scale of their column.
     testing::AssertionResult matches(const std::vector<double>& actual,
@@ -68,7 +67,7 @@ class RegressionCommand : public testing::TestWithParam<Case> {
 };
 
 TEST_P(RegressionCommand, ReportsTheReferenceNumbers) {
-    const ProcessResult run = runProgram(VELTRIX_CLI, arguments("json"));
+    const ProcessResult run = runProgram(kVeltrix, arguments("json"));
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.err, "");
     const JsonReport report(run.out);
@@ -137,11 +136,10 @@ TEST_P(RegressionCommand, ReportsTheReferenceNumbers) {
 }
 
 TEST_P(RegressionCommand, AStoredModelPredictsTheSameBits) {
-    const ProcessResult fit = runProgram(VELTRIX_CLI, arguments("csv"));
+    const ProcessResult fit = runProgram(kVeltrix, arguments("csv"));
     ASSERT_EQ(fit.exitCode, 0) << fit.err;
-    const ProcessResult run = runProgram(
-        VELTRIX_CLI,
-        {"predict", "--model", folder.path("model.json"), "--data", dataPath(), "--format", "csv"});
+    const ProcessResult run = runProgram(kVeltrix, {"predict", "--model", folder.path("model.json"),
+                                                    "--data", dataPath(), "--format", "csv"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const auto fitted = csvColumn(fit.out, "Residuals", 2);
     EXPECT_EQ(fitted.size(), static_cast<std::size_t>(reference.scalar("n")));
@@ -149,7 +147,7 @@ TEST_P(RegressionCommand, AStoredModelPredictsTheSameBits) {
 }
 
 TEST_P(RegressionCommand, NewRecordsGetTheReferenceIntervals) {
-    ASSERT_EQ(runProgram(VELTRIX_CLI, arguments("text")).exitCode, 0);
+    ASSERT_EQ(runProgram(kVeltrix, arguments("text")).exitCode, 0);
     // Columns in another order, beside one that the model does not know.
     const std::vector<std::string> names = reference.texts("predictors");
     const Table records = reference.matrix("new_records");
@@ -162,8 +160,8 @@ TEST_P(RegressionCommand, NewRecordsGetTheReferenceIntervals) {
         }
     }
     const ProcessResult run = runProgram(
-        VELTRIX_CLI, {"predict", "--model", folder.path("model.json"), "--data",
-                      folder.write("new.csv", csv), "--format", "json", "--confidence", "0.95"});
+        kVeltrix, {"predict", "--model", folder.path("model.json"), "--data",
+                   folder.write("new.csv", csv), "--format", "json", "--confidence", "0.95"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const JsonReport report(run.out);
     EXPECT_TRUE(

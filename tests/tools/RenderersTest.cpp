@@ -7,13 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/veltrix/CsvRenderer.h"
-#include "tools/veltrix/JsonRenderer.h"
-#include "tools/veltrix/NumberFormat.h"
-#include "tools/veltrix/Report.h"
-#include "tools/veltrix/TextRenderer.h"
-#include "tools/veltrix/UserError.h"
-#include "tools/veltrix/WorkbookRenderer.h"
+#include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/report/CsvRenderer.h"
+#include "tools/veltrix/report/JsonRenderer.h"
+#include "tools/veltrix/report/NumberFormat.h"
+#include "tools/veltrix/report/Report.h"
+#include "tools/veltrix/report/TextRenderer.h"
+#include "tools/veltrix/report/WorkbookRenderer.h"
 
 namespace Veltrix::Tool {
 namespace {

@@ -10,12 +10,13 @@
 #include <gtest/gtest.h>
 
 #include "Veltrix/Engine/Sampling.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 
 namespace Veltrix::Testing {
 namespace {
 
-const std::string kTitanic = std::string(VELTRIX_TEST_DATA) + "/learners/titanic_class.csv";
+const std::string kTitanic = std::string(kTestData) + "/learners/titanic_class.csv";
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
@@ -26,7 +27,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 /// The lines that the program prints, the header left out.
 std::vector<std::string> rowsOf(const std::vector<std::string>& arguments) {
-    const ProcessResult result = runProgram(VELTRIX_CLI, arguments);
+    const ProcessResult result = runProgram(kVeltrix, arguments);
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
     std::vector<std::string> lines = linesOf(result.out);
@@ -72,8 +73,8 @@ TEST(PartitionCommand, KeepsEveryCellAndRow) {
         "id,\"size, cm\",note\n1.50,1.50,\" lead\"\n2,,\"x,y\"\n3e2,NA,\"q\"\"q\"\n-0.10,007,Mü\n"
         "5,nan,\"a\nb\"\n");
     const ProcessResult result =
-        runProgram(VELTRIX_CLI, {"partition", "--data", data, "--train", "0.6", "--validation",
-                                 "0.4", "--column", "my part", "--output", folder.path("out.csv")});
+        runProgram(kVeltrix, {"partition", "--data", data, "--train", "0.6", "--validation", "0.4",
+                              "--column", "my part", "--output", folder.path("out.csv")});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(contentOf(folder.path("out.csv")),
@@ -82,7 +83,7 @@ TEST(PartitionCommand, KeepsEveryCellAndRow) {
               "-0.10,007,Mü,valid\n5,nan,\"a\nb\",train\n");
     // A single empty cell must not become an empty line, which readers pass over.
     const std::string single = folder.write("single.csv", "a\n\"\"\nx\n");
-    EXPECT_EQ(runProgram(VELTRIX_CLI, {"sample", "--data", single, "--size", "2"}).out,
+    EXPECT_EQ(runProgram(kVeltrix, {"sample", "--data", single, "--size", "2"}).out,
               "a\n\"\"\nx\n");
 }
 
@@ -131,7 +132,7 @@ TEST(SamplingCommands, NameTheMistake) {
         if (std::find(arguments.begin(), arguments.end(), "--output") == arguments.end()) {
             arguments.insert(arguments.end(), {"--output", folder.path("out.csv")});
         }
-        const ProcessResult result = runProgram(VELTRIX_CLI, arguments);
+        const ProcessResult result = runProgram(kVeltrix, arguments);
         EXPECT_EQ(result.exitCode, 2) << message;
         EXPECT_THAT(result.err, testing::StartsWith("veltrix: "));
         EXPECT_THAT(result.err, testing::HasSubstr(message));
@@ -139,7 +140,7 @@ TEST(SamplingCommands, NameTheMistake) {
     }
     EXPECT_EQ(folder.files(), (std::vector<std::string>{"data.csv", "same.csv"}));
     const ProcessResult full =
-        runProgram(VELTRIX_CLI, {"sample", "--data", data, "--size", "1"}, "/dev/full");
+        runProgram(kVeltrix, {"sample", "--data", data, "--size", "1"}, "/dev/full");
     EXPECT_EQ(full.exitCode, 2);
 }
 

@@ -1,5 +1,5 @@
 // veltrix tree of the real program against results computed elsewhere (origin and tolerances in
-// tests/data/learners/README.md), and what its user may do wrong.
+// tests/reference/learners/README.md), and what its user may do wrong.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/LearnerCommand.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -35,7 +36,7 @@ class TreeReference : public testing::TestWithParam<const char*> {
                            {option, reference.text(std::string("parameters.") + limit)});
         }
         for (const std::string& option : taskOptions(reference)) options.push_back(option);
-        return runProgram(VELTRIX_CLI, options);
+        return runProgram(kVeltrix, options);
     }
 
     static testing::AssertionResult matches(const std::vector<double>& actual,
@@ -56,7 +57,7 @@ class TreeReference : public testing::TestWithParam<const char*> {
 
     TemporaryFolder folder;
     ReferenceData reference;
-    std::string dataPath = std::string(VELTRIX_TEST_DATA) + "/learners/" + reference.text("data");
+    std::string dataPath = std::string(kTestData) + "/learners/" + reference.text("data");
 };
 
 TEST_P(TreeReference, WithoutValidationTheFullTreeIsReported) {
@@ -133,8 +134,8 @@ TEST_P(TreeReference, TheTreeIsPrunedOnTheValidationPart) {
     }
     EXPECT_TRUE(matches(scoresOf(report, "Scores: validation", reference),
                         reference.flattened("best_tree_outputs")));
-    const ProcessResult again = runProgram(
-        VELTRIX_CLI, {"predict", "--model", model, "--data", dataPath, "--format", "json"});
+    const ProcessResult again =
+        runProgram(kVeltrix, {"predict", "--model", model, "--data", dataPath, "--format", "json"});
     ASSERT_EQ(again.exitCode, 0) << again.err;
     EXPECT_EQ(scoresOf(JsonReport(again.out), "Predictions", reference),
               allScoresOf(report, reference));
@@ -162,9 +163,9 @@ TEST(TreeCommand, CategoriesAndUnknownClassesAreTold) {
     const TemporaryFolder folder;
     const std::string model = folder.path("m.json");
     const ProcessResult result =
-        runProgram(VELTRIX_CLI, {"tree", "--data", folder.write("data.csv", kData), "--target",
-                                 "class", "--categorical", "grade", "--partition-column", "part",
-                                 "--save", model, "--report", folder.path("r.xlsx")});
+        runProgram(kVeltrix, {"tree", "--data", folder.write("data.csv", kData), "--target",
+                              "class", "--categorical", "grade", "--partition-column", "part",
+                              "--save", model, "--report", folder.path("r.xlsx")});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_THAT(result.out, AllOf(HasSubstr("Leaves of the selected tree     2\n"),
                                   HasSubstr("\n2      0.666667                  4 "),
@@ -176,7 +177,7 @@ TEST(TreeCommand, CategoriesAndUnknownClassesAreTold) {
     const std::string fresh =
         folder.write("new.csv", "colour,size,grade\npink,9,4\n,1,1\nred,0,1\n");
     const ProcessResult scored =
-        runProgram(VELTRIX_CLI, {"predict", "--model", model, "--data", fresh, "--format", "csv"});
+        runProgram(kVeltrix, {"predict", "--model", model, "--data", fresh, "--format", "csv"});
     EXPECT_THAT(scored.out,
                 HasSubstr("\nRow,Predicted,P(01),P(2)\n1,2,0,1\n2,,NaN,NaN\n3,01,1,0\n"))
         << scored.err;

@@ -12,8 +12,8 @@
 #include <CLI/CLI.hpp>
 
 #include "support/Files.h"
-#include "tools/veltrix/Command.h"
-#include "tools/veltrix/UserError.h"
+#include "tools/veltrix/host/Command.h"
+#include "tools/veltrix/host/UserError.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Trees against results computed elsewhere (origin and tolerances in
-// tests/data/learners/README.md).
+// tests/reference/learners/README.md).
 #include <algorithm>
 #include <string>
 #include <vector>

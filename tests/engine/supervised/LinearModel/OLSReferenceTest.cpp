@@ -1,5 +1,5 @@
 // Linear regression against certified values and results computed elsewhere (origin and tolerances
-// in tests/data/learners/README.md).
+// in tests/reference/learners/README.md).
 #include <string>
 #include <vector>
 

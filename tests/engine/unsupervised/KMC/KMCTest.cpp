@@ -1,5 +1,5 @@
-// k-means: reference results (see tests/data/learners/README.md), the quick search for the nearest
-// centroid against the plain one, special shapes, bad input, storage.
+// k-means: reference results (see tests/reference/learners/README.md), the quick search for the
+// nearest centroid against the plain one, special shapes, bad input, storage.
 #include <algorithm>
 #include <cmath>
 #include <functional>

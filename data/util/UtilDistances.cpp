@@ -1,0 +1,252 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "Veltrix/Data/Util.h"
+#include "data/containers/Checks.h"
+#include "data/containers/Lines.h"
+#include "support/VectorMath.h"
+#include "support/kernels/Arrays.h"
+
+namespace Veltrix {
+namespace {
+
+using Kernels::DistanceStrip;
+using Kernels::kInnerPanel;
+using Kernels::kOuterPanel;
+using StripKernel = void (*)(const DistanceStrip&);
+
+/// Coordinates summed in one go: short sums keep rounding below 1e-13 for any number of columns.
+constexpr std::int64_t kDepthBlock = 256;
+/// Doubles in the packed block of inner points; a part of the second-level cache.
+constexpr std::int64_t kInnerBlockSize = 32768;
+constexpr std::int64_t kLargestInnerBlock = 1024;
+
+/// The rows of a matrix as points.
+struct Points {
+    explicit Points(const Matrix& a)
+        : values(a.data()),
+          count(a.getNumRows()),
+          dimensions(a.getNumCols()),
+          byRows(a.getMatrixOrder() == MatrixOrderType::rowMajor) {}
+    explicit Points(const Vector& point)
+        : values(point.data()),
+          count(1),
+          dimensions(static_cast<std::int64_t>(point.size())),
+          byRows(true) {}
+
+    const double* values;
+    std::int64_t count;
+    std::int64_t dimensions;
+    bool byRows;
+};
+
+std::int64_t roundUp(std::int64_t value, std::int64_t multiple) {
+    return (value + multiple - 1) / multiple * multiple;
+}
+
+/// Coordinates [firstDimension, + depth) of points [first, + count) in panels of `width` points,
+/// the last one padded with zeros.
+void pack(const Points& points, std::int64_t first, std::int64_t count, std::int64_t firstDimension,
+          std::int64_t depth, std::int64_t width, double* panel) {
+    const std::int64_t pointStep = points.byRows ? points.dimensions : 1;
+    const std::int64_t dimensionStep = points.byRows ? 1 : points.count;
+    for (std::int64_t done = 0; done < count; done += width, panel += width * depth) {
+        const std::int64_t inPanel = std::min(width, count - done);
+        const double* corner =
+            points.values + (first + done) * pointStep + firstDimension * dimensionStep;
+        if (inPanel < width) std::fill_n(panel, width * depth, 0.0);
+        for (std::int64_t k = 0; k < depth; ++k) {
+            const double* from = corner + k * dimensionStep;
+            for (std::int64_t r = 0; r < inPanel; ++r) panel[k * width + r] = from[r * pointStep];
+        }
+    }
+}
+
+/// Writes the transpose of `count` × `length` values at (line, first) to (first, line).
+void reflect(double* result, std::int64_t step, std::int64_t line, std::int64_t count,
+             std::int64_t first, std::int64_t length) {
+    for (std::int64_t i = first; i < first + length; ++i) {
+        for (std::int64_t l = line; l < line + count; ++l) {
+            result[i * step + l] = result[l * step + i];
+        }
+    }
+}
+
+/// result[l · inner.count + i] = distance of outer point l and inner point i. The inner points are
+/// packed block by block, the outer ones panel by panel, so that memory stays bounded.
+/// `finish(segment, length, l, i)` turns the sums from (l, i) on into distances. With `symmetric`
+/// the two sets are the same and what one block gives is written to its mirror image.
+template <class Finish>
+void computeDistances(const Points& outer, const Points& inner, StripKernel kernel, double* result,
+                      bool symmetric, Finish finish) {
+    const std::int64_t depthBlock = std::clamp<std::int64_t>(outer.dimensions, 1, kDepthBlock);
+    const std::int64_t innerBlock =
+        std::min({roundUp(inner.count, kInnerPanel),
+                  roundUp(kInnerBlockSize / depthBlock, kInnerPanel), kLargestInnerBlock});
+    const std::int64_t width = outer.count == 1 ? 1 : kOuterPanel;
+    Vector innerPanels(static_cast<std::uint64_t>(innerBlock * depthBlock), Storage::kUnfilled);
+    Vector outerPanel(static_cast<std::uint64_t>(width * depthBlock), Storage::kUnfilled);
+    DistanceStrip strip{};
+    strip.outer = outerPanel.data();
+    strip.outerWidth = width;
+    strip.inner = innerPanels.data();
+    strip.targetStep = inner.count;
+    for (std::int64_t i = 0; i < inner.count; i += innerBlock) {
+        strip.innerCount = std::min(innerBlock, inner.count - i);
+        const std::int64_t endLine = symmetric ? i + strip.innerCount : outer.count;
+        for (std::int64_t k = 0; k == 0 || k < outer.dimensions; k += depthBlock) {
+            strip.depth = std::min(depthBlock, outer.dimensions - k);
+            strip.accumulate = k > 0;
+            pack(inner, i, strip.innerCount, k, strip.depth, kInnerPanel, innerPanels.data());
+            for (std::int64_t l = 0; l < endLine; l += width) {
+                strip.outerCount = std::min(width, outer.count - l);
+                strip.target = result + l * inner.count + i;
+                pack(outer, l, strip.outerCount, k, strip.depth, width, outerPanel.data());
+                kernel(strip);
+                if (k + strip.depth < outer.dimensions) continue;
+                for (std::int64_t r = 0; r < strip.outerCount; ++r) {
+                    finish(strip.target + r * inner.count, strip.innerCount, l + r, i);
+                }
+                if (symmetric && l < i) {
+                    reflect(result, inner.count, l, std::min(strip.outerCount, i - l), i,
+                            strip.innerCount);
+                }
+            }
+        }
+    }
+}
+
+constexpr auto kAsTheyAre = [](double*, std::int64_t, std::int64_t, std::int64_t) {};
+constexpr auto kSquareRoots = [](double* values, std::int64_t n, std::int64_t, std::int64_t) {
+    Support::sqrt(values, values, n);
+};
+
+void euclidean(const Points& outer, const Points& inner, bool squared, bool symmetric,
+               double* result) {
+    if (squared) {
+        computeDistances(outer, inner, Kernels::arrays().squaredDifferences, result, symmetric,
+                         kAsTheyAre);
+    } else {
+        computeDistances(outer, inner, Kernels::arrays().squaredDifferences, result, symmetric,
+                         kSquareRoots);
+    }
+}
+
+/// 1 where an entry is not 0, NaN where it is NaN.
+Matrix presence(const Matrix& a) {
+    Matrix result(a);
+    double* values = result.data();
+    const std::int64_t size = sizeOf(a);
+    for (std::int64_t k = 0; k < size; ++k) {
+        if (values[k] < 0.0 || values[k] > 0.0) values[k] = 1.0;
+    }
+    return result;
+}
+
+/// From d columns that differ and n present entries of either row: 2d/(nₐ + n_b + d).
+void jaccard(const Points& rows, const Vector& present, double* result) {
+    computeDistances(rows, rows, Kernels::arrays().squaredDifferences, result, true,
+                     [&](double* values, std::int64_t n, std::int64_t line, std::int64_t first) {
+                         const double* inner = present.data() + first;
+                         const double own = present.data()[line];
+                         for (std::int64_t i = 0; i < n; ++i) {
+                             const double either = own + inner[i] + values[i];
+                             values[i] = either == 0.0 ? 0.0 : 2.0 * values[i] / either;
+                         }
+                     });
+}
+
+void binaryDistances(const Matrix& a, DissimilarityType type, double* result) {
+    const Matrix present = presence(a);
+    const Points rows(present);
+    if (type == DissimilarityType::jaccard) {
+        const Vector ones(static_cast<std::uint64_t>(a.getNumCols()), 1.0);
+        jaccard(rows, present * ones, result);
+        return;
+    }
+    const double columns = std::max(a.getNumCols(), 1);
+    computeDistances(rows, rows, Kernels::arrays().squaredDifferences, result, true,
+                     [columns](double* values, std::int64_t n, std::int64_t, std::int64_t) {
+                         for (std::int64_t i = 0; i < n; ++i) values[i] /= columns;
+                     });
+}
+
+/// Distances of angles: for rows u, v of unit length 1 − uᵀv = ½‖u − v‖², which loses no digits
+/// where rows are nearly parallel.
+void angularDistances(const Matrix& a, bool centred, double* result) {
+    Matrix units = inOrder(a, MatrixOrderType::rowMajor);
+    for (int i = 0; i < units.getNumRows(); ++i) {
+        MatrixRow row = units(i, Util::all);
+        double* values = units.data() + std::int64_t{i} * a.getNumCols();
+        if (centred) row -= Kernels::arrays().sum(a.getNumCols(), values).mean(a.getNumCols());
+        // Two steps: a length near the limits has no reciprocal, and its square overflows.
+        const double largest = Util::norm(row, NormType::largestAbsoluteValue, false);
+        row /= largest;
+        row /= Util::norm(row, NormType::euclidean, false);
+    }
+    const Points rows(units);
+    computeDistances(rows, rows, Kernels::arrays().squaredDifferences, result, true,
+                     [](double* values, std::int64_t n, std::int64_t, std::int64_t) {
+                         for (std::int64_t i = 0; i < n; ++i) values[i] *= 0.5;
+                     });
+}
+
+}  // namespace
+
+Matrix Util::pairwiseDistance(const Matrix& a, const Matrix& b, bool squared) {
+    return pairwiseDistance(a, b, a.getMatrixOrder(), squared);
+}
+
+Matrix Util::pairwiseDistance(const Matrix& a, const Matrix& b, MatrixOrderType order,
+                              bool squared) {
+    Checks::counts("Pairwise distance", a.getNumCols(), "columns on the left", b.getNumCols(),
+                   "columns on the right");
+    Matrix result(a.getNumRows(), b.getNumRows(), order, Storage::kUnfilled);
+    // Lines of the result belong to the outer points, so that values are written side by side.
+    if (order == MatrixOrderType::columnMajor) {
+        euclidean(Points(b), Points(a), squared, false, result.data());
+    } else {
+        euclidean(Points(a), Points(b), squared, false, result.data());
+    }
+    return result;
+}
+
+Vector Util::pairwiseDistance(const Vector& point, const Matrix& b, bool squared) {
+    Checks::counts("Pairwise distance", point.size(), "elements in the point", b.getNumCols(),
+                   "columns in the matrix");
+    Vector result(static_cast<std::uint64_t>(b.getNumRows()), Storage::kUnfilled);
+    euclidean(Points(point), Points(b), squared, false, result.data());
+    return result;
+}
+
+Matrix Util::pairwiseDistance(const Matrix& a, bool squared, DissimilarityType type) {
+    Matrix result(a.getNumRows(), a.getNumRows(), a.getMatrixOrder(), Storage::kUnfilled);
+    const Points rows(a);
+    switch (type) {
+        case DissimilarityType::euclidean:
+            euclidean(rows, rows, squared, true, result.data());
+            return result;
+        case DissimilarityType::manhattan:
+            computeDistances(rows, rows, Kernels::arrays().absoluteDifferences, result.data(), true,
+                             kAsTheyAre);
+            return result;
+        case DissimilarityType::maximum:
+            computeDistances(rows, rows, Kernels::arrays().largestDifferences, result.data(), true,
+                             kAsTheyAre);
+            return result;
+        case DissimilarityType::jaccard:
+        case DissimilarityType::simpleMatching:
+            binaryDistances(a, type, result.data());
+            return result;
+        case DissimilarityType::cosine:
+        case DissimilarityType::correlation:
+            angularDistances(a, type == DissimilarityType::correlation, result.data());
+            return result;
+    }
+    Checks::fail(
+        ErrorCode::invalidArgument, "Pairwise distance",
+        "dissimilarity type " + std::to_string(static_cast<int>(type)) + ", 1 to 7 expected");
+}
+
+}  // namespace Veltrix

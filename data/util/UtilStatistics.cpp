@@ -1,0 +1,207 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+
+#include "Veltrix/Data/Util.h"
+#include "data/containers/Checks.h"
+#include "data/containers/Lines.h"
+#include "data/factorisations/Spectra.h"
+#include "data/matrix/Symmetric.h"
+#include "support/LinearAlgebra.h"
+
+namespace Veltrix {
+namespace {
+
+/// Doubles in a block of centred rows: large enough for the matrix product to run at full speed.
+constexpr std::int64_t kBlockSize = 131072;
+
+/// Rows of a matrix in some order, each with the column of centres (p × G, column-major) that is
+/// taken from it. Without a list the rows are taken as they stand, with the only centre.
+struct CentredRows {
+    const Matrix& a;
+    const double* centres;
+    const int* rows = nullptr;
+    const int* groups = nullptr;
+
+    std::int64_t row(std::int64_t k) const { return rows == nullptr ? k : rows[k]; }
+    const double* centre(std::int64_t k) const {
+        return groups == nullptr ? centres
+                                 : centres + std::int64_t{groups[row(k)]} * a.getNumCols();
+    }
+};
+
+/// Rows [first, first + count) less their centres, in the order of storage of the matrix.
+void centreBlock(const CentredRows& source, std::int64_t first, std::int64_t count, double* block) {
+    const Matrix& a = source.a;
+    const std::int64_t cols = a.getNumCols();
+    if (a.getMatrixOrder() == MatrixOrderType::rowMajor) {
+        for (std::int64_t k = 0; k < count; ++k) {
+            const double* values = a.data() + source.row(first + k) * cols;
+            const double* centre = source.centre(first + k);
+            for (std::int64_t j = 0; j < cols; ++j) block[k * cols + j] = values[j] - centre[j];
+        }
+        return;
+    }
+    for (std::int64_t j = 0; j < cols; ++j) {
+        const double* column = a.data() + j * a.getNumRows();
+        double* target = block + j * count;
+        if (source.rows == nullptr) {
+            const double centre = source.centres[j];
+            for (std::int64_t k = 0; k < count; ++k) target[k] = column[first + k] - centre;
+        } else {
+            for (std::int64_t k = first; k < first + count; ++k) {
+                target[k - first] = column[source.row(k)] - source.centre(k)[j];
+            }
+        }
+    }
+}
+
+/// Adds the cross-products of rows [first, end) to the upper triangle of `scatter`, column-major.
+void addScatter(const CentredRows& source, std::int64_t first, std::int64_t end, Matrix& scatter) {
+    const std::int64_t cols = source.a.getNumCols();
+    if (cols == 0 || first == end) return;
+    const bool byRows = source.a.getMatrixOrder() == MatrixOrderType::rowMajor;
+    const std::int64_t blockRows =
+        std::clamp<std::int64_t>(kBlockSize / cols, 64, end - first + 64);
+    Vector block(static_cast<std::uint64_t>(blockRows * cols), Storage::kUnfilled);
+    for (; first < end; first += blockRows) {
+        const std::int64_t count = std::min(blockRows, end - first);
+        centreBlock(source, first, count, block.data());
+        Support::syrk(Support::Triangle::Upper,
+                      byRows ? Support::Transpose::No : Support::Transpose::Yes, cols, count, 1.0,
+                      block.data(), byRows ? cols : count, 1.0, scatter.data(), cols);
+    }
+}
+
+/// The whole symmetric matrix from its upper triangle, divided.
+Matrix dividedScatter(Matrix scatter, std::int64_t divisor, MatrixOrderType order) {
+    mirror(scatter, Support::Triangle::Upper);
+    scatter /= static_cast<double>(divisor);
+    return inOrder(scatter, order);
+}
+
+/// Rows by group: `order` lists the rows of group 0, then those of group 1, ..., each group's in
+/// their order in the data; group g begins at position starts[g].
+struct Grouping {
+    explicit Grouping(const IntVector& labels)
+        : codes(Util::uniqueElements(labels)),
+          groupOfRow(labels.size()),
+          order(labels.size()),
+          starts(codes.size() + 1) {
+        for (std::uint64_t i = 0; i < labels.size(); ++i) {
+            const int* code = std::lower_bound(codes.begin(), codes.end(), labels[i]);
+            groupOfRow[i] = static_cast<int>(code - codes.begin());
+            ++starts[static_cast<std::uint64_t>(groupOfRow[i]) + 1];
+        }
+        std::partial_sum(starts.begin(), starts.end(), starts.begin());
+        IntVector next(starts);
+        for (std::uint64_t i = 0; i < labels.size(); ++i) {
+            int& place = next[static_cast<std::uint64_t>(groupOfRow[i])];
+            order[static_cast<std::uint64_t>(place++)] = static_cast<int>(i);
+        }
+    }
+
+    IntVector codes;
+    IntVector groupOfRow;
+    IntVector order;
+    IntVector starts;
+};
+
+/// Mean of the rows in a group as column g of a p × G matrix.
+Matrix groupMeans(const Matrix& a, const Grouping& grouping) {
+    const auto groups = static_cast<int>(grouping.codes.size());
+    Matrix result(a.getNumCols(), groups);
+    for (int g = 0; g < groups; ++g) {
+        const auto group = static_cast<std::uint64_t>(g);
+        const IntVector rows(grouping.order.begin() + grouping.starts[group],
+                             grouping.order.begin() + grouping.starts[group + 1]);
+        result(Util::all, g) = Util::mean(a(rows, Util::all));
+    }
+    return result;
+}
+
+}  // namespace
+
+Matrix Util::covariance(const Matrix& a) {
+    if (a.getNumRows() < 2) throw TooFewNumRows();
+    const Vector means = mean(a);
+    Matrix scatter(a.getNumCols(), a.getNumCols());
+    Checks::routine("Covariance", [&] {
+        addScatter({a, means.data()}, 0, a.getNumRows(), scatter);
+    });
+    return dividedScatter(std::move(scatter), a.getNumRows() - 1, a.getMatrixOrder());
+}
+
+Matrix Util::correlation(const Matrix& a, bool absoluteValues) {
+    Matrix result = covariance(a);
+    const Vector deviations = sqrt(diag(result));
+    for (int i = 0; i < result.getNumRows(); ++i) {
+        for (int j = 0; j < i; ++j) {
+            const double product = deviations[static_cast<std::uint64_t>(i)] *
+                                   deviations[static_cast<std::uint64_t>(j)];
+            const double r = std::clamp(result(i, j) / product, -1.0, 1.0);
+            result(i, j) = result(j, i) = absoluteValues ? std::fabs(r) : r;
+        }
+        const bool known = !std::isnan(result(i, i));
+        result(i, i) = known ? 1.0 : result(i, i);
+    }
+    return result;
+}
+
+Matrix Util::cholesky(const Matrix& a, TriangularityType triangle) {
+    const char* operation = "Cholesky factorisation";
+    Matrix factor = symmetricFrom(operation, a, triangle);
+    Checks::routine(operation, [&] {
+        Support::potrf(memoryTriangle(factor, triangle), factor.getNumRows(), factor.data(),
+                       leadingDimension(factor));
+    });
+    const bool upper = triangle == TriangularityType::upper;
+    for (int i = 0; i < factor.getNumRows(); ++i) {
+        for (int j = 0; j < i; ++j) (upper ? factor(i, j) : factor(j, i)) = 0.0;
+    }
+    return factor;
+}
+
+SVD Util::svd(const Matrix& a) { return a.svd(); }
+Spectral Util::spectral(const Matrix& a) { return symmetricDecomposition(a); }
+
+GroupStatistic Util::groupStatistic(const Matrix& a, const IntVector& groups, bool groupCovariances,
+                                    bool pooledCovariance) {
+    const char* operation = "Group statistics";
+    Checks::counts(operation, a.getNumRows(), "rows", groups.size(), "group codes");
+    const Grouping grouping(groups);
+    const int cols = a.getNumCols();
+    GroupStatistic result;
+    result.codes_ = grouping.codes;
+    result.groupMean_ = groupMeans(a, grouping);
+    const CentredRows centred{a, result.groupMean_.data(), grouping.order.data(),
+                              grouping.groupOfRow.data()};
+    Matrix within(cols, cols);
+    Checks::routine(operation, [&] {
+        for (std::uint64_t g = 0; g < grouping.codes.size(); ++g) {
+            const int first = grouping.starts[g];
+            const int end = grouping.starts[g + 1];
+            result.sizes_.push_back(end - first);
+            if (!groupCovariances) continue;
+            Matrix scatter(cols, cols);
+            addScatter(centred, first, end, scatter);
+            within += scatter;
+            result.groupCovariance_.push_back(
+                dividedScatter(std::move(scatter), end - first - 1, a.getMatrixOrder()));
+        }
+        // Without the groups' own matrices one product over all the rows does.
+        if (!groupCovariances && pooledCovariance) {
+            addScatter(centred, 0, a.getNumRows(), within);
+        }
+    });
+    if (pooledCovariance) {
+        const auto freedom = a.getNumRows() - static_cast<std::int64_t>(grouping.codes.size());
+        result.pooledCovariance_ = dividedScatter(std::move(within), freedom, a.getMatrixOrder());
+        result.pooledMean_ = mean(a);
+    }
+    return result;
+}
+
+}  // namespace Veltrix

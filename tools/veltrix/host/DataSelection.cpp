@@ -1,0 +1,190 @@
+#include "tools/veltrix/host/DataSelection.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include <fmt/format.h>
+
+#include "support/NumberText.h"
+#include "tools/veltrix/host/UserError.h"
+
+namespace Veltrix::Tool {
+
+namespace {
+
+/// Number of single-character changes that turn one text into the other (Levenshtein 1966),
+/// whatever the case of ASCII letters.
+std::size_t editDistance(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    };
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t replaced = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+/// What to say about a name that does not exist: the nearest one, or the first ones there are.
+std::string suggestion(const std::string& name, const std::vector<std::string>& names) {
+    constexpr std::size_t kListed = 10;
+    std::size_t best = std::max<std::size_t>(1, name.size() / 3) + 1;
+    const std::string* nearest = nullptr;
+    for (const std::string& candidate : names) {
+        const std::size_t distance = editDistance(name, candidate);
+        if (distance >= best) continue;
+        best = distance;
+        nearest = &candidate;
+    }
+    if (nearest != nullptr) return fmt::format("did you mean {}?", Tool::quoted(*nearest));
+    std::string list;
+    for (std::size_t k = 0; k < std::min(names.size(), kListed); ++k) {
+        list += (k == 0 ? "" : ", ") + Tool::quoted(names[k]);
+    }
+    return "the columns are " + list + (names.size() > kListed ? ", ..." : "");
+}
+
+[[noreturn]] void failText(const ConstDataFrameColumn& cells, const UsedColumn& column) {
+    for (int i = 0; i < cells.getNumRows(); ++i) {
+        const WString cell = cells(i).toString();
+        if (cell.empty() || Support::parseNumber(cell.view())) continue;
+        throw UserError(describeCell(column, i + 1, cell.toUtf8()) + ", expected a number");
+    }
+    throw UserError(
+        fmt::format("{}: column {} holds text, expected numbers", column.option, column.name));
+}
+
+Vector readNumbers(const DataFile& data, const UsedColumn& column) {
+    const auto cells = data.frame()(Selection::all, data.columnIndex(column.option, column.name));
+    if (cells.getKind() == ColumnKind::text) failText(cells, column);
+    Vector numbers = cells.toDoubleVector();
+    const auto infinite = std::ranges::find_if(numbers, [](double x) { return std::isinf(x); });
+    if (infinite != numbers.end()) {
+        throw UserError(
+            describeCell(column, infinite - numbers.begin() + 1, Support::numberText(*infinite)) +
+            ", expected a finite number");
+    }
+    return numbers;
+}
+
+/// Positions of the cells among the levels; a missing cell is NaN.
+Vector readLevels(const DataFile& data, const UsedColumn& column, StringVector& levels) {
+    const auto cells = data.frame()(Selection::all, data.columnIndex(column.option, column.name));
+    IntVector codes;
+    levels = cells.getLevels(codes);
+    // In a column of numbers a missing cell is NaN and has a text of its own.
+    const WString missing = cells.getKind() == ColumnKind::text ? L"" : L"nan";
+    Vector result(codes.begin(), codes.end());
+    for (double& code : result) {
+        if (levels[static_cast<std::uint64_t>(code)] == missing) code = std::nan("");
+    }
+    return result;
+}
+
+/// Moves the elements of the rows to the front and drops the others; row numbers count from 1.
+void keepRows(Vector& values, const std::vector<std::int64_t>& rowNumbers) {
+    for (std::size_t k = 0; k < rowNumbers.size(); ++k) {
+        values[k] = values[static_cast<std::uint64_t>(rowNumbers[k] - 1)];
+    }
+    values.resize(rowNumbers.size());
+}
+
+}  // namespace
+
+std::string describeCell(const UsedColumn& column, std::int64_t row, std::string_view value) {
+    return fmt::format("{}: column {}, row {} holds {}", column.option, Tool::quoted(column.name),
+                       row, Tool::quoted(value));
+}
+
+DataFile::DataFile(const std::string& path, const CsvOptions& options) : path_(path) {
+    try {
+        frame_ = readCsv(path, options);
+    } catch (const UserError& error) {
+        throw UserError(std::string("--data: ") + error.what());
+    }
+    if (frame_.getNumRows() == 0) {
+        throw UserError(
+            fmt::format("--data: {} has no data rows below its header", Tool::quoted(path)));
+    }
+    for (int j = 0; j < frame_.getNumCols(); ++j) names_.push_back(frame_.getColName(j).toUtf8());
+}
+
+bool DataFile::hasColumn(const std::string& name) const {
+    return std::ranges::find(names_, name) != names_.end();
+}
+
+int DataFile::columnIndex(const std::string& option, const std::string& name) const {
+    const auto found = std::ranges::find(names_, name);
+    if (found != names_.end()) return static_cast<int>(found - names_.begin());
+    throw UserError(fmt::format("{}: no column {} in {}; {}", option, Tool::quoted(name),
+                                Tool::quoted(path_), suggestion(name, names_)));
+}
+
+NumericSelection selectNumeric(const DataFile& data, const std::vector<UsedColumn>& columns) {
+    NumericSelection selection;
+    selection.used = columns;
+    selection.rowsRead = data.numRows();
+    std::vector<char> complete(static_cast<std::size_t>(data.numRows()), 1);
+    for (const UsedColumn& column : columns) {
+        StringVector& levels = selection.levels.emplace_back();
+        selection.columns.push_back(column.byLevel ? readLevels(data, column, levels)
+                                                   : readNumbers(data, column));
+        const Vector& numbers = selection.columns.back();
+        for (std::size_t i = 0; i < complete.size(); ++i) {
+            if (std::isnan(numbers[i])) complete[i] = 0;
+        }
+    }
+    for (std::size_t i = 0; i < complete.size(); ++i) {
+        if (complete[i] != 0) selection.rowNumbers.push_back(static_cast<std::int64_t>(i) + 1);
+    }
+    if (selection.rowsLeftOut() > 0) {
+        for (Vector& column : selection.columns) keepRows(column, selection.rowNumbers);
+    }
+    return selection;
+}
+
+std::string quotedList(const StringVector& texts) {
+    constexpr std::size_t kListed = 5;
+    std::string list;
+    for (std::size_t k = 0; k < std::min<std::size_t>(texts.size(), kListed); ++k) {
+        list += (k == 0 ? "" : ", ") + Tool::quoted(texts[k].toUtf8());
+    }
+    return list + (texts.size() > kListed ? ", ..." : "");
+}
+
+std::string trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) return {};
+    return std::string(text.substr(first, text.find_last_not_of(' ') + 1 - first));
+}
+
+std::vector<std::string> splitAtCommas(std::string_view text) {
+    std::vector<std::string> parts;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t comma = std::min(text.find(',', start), text.size());
+        parts.push_back(trimmed(text.substr(start, comma - start)));
+        start = comma + 1;
+    }
+    return parts;
+}
+
+std::vector<std::string> splitNames(const DataFile& data, const std::vector<std::string>& values) {
+    std::vector<std::string> names;
+    for (const std::string& value : values) {
+        if (data.hasColumn(value)) {
+            names.push_back(value);
+            continue;
+        }
+        for (std::string& name : splitAtCommas(value)) names.push_back(std::move(name));
+    }
+    return names;
+}
+
+}  // namespace Veltrix::Tool

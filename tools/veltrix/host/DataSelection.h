@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Veltrix/Data/DataFrame.h"
+#include "Veltrix/Data/StringVector.h"
+#include "Veltrix/Data/Vector.h"
+#include "tools/veltrix/io/CsvReader.h"
+
+namespace Veltrix::Tool {
+
+/// A CSV file in memory, and its columns by name.
+class DataFile {
+  public:
+    /// Throws `UserError` when the file cannot be read or has no data rows.
+    explicit DataFile(const std::string& path, const CsvOptions& options = {});
+
+    const std::string& path() const { return path_; }
+    const DataFrame& frame() const { return frame_; }
+    std::int64_t numRows() const { return frame_.getNumRows(); }
+    const std::vector<std::string>& columnNames() const { return names_; }
+    bool hasColumn(const std::string& name) const;
+    /// Throws `UserError` that names the option and what the name may have been meant to be.
+    int columnIndex(const std::string& option, const std::string& name) const;
+
+  private:
+    std::string path_;
+    DataFrame frame_;
+    std::vector<std::string> names_;
+};
+
+/// A column that a task uses, and the option that asks for it.
+struct UsedColumn {
+    std::string option;
+    std::string name;
+    /// As the position of each cell's text among the distinct texts, not as a number.
+    bool byLevel = false;
+};
+
+/// Numeric columns without the rows in which one of them has no value.
+struct NumericSelection {
+    std::vector<UsedColumn> used;          ///< what was asked for
+    std::vector<Vector> columns;           ///< in the order asked for
+    std::vector<StringVector> levels;      ///< of the columns taken by level, ascending
+    std::vector<std::int64_t> rowNumbers;  ///< data rows of the file, counted from 1
+    std::int64_t rowsRead = 0;
+
+    std::int64_t rowsUsed() const { return static_cast<std::int64_t>(rowNumbers.size()); }
+    std::int64_t rowsLeftOut() const { return rowsRead - rowsUsed(); }
+};
+
+/// Throws `UserError` for a missing column, and, with row and value, for a cell that is text or
+/// infinite.
+NumericSelection selectNumeric(const DataFile& data, const std::vector<UsedColumn>& columns);
+
+/// For messages: option, column, row and value of a cell.
+std::string describeCell(const UsedColumn& column, std::int64_t row, std::string_view value);
+
+/// The texts in quotation marks, cut after the first few.
+std::string quotedList(const StringVector& texts);
+
+/// The text without blanks at its ends.
+std::string trimmed(std::string_view text);
+/// The parts between commas, trimmed.
+std::vector<std::string> splitAtCommas(std::string_view text);
+
+/// The names in option values: a value that is a column's name whole, else its parts between
+/// commas.
+std::vector<std::string> splitNames(const DataFile& data, const std::vector<std::string>& values);
+
+}  // namespace Veltrix::Tool

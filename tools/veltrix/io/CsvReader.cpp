@@ -1,0 +1,333 @@
+#include "tools/veltrix/io/CsvReader.h"
+
+#include <csv.h>
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "Veltrix/Data/Exception.h"
+#include "support/Files.h"
+#include "support/NumberText.h"
+#include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/TextPool.h"
+
+namespace Veltrix::Tool {
+namespace {
+
+/// A column as it is read: numbers as long as every cell is one, else codes into distinct texts.
+struct ColumnBuilder {
+    std::string name;
+    bool isText = false;
+    bool failed = false;    // text turned up among the numbers: read again as text
+    bool complete = false;  // by an earlier pass
+    Vector numbers;
+    IntVector codes;
+    TextPool levels;
+    std::vector<std::int64_t> firstRows;  // where each level stands first
+
+    void addText(std::string_view text, std::int64_t row) {
+        const int code = levels.add(text);
+        if (static_cast<std::size_t>(code) == firstRows.size()) firstRows.push_back(row);
+        codes.push_back(code);
+    }
+
+    /// Forgets the cells and makes room for so many new ones.
+    void restart(std::int64_t rows) {
+        ColumnBuilder fresh;
+        fresh.name = std::move(name);
+        fresh.isText = isText || failed;
+        *this = std::move(fresh);
+        if (isText) {
+            codes.reserve(static_cast<std::uint64_t>(rows));
+        } else {
+            numbers.reserve(static_cast<std::uint64_t>(rows));
+        }
+    }
+};
+
+/// Where a row of cells begins, for messages. The header is row 0; lines count from 1.
+std::string placeOf(std::string_view text, char delimiter, std::int64_t wanted) {
+    std::int64_t row = -1;
+    std::int64_t line = 1;
+    bool quoted = false;
+    bool lineIsEmpty = true;  // or blank: such lines are no rows
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool lineEnd = text[i] == '\n' || text[i] == '\r';
+        const bool blank = (text[i] == ' ' || text[i] == '\t') && text[i] != delimiter;
+        if (lineIsEmpty && !lineEnd && !blank) {
+            lineIsEmpty = false;
+            if (!quoted && ++row == wanted) break;
+        }
+        if (text[i] == '"') quoted = !quoted;
+        if (!lineEnd) continue;
+        lineIsEmpty = !quoted;
+        if (text.substr(i, 2) == "\r\n") ++i;
+        ++line;
+    }
+    const std::string name = wanted == 0 ? "header" : "row " + std::to_string(wanted);
+    return name + " (line " + std::to_string(line) + ")";
+}
+
+/// Goes over the text and fills the columns that are not complete. libcsv is C: what its callbacks
+/// find wrong is kept and thrown once it has returned.
+class CsvPass {
+  public:
+    CsvPass(const std::string& file, std::string_view text, const CsvOptions& options,
+            std::vector<ColumnBuilder>& columns, std::int64_t rowLimit)
+        : file_(file), text_(text), options_(options), columns_(columns), rowLimit_(rowLimit) {
+        csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
+        csv_set_delim(&parser_, static_cast<unsigned char>(options.delimiter));
+        const auto& missing = options.missing;
+        emptyIsMissing_ = std::find(missing.begin(), missing.end(), "") != missing.end();
+    }
+    CsvPass(const CsvPass&) = delete;
+    CsvPass& operator=(const CsvPass&) = delete;
+    ~CsvPass() { csv_free(&parser_); }
+
+    /// Returns the number of data rows read.
+    std::int64_t run() {
+        constexpr std::size_t kChunk = 1U << 16U;
+        for (std::size_t done = 0; done < text_.size() && !finished(); done += kChunk) {
+            const std::size_t size = std::min(kChunk, text_.size() - done);
+            const std::size_t parsed =
+                csv_parse(&parser_, text_.data() + done, size, onCell, onRow, this);
+            if (parsed != size) failParse();
+        }
+        if (!finished() && csv_fini(&parser_, onCell, onRow, this) != 0) failParse();
+        if (error_) std::rethrow_exception(error_);
+        return row_;
+    }
+
+    bool sawHeader() const { return headerDone_; }
+
+  private:
+    bool finished() const { return error_ || row_ >= rowLimit_; }
+
+    [[noreturn]] void failParse() {
+        if (error_) std::rethrow_exception(error_);
+        const int code = csv_error(&parser_);
+        if (code == CSV_ENOMEM || code == CSV_ETOOBIG) throw std::bad_alloc();
+        throw UserError(file_ + ": " + place() +
+                        ": misplaced or unclosed quotation mark; a quoted cell begins and ends "
+                        "with one, and has them doubled inside");
+    }
+
+    std::string place() const {
+        return placeOf(text_, options_.delimiter, headerDone_ ? row_ + 1 : 0);
+    }
+
+    static void onCell(void* content, std::size_t size, void* self) {
+        auto& pass = *static_cast<CsvPass*>(self);
+        pass.guard(
+            [&] { pass.addCell(std::string_view(static_cast<const char*>(content), size)); });
+    }
+
+    static void onRow(int /*lineEnd*/, void* self) {
+        auto& pass = *static_cast<CsvPass*>(self);
+        pass.guard([&] { pass.endRow(); });
+    }
+
+    template <class Work>
+    void guard(Work work) {
+        if (finished()) return;
+        try {
+            work();
+        } catch (...) {
+            error_ = std::current_exception();
+        }
+    }
+
+    void addCell(std::string_view cell) {
+        const std::size_t place = column_++;
+        if (!headerDone_) {
+            if (columns_.size() <= place) columns_.emplace_back();
+            columns_[place].name = cell;
+            return;
+        }
+        if (place >= columns_.size()) return;  // counted, and refused at the end of the row
+        ColumnBuilder& column = columns_[place];
+        if (column.complete || column.failed) return;
+        const bool missing = isMissing(cell);
+        if (column.isText) {
+            column.addText(missing ? std::string_view() : cell, row_);
+            return;
+        }
+        const std::optional<double> number =
+            missing ? std::numeric_limits<double>::quiet_NaN() : Support::parseNumber(cell);
+        if (number) {
+            column.numbers.push_back(*number);
+        } else {
+            column.failed = true;
+            column.numbers = Vector();
+        }
+    }
+
+    bool isMissing(std::string_view cell) const {
+        if (cell.empty()) return emptyIsMissing_;
+        for (const std::string& text : options_.missing) {
+            if (cell == text) return true;
+        }
+        return false;
+    }
+
+    void endRow() {
+        if (!headerDone_) {
+            headerDone_ = true;
+        } else if (column_ != columns_.size()) {
+            throw UserError(file_ + ": " + place() + " has " + std::to_string(column_) +
+                            " cells, the header has " + std::to_string(columns_.size()));
+        } else {
+            ++row_;
+        }
+        column_ = 0;
+    }
+
+    const std::string& file_;
+    std::string_view text_;
+    const CsvOptions& options_;
+    std::vector<ColumnBuilder>& columns_;
+    std::int64_t rowLimit_;
+    csv_parser parser_{};
+    bool emptyIsMissing_ = false;
+    bool headerDone_ = false;
+    std::size_t column_ = 0;
+    std::int64_t row_ = 0;
+    std::exception_ptr error_;
+};
+
+/// The text without its byte order mark.
+std::string_view checkedText(const std::string& file, std::string_view text) {
+    if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
+        throw UserError(file + ": UTF-16 text, expected UTF-8");
+    }
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    if (text.find('\0') != std::string_view::npos) {
+        throw UserError(file + ": holds a NUL byte, which no text file does");
+    }
+    return text;
+}
+
+void checkNames(const std::string& file, const std::vector<ColumnBuilder>& columns) {
+    std::unordered_set<std::string_view> names;
+    for (std::size_t j = 0; j < columns.size(); ++j) {
+        const std::string where = file + ": header, column " + std::to_string(j + 1);
+        if (columns[j].name.empty()) throw UserError(where + " has no name");
+        if (!names.insert(columns[j].name).second) {
+            throw UserError(where + ": the name " + Tool::quoted(columns[j].name) +
+                            " stands there a second time");
+        }
+    }
+}
+
+/// Text from UTF-8; `where` says where it stands when it is none.
+template <class Where>
+WString decode(std::string_view text, Where where) {
+    try {
+        return WString::fromUtf8(text);
+    } catch (const Exception& exception) {
+        throw UserError(where() + ": " + oneLine(exception.what()));
+    }
+}
+
+/// Number of rows, from above: each ends a line and has a byte a cell.
+std::int64_t mostRows(std::string_view text, std::size_t columns) {
+    const auto lines = 1 + std::max(std::count(text.begin(), text.end(), '\n'),
+                                    std::count(text.begin(), text.end(), '\r'));
+    return std::min<std::int64_t>(lines, static_cast<std::int64_t>(text.size() / columns) + 1);
+}
+
+void checkDelimiter(char delimiter) {
+    if (std::string_view("\"\r\n\0", 4).find(delimiter) == std::string_view::npos) return;
+    throw UserError("delimiter: a quotation mark, a line end and NUL cannot separate cells");
+}
+
+/// Reads all columns: their kinds from the first rows, everything in one pass over the file, and
+/// columns whose first text comes late in another.
+std::vector<ColumnBuilder> readColumns(const std::string& file, std::string_view text,
+                                       const CsvOptions& options) {
+    constexpr std::int64_t kFirstRows = 1000;
+    constexpr std::int64_t kMostRows = std::numeric_limits<std::int32_t>::max();
+    std::vector<ColumnBuilder> columns;
+    CsvPass first(file, text, options, columns, kFirstRows);
+    first.run();
+    if (!first.sawHeader()) throw UserError(file + ": empty, expected a header row");
+    checkNames(file, columns);
+
+    for (ColumnBuilder& column : columns) {
+        const auto& wanted = options.textColumns;
+        column.isText = column.isText || options.allText ||
+                        std::find(wanted.begin(), wanted.end(), column.name) != wanted.end();
+    }
+    const std::int64_t room = std::min(mostRows(text, columns.size()), kMostRows);
+    for (ColumnBuilder& column : columns) column.restart(room);
+    for (bool again = true; again;) {
+        if (CsvPass(file, text, options, columns, kMostRows).run() >= kMostRows) {
+            throw UserError(file + ": more rows than a table can hold");
+        }
+        again = false;
+        for (ColumnBuilder& column : columns) {
+            again = again || column.failed;
+            if (column.failed) {
+                column.restart(room);
+            } else {
+                column.complete = true;
+            }
+        }
+    }
+    return columns;
+}
+
+/// The finished column, moved into the frame.
+void appendTo(DataFrame& frame, const std::string& file, std::string_view text, char delimiter,
+              ColumnBuilder column) {
+    const WString name = decode(column.name, [&] {
+        return file + ": header, column " + std::to_string(frame.getNumCols() + 1);
+    });
+    if (!column.isText) {
+        column.numbers.setName(name);
+        frame.append(std::move(column.numbers));
+        return;
+    }
+    const std::vector<std::string_view>& texts = column.levels.texts();
+    StringVector levels;
+    levels.reserve(texts.size());
+    for (std::size_t level = 0; level < texts.size(); ++level) {
+        levels.push_back(decode(texts[level], [&] {
+            return file + ": " + placeOf(text, delimiter, column.firstRows[level] + 1) +
+                   ", column " + Tool::quoted(column.name);
+        }));
+    }
+    frame.append(name, std::move(column.codes), std::move(levels));
+}
+
+std::string readText(const std::string& path) {
+    try {
+        return Support::readFile(path);
+    } catch (const Support::FileError& error) {
+        throw UserError(oneLine(error.what()));
+    }
+}
+
+}  // namespace
+
+DataFrame readCsv(const std::string& path, const CsvOptions& options) {
+    const std::string file = oneLine(path);
+    const std::string bytes = readText(path);
+    checkDelimiter(options.delimiter);
+    const std::string_view text = checkedText(file, bytes);
+    std::vector<ColumnBuilder> columns = readColumns(file, text, options);
+    DataFrame frame(
+        decode(std::filesystem::path(path).stem().string(), [&] { return std::string(file); }));
+    for (ColumnBuilder& column : columns) {
+        appendTo(frame, file, text, options.delimiter, std::move(column));
+    }
+    return frame;
+}
+
+}  // namespace Veltrix::Tool
