@@ -60,9 +60,13 @@ function(veltrix_link target scope)
     endforeach()
 endfunction()
 
-# veltrix_add_shared(name FOLDERS folder... PUBLIC target... PRIVATE target...)
+# veltrix_add_shared(name API mark FOLDERS folder... PUBLIC target... PRIVATE target...)
+# What the library marks with VELTRIX_<mark>_API it exports; other libraries import it.
 function(veltrix_add_shared name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FOLDERS;PUBLIC;PRIVATE")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "API" "FOLDERS;PUBLIC;PRIVATE")
+    if(NOT arg_API)
+        message(FATAL_ERROR "${name}: no API mark")
+    endif()
     veltrix_sources(sources ${arg_FOLDERS})
     if(NOT sources)
         message(STATUS "${name}: no sources, left out")
@@ -72,9 +76,9 @@ function(veltrix_add_shared name)
     add_library(Veltrix::${name} ALIAS ${name})
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION}
-        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+        DEFINE_SYMBOL VELTRIX_BUILDING_${arg_API})
     target_compile_features(${name} PUBLIC cxx_std_20)
-    target_compile_definitions(${name} PRIVATE VELTRIX_BUILDING)
     target_include_directories(${name} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

@@ -32,12 +32,12 @@ typedef struct VtxStringArray VtxStringArray;
 ///   random start;
 /// - 2 when there is not enough memory;
 /// - 3 for anything else.
-VELTRIX_API int RunCluster(unsigned numColumns, int numRows, const double* values,
-                           unsigned numClusters, unsigned maxIterations, unsigned numRandomStarts,
-                           unsigned seed, int* out);
+VELTRIX_ENGINE_API int RunCluster(unsigned numColumns, int numRows, const double* values,
+                                  unsigned numClusters, unsigned maxIterations,
+                                  unsigned numRandomStarts, unsigned seed, int* out);
 
 /// Frees wide strings that another export handed out; a null pointer is ignored.
-VELTRIX_API void VTX_DeleteStringArray(VtxStringArray* strings);
+VELTRIX_ENGINE_API void VTX_DeleteStringArray(VtxStringArray* strings);
 
 #ifdef __cplusplus
 }

@@ -12,7 +12,7 @@ namespace Veltrix {
 
 /// Conversions between cells, frames and containers, independent of any locale. Text that is not a
 /// number throws the conversion library's bad-cast error (`std::bad_cast`).
-class VELTRIX_API Convert {
+class VELTRIX_DATA_API Convert {
   public:
     Convert() = delete;
 

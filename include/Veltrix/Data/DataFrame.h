@@ -23,7 +23,7 @@ namespace Veltrix {
 ///
 /// An index or name that does not exist, and a column whose length differs from the frame's, throw
 /// `Exception` that names the operation and what was found; the frame is then as it was.
-class VELTRIX_API DataFrame {
+class VELTRIX_DATA_API DataFrame {
   public:
     DataFrame() = default;
     explicit DataFrame(const WString& name);
@@ -110,7 +110,7 @@ class VELTRIX_API DataFrame {
 };
 
 /// A sequence of frames.
-class VELTRIX_API DataFrameVector {
+class VELTRIX_DATA_API DataFrameVector {
   public:
     DataFrameVector() = default;
     explicit DataFrameVector(std::uint64_t count) : frames_(count) {}

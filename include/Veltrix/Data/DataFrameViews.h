@@ -15,7 +15,7 @@ enum class ColumnKind : int { numeric = 0, integer = 1, text = 2 };
 
 /// Read-only live view of one cell of a frame. Views stay valid as long as the frame lives and its
 /// column is not removed; they refer to the frame, so moving the frame away invalidates them.
-class VELTRIX_API ConstDataFrameElement {
+class VELTRIX_DATA_API ConstDataFrameElement {
   public:
     ConstDataFrameElement(const DataFrame& frame, int row, int col) noexcept
         : frame_(&frame), row_(row), col_(col) {}
@@ -47,7 +47,7 @@ class VELTRIX_API ConstDataFrameElement {
 /// Live view of one cell; assigning writes into the frame. A number written into a text column is
 /// written as its text; a double that is not whole turns a column of whole numbers into a numeric
 /// one; text written into a numeric column turns that column into a text column.
-class VELTRIX_API DataFrameElement : public ConstDataFrameElement {
+class VELTRIX_DATA_API DataFrameElement : public ConstDataFrameElement {
   public:
     DataFrameElement(DataFrame& frame, int row, int col) noexcept
         : ConstDataFrameElement(frame, row, col), target_(&frame) {}
@@ -67,7 +67,7 @@ class VELTRIX_API DataFrameElement : public ConstDataFrameElement {
 };
 
 /// Read-only live view of one column of a frame.
-class VELTRIX_API ConstDataFrameColumn {
+class VELTRIX_DATA_API ConstDataFrameColumn {
   public:
     ConstDataFrameColumn(const DataFrame& frame, int col) noexcept : frame_(&frame), col_(col) {}
     ConstDataFrameColumn(const ConstDataFrameColumn&) = default;
@@ -104,7 +104,7 @@ class VELTRIX_API ConstDataFrameColumn {
 };
 
 /// Live view of one column of a frame.
-class VELTRIX_API DataFrameColumn : public ConstDataFrameColumn {
+class VELTRIX_DATA_API DataFrameColumn : public ConstDataFrameColumn {
   public:
     DataFrameColumn(DataFrame& frame, int col) noexcept
         : ConstDataFrameColumn(frame, col), target_(&frame) {}
@@ -120,7 +120,7 @@ class VELTRIX_API DataFrameColumn : public ConstDataFrameColumn {
 };
 
 /// Read-only live view of one row of a frame.
-class VELTRIX_API ConstDataFrameRow {
+class VELTRIX_DATA_API ConstDataFrameRow {
   public:
     ConstDataFrameRow(const DataFrame& frame, int row) noexcept : frame_(&frame), row_(row) {}
     ConstDataFrameRow(const ConstDataFrameRow&) = default;
@@ -140,7 +140,7 @@ class VELTRIX_API ConstDataFrameRow {
 };
 
 /// Live view of one row of a frame.
-class VELTRIX_API DataFrameRow : public ConstDataFrameRow {
+class VELTRIX_DATA_API DataFrameRow : public ConstDataFrameRow {
   public:
     DataFrameRow(DataFrame& frame, int row) noexcept
         : ConstDataFrameRow(frame, row), target_(&frame) {}

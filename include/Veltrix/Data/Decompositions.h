@@ -17,7 +17,7 @@ namespace Veltrix {
 /// tree; Demmel, Grigori, Hoemmen and Langou 2012, "Communication-optimal parallel and sequential
 /// QR and LU factorizations") and the pivoted factorisation runs on the p × p triangle, which
 /// gives the same factors up to the signs of the rows of R.
-class VELTRIX_API QR {
+class VELTRIX_DATA_API QR {
   public:
     QR() = default;
 
@@ -58,7 +58,7 @@ class VELTRIX_API QR {
 /// Thin singular value decomposition A = U diag(s) V, k = min(n, p), s descending. In every left
 /// vector the entry of largest absolute value (the first on ties) is positive, so results do not
 /// flip between linear-algebra back ends.
-class VELTRIX_API SVD {
+class VELTRIX_DATA_API SVD {
   public:
     SVD() = default;
     SVD(Vector singularValues, Matrix left, Matrix right);
@@ -77,7 +77,7 @@ class VELTRIX_API SVD {
 
 /// Eigenvalues and orthonormal eigenvectors (one per column) of a symmetric matrix, ascending when
 /// computed. In every vector the entry of largest absolute value (the first on ties) is positive.
-class VELTRIX_API Spectral {
+class VELTRIX_DATA_API Spectral {
   public:
     Spectral() = default;
     Spectral(Vector eigenvalues, Matrix eigenvectors);
@@ -97,7 +97,7 @@ class VELTRIX_API Spectral {
 
 /// Means and covariances of the rows of an n × p matrix by group, groups in ascending order of
 /// their code. Statistics that were not asked for are empty.
-class VELTRIX_API GroupStatistic {
+class VELTRIX_DATA_API GroupStatistic {
   public:
     GroupStatistic() = default;
 
@@ -146,20 +146,20 @@ struct DesignRows {
 /// as well. Works in row blocks that fit the cache, so memory beyond the operands does not grow
 /// with n. Throws `Exception` when lengths disagree, and naming row and column (counted from 0)
 /// when an entry of X, b or the scale is NaN or infinite.
-VELTRIX_API Matrix triangularise(const DesignRows& design, const Vector& b);
+VELTRIX_DATA_API Matrix triangularise(const DesignRows& design, const Vector& b);
 
 /// The leading p × p part alone.
-VELTRIX_API Matrix triangularise(const DesignRows& design);
+VELTRIX_DATA_API Matrix triangularise(const DesignRows& design);
 
 /// Squared lengths of the rows of D(:, columns)·T, length n, for a T with as many rows as there
 /// are `columns` (leverages for T = R⁻¹). A triangular T costs half of a full one.
-VELTRIX_API Vector rowSquaredNorms(const DesignRows& design, const IntVector& columns,
-                                   const Matrix& t);
+VELTRIX_DATA_API Vector rowSquaredNorms(const DesignRows& design, const IntVector& columns,
+                                        const Matrix& t);
 
 /// Dᵀ(b − Dβ) with b scaled as D is, length p: 0 at the least-squares solution. Sums run in twice
 /// the working precision, so that what is left at a solution that is right to a few digits comes
 /// out right as well; the basis of iterative refinement. Throws `Exception` when lengths disagree.
-VELTRIX_API Vector normalResidual(const DesignRows& design, const Vector& b,
-                                  const Vector& coefficients);
+VELTRIX_DATA_API Vector normalResidual(const DesignRows& design, const Vector& b,
+                                       const Vector& coefficients);
 
 }  // namespace Veltrix

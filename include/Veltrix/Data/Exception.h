@@ -10,7 +10,7 @@ namespace Veltrix {
 /// Base of every exception that the libraries throw themselves: a narrow message (UTF-8) and an
 /// integer code. Misuse of a container says which operation failed, which argument was wrong, what
 /// was expected and what was found.
-class VELTRIX_API Exception : public std::exception {
+class VELTRIX_DATA_API Exception : public std::exception {
   public:
     explicit Exception(std::string message, int code = 0);
     Exception(const Exception&) = default;
@@ -29,7 +29,7 @@ class VELTRIX_API Exception : public std::exception {
 };
 
 /// Shapes disagree: a matrix that must be square or conformable is not.
-class VELTRIX_API NumElementsMismatch : public Exception {
+class VELTRIX_DATA_API NumElementsMismatch : public Exception {
   public:
     NumElementsMismatch();
     NumElementsMismatch(const NumElementsMismatch&) = default;
@@ -40,7 +40,7 @@ class VELTRIX_API NumElementsMismatch : public Exception {
 };
 
 /// A data set has too few records for the requested operation.
-class VELTRIX_API TooFewNumRows : public Exception {
+class VELTRIX_DATA_API TooFewNumRows : public Exception {
   public:
     TooFewNumRows();
     TooFewNumRows(const TooFewNumRows&) = default;

@@ -11,7 +11,7 @@ namespace Veltrix::Engine {
 
 /// Maps text columns of a frame to integer codes and back. Codes are the positions in the ascending
 /// list of a column's distinct values.
-class VELTRIX_API Factorizer {
+class VELTRIX_DATA_API Factorizer {
   public:
     /// What is known of one fitted column.
     struct ColumnInfo {

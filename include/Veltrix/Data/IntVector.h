@@ -15,7 +15,7 @@ namespace Veltrix {
 /// A growable sequence of signed 32-bit integers with a name: index sets, class codes, counts and
 /// permutations. Element access by `operator[]` is unchecked in release builds; everything else
 /// that can be misused throws `Exception`.
-class VELTRIX_API IntVector {
+class VELTRIX_DATA_API IntVector {
   public:
     using value_type = std::int32_t;
 

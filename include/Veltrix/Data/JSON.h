@@ -6,7 +6,7 @@
 namespace Veltrix::JSON {
 
 /// An object that can write itself as JSON.
-class VELTRIX_API StringExportable {
+class VELTRIX_DATA_API StringExportable {
   public:
     virtual ~StringExportable();
 
@@ -27,7 +27,7 @@ class VELTRIX_API StringExportable {
 };
 
 /// An object that can read itself from JSON.
-class VELTRIX_API StringImportable {
+class VELTRIX_DATA_API StringImportable {
   public:
     virtual ~StringImportable();
 

@@ -27,7 +27,7 @@ class SVD;
 /// negative sizes, an index out of range in a selection) throws `Exception` that names operation,
 /// argument, expected and found values. Results of selections and arithmetic have the storage
 /// order and the name of the (left) operand.
-class VELTRIX_API Matrix {
+class VELTRIX_DATA_API Matrix {
   public:
     /// 0 rows, 0 columns.
     Matrix() = default;
@@ -169,19 +169,19 @@ class VELTRIX_API Matrix {
     WString name_;
 };
 
-VELTRIX_API Matrix operator+(Matrix a, const Matrix& b);
-VELTRIX_API Matrix operator-(Matrix a, const Matrix& b);
+VELTRIX_DATA_API Matrix operator+(Matrix a, const Matrix& b);
+VELTRIX_DATA_API Matrix operator-(Matrix a, const Matrix& b);
 /// Matrix product.
-VELTRIX_API Matrix operator*(const Matrix& a, const Matrix& b);
-VELTRIX_API Vector operator*(const Matrix& a, const Vector& x);
+VELTRIX_DATA_API Matrix operator*(const Matrix& a, const Matrix& b);
+VELTRIX_DATA_API Vector operator*(const Matrix& a, const Vector& x);
 /// Element-wise product.
-VELTRIX_API Matrix operator%(Matrix a, const Matrix& b);
+VELTRIX_DATA_API Matrix operator%(Matrix a, const Matrix& b);
 /// Element-wise quotient.
-VELTRIX_API Matrix operator/(Matrix a, const Matrix& b);
-VELTRIX_API Matrix operator/(Matrix a, double divisor);
-VELTRIX_API Matrix operator*(Matrix a, double factor);
-VELTRIX_API Matrix operator*(double factor, Matrix a);
+VELTRIX_DATA_API Matrix operator/(Matrix a, const Matrix& b);
+VELTRIX_DATA_API Matrix operator/(Matrix a, double divisor);
+VELTRIX_DATA_API Matrix operator*(Matrix a, double factor);
+VELTRIX_DATA_API Matrix operator*(double factor, Matrix a);
 /// value − every element.
-VELTRIX_API Matrix operator-(double value, Matrix a);
+VELTRIX_DATA_API Matrix operator-(double value, Matrix a);
 
 }  // namespace Veltrix

@@ -10,7 +10,7 @@ namespace Veltrix {
 
 /// Read-only live view of one row of a matrix. Views stay valid until the matrix is resized,
 /// transposed, assigned or destroyed.
-class VELTRIX_API ConstMatrixRow {
+class VELTRIX_DATA_API ConstMatrixRow {
   public:
     explicit ConstMatrixRow(StridedView<const double> elements) noexcept : elements_(elements) {}
     ConstMatrixRow(const ConstMatrixRow&) = default;
@@ -27,7 +27,7 @@ class VELTRIX_API ConstMatrixRow {
 
 /// Live view of one row of a matrix; writing through it writes into the matrix. Operands must have
 /// as many elements as the row, otherwise `Exception` is thrown and nothing is written.
-class VELTRIX_API MatrixRow : public ConstMatrixRow {
+class VELTRIX_DATA_API MatrixRow : public ConstMatrixRow {
   public:
     explicit MatrixRow(StridedView<double> elements) noexcept
         : ConstMatrixRow(elements), target_(elements) {}
@@ -56,7 +56,7 @@ class VELTRIX_API MatrixRow : public ConstMatrixRow {
 };
 
 /// Read-only live view of one column of a matrix.
-class VELTRIX_API ConstMatrixColumn {
+class VELTRIX_DATA_API ConstMatrixColumn {
   public:
     explicit ConstMatrixColumn(StridedView<const double> elements) noexcept : elements_(elements) {}
     ConstMatrixColumn(const ConstMatrixColumn&) = default;
@@ -73,7 +73,7 @@ class VELTRIX_API ConstMatrixColumn {
 
 /// Live view of one column of a matrix; writing through it writes into the matrix. Operands must
 /// have as many elements as the column, otherwise `Exception` is thrown and nothing is written.
-class VELTRIX_API MatrixColumn : public ConstMatrixColumn {
+class VELTRIX_DATA_API MatrixColumn : public ConstMatrixColumn {
   public:
     explicit MatrixColumn(StridedView<double> elements) noexcept
         : ConstMatrixColumn(elements), target_(elements) {}

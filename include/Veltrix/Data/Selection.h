@@ -13,7 +13,7 @@ enum All { all };
 }  // namespace Selection
 
 /// A set of indexes to leave out of a selection; made by `Util::except` only.
-class VELTRIX_API Except {
+class VELTRIX_DATA_API Except {
   public:
     const IntVector& getIndexes() const noexcept { return indexes_; }
     /// The integers of [0, count) that are not in the set, ascending. Throws `Exception` when the

@@ -13,8 +13,8 @@ namespace Veltrix::Storage {
 
 /// Memory aligned to 64 bytes; large blocks ask for huge pages, which makes the first touch of
 /// fresh memory several times cheaper. Throws `std::bad_alloc`.
-VELTRIX_API void* allocate(std::size_t bytes);
-VELTRIX_API void release(void* memory, std::size_t bytes) noexcept;
+VELTRIX_DATA_API void* allocate(std::size_t bytes);
+VELTRIX_DATA_API void release(void* memory, std::size_t bytes) noexcept;
 
 /// Allocator behind the containers. Default construction leaves arithmetic values uninitialised,
 /// so that storage about to be filled is not written twice; fills are always asked for by value.

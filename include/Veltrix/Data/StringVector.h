@@ -11,7 +11,7 @@
 namespace Veltrix {
 
 /// A growable sequence of `WString`: column names, class labels, category levels.
-class VELTRIX_API StringVector {
+class VELTRIX_DATA_API StringVector {
   public:
     using value_type = WString;
 

@@ -18,7 +18,7 @@ namespace Veltrix {
 /// of range and negative counts throw `Exception` that names operation, argument, expected and
 /// found. Unless said otherwise NaN propagates, an empty operand gives an empty result, and the
 /// largest or smallest value, or its place, asked of an empty operand throws.
-class VELTRIX_API Util {
+class VELTRIX_DATA_API Util {
   public:
     Util() = delete;
 
@@ -229,6 +229,6 @@ class VELTRIX_API Util {
 /// diagonal, no negative entry; 2 = square, symmetric, no negative entry (similarities). Symmetry
 /// is `Util::equal` of the two entries, zero `Util::isZero`. NaN entries do not clear a flag; an
 /// empty matrix has neither.
-VELTRIX_API int validateDistanceMatrix(const Matrix& distances);
+VELTRIX_DATA_API int validateDistanceMatrix(const Matrix& distances);
 
 }  // namespace Veltrix

@@ -17,7 +17,7 @@ namespace Veltrix {
 /// Element access by `operator[]` is unchecked in release builds; everything else that can be
 /// misused throws `Exception`. Element-wise arithmetic of two vectors needs equal lengths and
 /// throws otherwise; the result has the name of the left operand.
-class VELTRIX_API Vector {
+class VELTRIX_DATA_API Vector {
   public:
     using value_type = double;
     using iterator = double*;
@@ -100,18 +100,18 @@ class VELTRIX_API Vector {
     WString name_;
 };
 
-VELTRIX_API Vector operator+(Vector a, const Vector& b);
-VELTRIX_API Vector operator-(Vector a, const Vector& b);
-VELTRIX_API Vector operator*(Vector a, const Vector& b);
-VELTRIX_API Vector operator/(Vector a, const Vector& b);
-VELTRIX_API Vector operator+(Vector a, double b);
-VELTRIX_API Vector operator-(Vector a, double b);
-VELTRIX_API Vector operator*(Vector a, double b);
-VELTRIX_API Vector operator/(Vector a, double b);
-VELTRIX_API Vector operator+(double a, Vector b);
-VELTRIX_API Vector operator-(double a, Vector b);
-VELTRIX_API Vector operator*(double a, Vector b);
-VELTRIX_API Vector operator/(double a, Vector b);
+VELTRIX_DATA_API Vector operator+(Vector a, const Vector& b);
+VELTRIX_DATA_API Vector operator-(Vector a, const Vector& b);
+VELTRIX_DATA_API Vector operator*(Vector a, const Vector& b);
+VELTRIX_DATA_API Vector operator/(Vector a, const Vector& b);
+VELTRIX_DATA_API Vector operator+(Vector a, double b);
+VELTRIX_DATA_API Vector operator-(Vector a, double b);
+VELTRIX_DATA_API Vector operator*(Vector a, double b);
+VELTRIX_DATA_API Vector operator/(Vector a, double b);
+VELTRIX_DATA_API Vector operator+(double a, Vector b);
+VELTRIX_DATA_API Vector operator-(double a, Vector b);
+VELTRIX_DATA_API Vector operator*(double a, Vector b);
+VELTRIX_DATA_API Vector operator/(double a, Vector b);
 
 inline double* begin(Vector& v) noexcept { return v.data(); }
 inline double* end(Vector& v) noexcept { return v.data() + v.size(); }

@@ -13,7 +13,7 @@ namespace Veltrix {
 /// A wide-character string with value semantics: names, labels and text cells. A unit is a
 /// `wchar_t` (UTF-16 or UTF-32, as the platform has it). Ordered unit by unit, so the order does
 /// not depend on a locale; hashable, so it can key ordered and unordered maps.
-class VELTRIX_API WString {
+class VELTRIX_DATA_API WString {
   public:
     WString() = default;
     WString(const wchar_t* text) : text_(text) {}           // NOLINT(google-explicit-constructor)

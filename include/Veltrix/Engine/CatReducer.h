@@ -13,7 +13,7 @@ namespace Veltrix::Engine {
 
 /// Reduces a categorical variable to k codes: the k − 1 most frequent levels get codes 1 to k − 1,
 /// most frequent first and equal counts in ascending order of the level; all others share code k.
-class VELTRIX_API CatReducer : public JSON::StringExportable, public JSON::StringImportable {
+class VELTRIX_ENGINE_API CatReducer : public JSON::StringExportable, public JSON::StringImportable {
   public:
     using Mapper = std::unordered_map<WString, int>;
 

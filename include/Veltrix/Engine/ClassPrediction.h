@@ -17,11 +17,11 @@ namespace Veltrix::Classification::Engine {
 /// the label of its largest probability; ties go to the larger prior when priors are given, then to
 /// the first column. Priors whose length is not the number of columns are ignored. A cell that is
 /// not a number throws the bad-cast error.
-VELTRIX_API DataFrame predict(const DataFrame& posteriors);
-VELTRIX_API DataFrame predict(const DataFrame& posteriors, const Vector& priors);
-VELTRIX_API DataFrame predict(const DataFrame& posteriors, const Vector& priors,
-                              const WString& successClass, double cutoff);
-VELTRIX_API DataFrame predict(const DataFrame& posteriors, const WString& successClass,
-                              double cutoff);
+VELTRIX_ENGINE_API DataFrame predict(const DataFrame& posteriors);
+VELTRIX_ENGINE_API DataFrame predict(const DataFrame& posteriors, const Vector& priors);
+VELTRIX_ENGINE_API DataFrame predict(const DataFrame& posteriors, const Vector& priors,
+                                     const WString& successClass, double cutoff);
+VELTRIX_ENGINE_API DataFrame predict(const DataFrame& posteriors, const WString& successClass,
+                                     double cutoff);
 
 }  // namespace Veltrix::Classification::Engine

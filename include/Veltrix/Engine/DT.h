@@ -63,9 +63,9 @@ class TreeJson;
 /// parameters or not, columns of numbers when listed. A response beyond 1e150 is refused as well:
 /// its squares would overflow. Growth takes O(p n log n) to sort and O(p n) a level; memory beyond
 /// the data is about half of it and 200 bytes a node.
-class VELTRIX_API Model : public BinaryTree,
-                          public JSON::StringExportable,
-                          public JSON::StringImportable {
+class VELTRIX_ENGINE_API Model : public BinaryTree,
+                                 public JSON::StringExportable,
+                                 public JSON::StringImportable {
   public:
     Model() = default;
     explicit Model(Params params) : params_(std::move(params)) {}
@@ -189,7 +189,7 @@ namespace Classification {
 /// more than 20 categories is searched in the order of the categories' class shares when there are
 /// two classes, which finds the same best measure unless `minRecords` rules it out; with three or
 /// more it is refused with an `Exception` that names it.
-class VELTRIX_API Model : public DT::Model, public Engine::Classification::Modelable {
+class VELTRIX_ENGINE_API Model : public DT::Model, public Engine::Classification::Modelable {
   public:
     Model() = default;
     explicit Model(Params params) : DT::Model(std::move(params)) {}
@@ -255,7 +255,7 @@ namespace Regression {
 ///
 /// A column of more than 20 categories is searched in the order of the categories' mean responses,
 /// which finds the same best measure unless `minRecords` rules it out.
-class VELTRIX_API Model : public DT::Model {
+class VELTRIX_ENGINE_API Model : public DT::Model {
   public:
     Model() = default;
     explicit Model(Params params) : DT::Model(std::move(params)) {}

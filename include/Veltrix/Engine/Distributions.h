@@ -12,17 +12,17 @@ namespace Veltrix::Engine::Distributions {
 
 /// P(T > x) for Student's t with `nu` degrees of freedom; for nu above 1e10 the normal
 /// tail with its term in 1/nu.
-VELTRIX_API double studentTUpperTail(double x, double nu);
+VELTRIX_ENGINE_API double studentTUpperTail(double x, double nu);
 /// The x with P(T ≤ x) = p, 0 ≤ p ≤ 1 (±infinity at the ends).
-VELTRIX_API double studentTQuantile(double p, double nu);
+VELTRIX_ENGINE_API double studentTQuantile(double p, double nu);
 /// P(F > f) for the F distribution with (d1, d2) degrees of freedom, f ≥ 0; 1 at f = 0, 0 at
 /// infinity.
-VELTRIX_API double fUpperTail(double f, double d1, double d2);
+VELTRIX_ENGINE_API double fUpperTail(double f, double d1, double d2);
 /// P(X > x) for the chi-square distribution, x ≥ 0.
-VELTRIX_API double chiSquareUpperTail(double x, double nu);
+VELTRIX_ENGINE_API double chiSquareUpperTail(double x, double nu);
 /// P(Z > x) for the standard normal distribution.
-VELTRIX_API double normalUpperTail(double x);
+VELTRIX_ENGINE_API double normalUpperTail(double x);
 /// The x with P(Z ≤ x) = p, 0 ≤ p ≤ 1 (±infinity at the ends).
-VELTRIX_API double normalQuantile(double p);
+VELTRIX_ENGINE_API double normalQuantile(double p);
 
 }  // namespace Veltrix::Engine::Distributions

@@ -15,7 +15,7 @@ namespace Veltrix::Engine {
 /// One-hot encoding: replaces a categorical column by one 0/1 column per category, 1 in the rows
 /// that hold the category. No category is left out as a base. A missing cell of a text column is
 /// the empty text, a category like any other; cells of a column of numbers are taken by their text.
-class VELTRIX_API Encoder : public JSON::StringExportable, public JSON::StringImportable {
+class VELTRIX_ENGINE_API Encoder : public JSON::StringExportable, public JSON::StringImportable {
   public:
     /// The categories of one column and the positions of their indicator columns: 0, 1, …, each
     /// once.

@@ -70,7 +70,7 @@ struct ClusterSummary {
 /// number of records, or numRandomStarts is below 1. Columns that differ in number from the fit and
 /// values that are not finite are refused by the queries as well. A fitted model may be read from
 /// several threads.
-class VELTRIX_API Model : public JSON::StringExportable, public JSON::StringImportable {
+class VELTRIX_ENGINE_API Model : public JSON::StringExportable, public JSON::StringImportable {
   public:
     Model() = default;
     explicit Model(const Params& params) : params_(params) {}

@@ -48,7 +48,7 @@ struct KSearchInfo {
 };
 
 /// What both forms share: the training features and record weights.
-class VELTRIX_API Model : public Weightable {
+class VELTRIX_ENGINE_API Model : public Weightable {
   public:
     using Weightable::fit;
     /// The frame forms convert their columns (bad-cast error when a cell is not a number).
@@ -89,10 +89,10 @@ namespace Classification::KNN {
 /// finite, and `std::out_of_range` when a label has no prior or is no class; the model is then as
 /// it was before. A second fit keeps the weights, priors and classes of the first unless they are
 /// set anew.
-class VELTRIX_API Model : public Engine::KNN::Model,
-                          public Modelable,
-                          public JSON::StringExportable,
-                          public JSON::StringImportable {
+class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
+                                 public Modelable,
+                                 public JSON::StringExportable,
+                                 public JSON::StringImportable {
   public:
     using WeightingScheme = KNearestNeighbors::WeightingScheme;
     using KSearchInfo = Engine::KNN::KSearchInfo;
@@ -162,9 +162,9 @@ namespace Regression::KNN {
 /// `Exception` when there is no record, lengths differ, or a weight is negative or not finite; the
 /// model is then as it was before. A second fit keeps the weights of the first unless they are set
 /// anew.
-class VELTRIX_API Model : public Engine::KNN::Model,
-                          public JSON::StringExportable,
-                          public JSON::StringImportable {
+class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
+                                 public JSON::StringExportable,
+                                 public JSON::StringImportable {
   public:
     using WeightingScheme = KNearestNeighbors::WeightingScheme;
     using KSearchInfo = Engine::KNN::KSearchInfo;

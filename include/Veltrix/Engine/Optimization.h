@@ -18,7 +18,7 @@ namespace Veltrix::Engine::Optimization {
 /// maximum number of iterations. f may return any double: a value that is not finite counts as not
 /// decreased, so it is never the result unless it stands at the start, and a gradient that is not
 /// finite ends the search at the point reached.
-class VELTRIX_API QuasiNewtonOptimizer {
+class VELTRIX_ENGINE_API QuasiNewtonOptimizer {
   public:
     QuasiNewtonOptimizer() = default;
     QuasiNewtonOptimizer(const QuasiNewtonOptimizer&) = default;
@@ -65,7 +65,7 @@ class VELTRIX_API QuasiNewtonOptimizer {
 
 /// The objective of an optimiser along a line, φ(s) = f(x + s·d). It refers to the optimiser and
 /// copies the point and the direction, which have one length.
-class VELTRIX_API LineSearchOptimizer {
+class VELTRIX_ENGINE_API LineSearchOptimizer {
   public:
     LineSearchOptimizer(QuasiNewtonOptimizer& objective, Vector point, Vector direction);
 

@@ -14,7 +14,7 @@
 namespace Veltrix::Engine {
 
 /// Accepts one non-negative weight per training record.
-class VELTRIX_API Weightable {
+class VELTRIX_ENGINE_API Weightable {
   public:
     Weightable() = default;
     Weightable(const Weightable&) = default;
@@ -39,7 +39,7 @@ class VELTRIX_API Weightable {
 namespace Classification {
 
 /// Knows the class labels of its target, in a fixed order.
-class VELTRIX_API TargetCategorizable {
+class VELTRIX_ENGINE_API TargetCategorizable {
   public:
     TargetCategorizable() = default;
     explicit TargetCategorizable(const StringVector& classes);
@@ -60,7 +60,7 @@ class VELTRIX_API TargetCategorizable {
 };
 
 /// Knows which class counts as success, and from which probability on.
-class VELTRIX_API BinaryTargetCategorizable : public TargetCategorizable {
+class VELTRIX_ENGINE_API BinaryTargetCategorizable : public TargetCategorizable {
   public:
     BinaryTargetCategorizable() = default;
     /// Of exactly two labels the first becomes the success class; otherwise it stays empty.
@@ -85,7 +85,7 @@ class VELTRIX_API BinaryTargetCategorizable : public TargetCategorizable {
 };
 
 /// Holds prior class probabilities; those set by the user are never overwritten by a fit.
-class VELTRIX_API Priorable : public BinaryTargetCategorizable {
+class VELTRIX_ENGINE_API Priorable : public BinaryTargetCategorizable {
   public:
     using PriorMap = std::unordered_map<WString, double>;
 
@@ -117,7 +117,7 @@ class VELTRIX_API Priorable : public BinaryTargetCategorizable {
 };
 
 /// Common base of the classifiers.
-class VELTRIX_API Modelable : public Priorable {
+class VELTRIX_ENGINE_API Modelable : public Priorable {
   public:
     using Priorable::Priorable;
     Modelable() = default;

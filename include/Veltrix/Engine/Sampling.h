@@ -35,7 +35,7 @@ struct WaitListEntry {
 };
 
 /// What all samplers share: the seed.
-class VELTRIX_API Base {
+class VELTRIX_ENGINE_API Base {
   public:
     Base() = default;
     Base(const Base&) = default;
@@ -65,7 +65,7 @@ class VELTRIX_API Base {
 ///
 /// so that with probability of at least 1 − δ each no more than k keys lie below q₁, and no fewer
 /// than k below q₂. For N = 0 they are 0 and 1.
-class VELTRIX_API ScalableSRS : public Base {
+class VELTRIX_ENGINE_API ScalableSRS : public Base {
   public:
     /// Both sizes at least 0.
     explicit ScalableSRS(int populationSize = 0, int sampleSize = 0);
@@ -122,7 +122,7 @@ class VELTRIX_API ScalableSRS : public Base {
 ///
 /// so that all records not taken at once wait. The records taken at once, about p·N, come first, by
 /// ascending index; all others follow by ascending key.
-class VELTRIX_API Partitioning : public ScalableSRS {
+class VELTRIX_ENGINE_API Partitioning : public ScalableSRS {
   public:
     /// N at least 0, p in [0, 1].
     explicit Partitioning(int numRecords = 0, double proportion = 0.0);
@@ -153,7 +153,7 @@ class VELTRIX_API Partitioning : public ScalableSRS {
 /// - in mode 1 ⌊n N_h / N⌋, the shortfall against n given out one each to the strata with the
 ///   largest fractional parts, equal ones in ascending order of the strata;
 /// - in any other mode the per-stratum size.
-class VELTRIX_API StratifiedSRS : public Base {
+class VELTRIX_ENGINE_API StratifiedSRS : public Base {
   public:
     static constexpr int kProportional = 1;
 
@@ -196,7 +196,7 @@ class VELTRIX_API StratifiedSRS : public Base {
 };
 
 /// What an oversampling partition starts from.
-struct VELTRIX_API Params {
+struct VELTRIX_ENGINE_API Params {
     /// The seed becomes the current calendar time in seconds.
     Params();
 
@@ -222,7 +222,7 @@ struct VELTRIX_API Params {
 /// where a group runs short. Plentiful records beyond that are in no list. Which records go where
 /// is decided by one shuffle of all records (`IntVector::shuffle`), of which every list takes its
 /// records in turn; each list is in ascending order.
-class VELTRIX_API OversamplingPartitioning {
+class VELTRIX_ENGINE_API OversamplingPartitioning {
   public:
     OversamplingPartitioning() = default;
     explicit OversamplingPartitioning(const Params& params, double validationShare = 0.0);

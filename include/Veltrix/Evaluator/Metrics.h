@@ -7,7 +7,7 @@
 namespace Veltrix {
 
 /// Scores of predictions. Lengths that differ throw `Exception`; empty operands give NaN.
-class VELTRIX_API Metrics {
+class VELTRIX_EVALUATOR_API Metrics {
   public:
     Metrics() = delete;
 

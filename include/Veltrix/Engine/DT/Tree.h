@@ -20,7 +20,7 @@ struct TrainingRecord;
 /// Classification, with w(c) = prior(c)/(records of class c in the root) and n(c) the records of
 /// class c in the node: p = Σ w(c)n(c) is the probability of the node and P(c) = w(c)n(c)/p that of
 /// a class in it.
-struct VELTRIX_API Node {
+struct VELTRIX_ENGINE_API Node {
     Node() = default;
     Node(const Node&) = default;
     Node(Node&&) noexcept = default;
@@ -78,7 +78,7 @@ struct VELTRIX_API Node {
 /// The nested sequence of pruned trees, from the full tree (0) to the bare root, and what the
 /// validation data say of them. Before the first pruning only tree 0 and tree 1, the grown tree
 /// without the splits that gain nothing, are there, without errors.
-struct VELTRIX_API Pruning {
+struct VELTRIX_ENGINE_API Pruning {
     IntVector treeIds;           ///< 0, 1, …
     IntVector numDecisionNodes;  ///< nodes that are no leaves, one entry a tree
     IntVector numLeaves;         ///< decision nodes + 1
@@ -129,7 +129,7 @@ struct Rule {
 };
 
 /// A tree and the complexity at which it is looked at. Copies have nodes of their own.
-class VELTRIX_API BinaryTree {
+class VELTRIX_ENGINE_API BinaryTree {
   public:
     BinaryTree() = default;
     BinaryTree(const BinaryTree& other);

@@ -8,14 +8,16 @@
 namespace Veltrix::Engine::LinearModel {
 
 /// A copy of X, with `intercept` behind a column of ones (column 0).
-VELTRIX_API Matrix designMatrix(const Matrix& x, bool intercept);
+VELTRIX_ENGINE_API Matrix designMatrix(const Matrix& x, bool intercept);
 
 /// The design matrix with every column multiplied element-wise by `weights` (length n). Throws
 /// `Exception` when the length differs.
-VELTRIX_API Matrix weightedDesignMatrix(const Matrix& x, const Vector& weights, bool intercept);
+VELTRIX_ENGINE_API Matrix weightedDesignMatrix(const Matrix& x, const Vector& weights,
+                                               bool intercept);
 
 /// The design matrix with every column multiplied by the square roots of `weights`.
-VELTRIX_API Matrix sqrtWeightedDesignMatrix(const Matrix& x, const Vector& weights, bool intercept);
+VELTRIX_ENGINE_API Matrix sqrtWeightedDesignMatrix(const Matrix& x, const Vector& weights,
+                                                   bool intercept);
 
 /// Which columns of a predictor matrix are linearly independent.
 struct PredictorScreeningInfo {
@@ -33,6 +35,6 @@ struct PredictorScreeningInfo {
 /// Screens the columns of X (n × p) in their order: a column is kept when the length of its part
 /// outside the span of the columns kept before it exceeds max(n, p)·ε times its own length. Throws
 /// `Exception`, naming row and column, on NaN or infinite entries.
-VELTRIX_API PredictorScreeningInfo screenPredictors(const Matrix& x);
+VELTRIX_ENGINE_API PredictorScreeningInfo screenPredictors(const Matrix& x);
 
 }  // namespace Veltrix::Engine::LinearModel

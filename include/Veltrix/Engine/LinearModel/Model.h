@@ -30,7 +30,7 @@ struct CoefficientInfo {
 };
 
 /// What linear and logistic regression share.
-class VELTRIX_API Model : public Weightable {
+class VELTRIX_ENGINE_API Model : public Weightable {
   public:
     Model() = default;
     Model(const Model&) = default;

@@ -78,9 +78,9 @@ struct PredictionIntervals {
 /// infinite (naming row and column), a weight is negative or all are 0; the model is then as it was
 /// before. Every statistic asked of an unfitted model is NaN-filled with the right length. A fitted
 /// model may be read from several threads.
-class VELTRIX_API Model : public LinearModel::Model,
-                          public JSON::StringExportable,
-                          public JSON::StringImportable {
+class VELTRIX_ENGINE_API Model : public LinearModel::Model,
+                                 public JSON::StringExportable,
+                                 public JSON::StringImportable {
   public:
     Model() = default;
     Model(const Model&) = default;

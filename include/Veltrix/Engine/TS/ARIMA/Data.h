@@ -34,7 +34,7 @@ struct LagOperation {
 /// refused: they spread by the rules of arithmetic, so that one NaN makes the mean, the variance
 /// and, after a mean subtraction, every processed value NaN. A copy shares nothing with its
 /// original.
-class VELTRIX_API Data : public JSON::StringExportable, public JSON::StringImportable {
+class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::StringImportable {
   public:
     Data() = default;
     /// Ordinary differencing of order d = `numLags`.
