@@ -9,18 +9,23 @@
 
 namespace Veltrix::CellText {
 
-double toDouble(const WString& text) {
+std::optional<double> toDouble(const WString& text) {
     if (text.empty()) return std::numeric_limits<double>::quiet_NaN();
-    const auto value = Support::parseNumber(text.view());
-    if (!value) Support::throwBadCast();
-    return *value;
+    return Support::parseNumber(text.view());
 }
 
-int toInt(double value) {
+std::optional<int> toInt(double value) {
     const bool fits = value >= std::numeric_limits<int>::min() &&
                       value <= std::numeric_limits<int>::max() && value == std::trunc(value);
-    if (!fits) Support::throwBadCast();
+    if (!fits) return std::nullopt;
     return static_cast<int>(value);
+}
+
+void fail(const std::string& where, const WString& text, const char* expected) {
+    constexpr std::size_t kLongest = 60;
+    const WString shown =
+        text.size() <= kLongest ? text : WString(text.view().substr(0, kLongest)) + L"\u2026";
+    Support::throwBadCast(where + '"' + shown.toUtf8() + "\" is not " + expected);
 }
 
 WString toString(double value) { return {Support::wideNumberText(value)}; }

@@ -7,7 +7,11 @@ namespace Veltrix {
 
 double Convert::toDouble(const ConstDataFrameElement& cell) { return cell.toDouble(); }
 
-double Convert::toDouble(const WString& text) { return CellText::toDouble(text); }
+double Convert::toDouble(const WString& text) {
+    const auto number = CellText::toDouble(text);
+    if (!number) CellText::fail("", text, "a number");
+    return *number;
+}
 
 int Convert::toInt(const ConstDataFrameElement& cell) { return cell.toInt(); }
 

@@ -1,8 +1,7 @@
 #include "Veltrix/Data/DataFrameViews.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
+#include <string>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -29,18 +28,22 @@ TextColumn textOf(const Numbers& numbers) {
     return result;
 }
 
-/// Writes the numbers of a text column; every level that occurs is converted once.
-void copyNumbers(const TextColumn& column, double* target) {
+/// Writes the numbers of a text column; every level that occurs is converted once. Returns the row
+/// of the first cell that is no number, or the number of rows.
+std::uint64_t copyNumbers(const TextColumn& column, double* target) {
     std::vector<char> converted(column.levels().size(), 0);
     Vector levelNumbers(column.levels().size());
-    for (const int code : column.codes) {
-        const auto level = static_cast<std::uint64_t>(code);
+    for (std::uint64_t row = 0; row < column.codes.size(); ++row) {
+        const auto level = static_cast<std::uint64_t>(column.codes[row]);
         if (converted[level] == 0) {
-            levelNumbers[level] = CellText::toDouble(column.levels()[level]);
+            const auto number = CellText::toDouble(column.levels()[level]);
+            if (!number) return row;
+            levelNumbers[level] = *number;
             converted[level] = 1;
         }
-        *target++ = levelNumbers[level];
+        target[row] = levelNumbers[level];
     }
+    return column.codes.size();
 }
 
 StringVector textsOf(const TextColumn& column) {
@@ -88,11 +91,25 @@ double ConstDataFrameElement::toDouble() const {
     const auto row = static_cast<std::uint64_t>(row_);
     if (const auto* numbers = std::get_if<Vector>(&column)) return (*numbers)[row];
     if (const auto* whole = std::get_if<IntVector>(&column)) return (*whole)[row];
-    const auto& text = std::get<TextColumn>(column);
-    return CellText::toDouble(text.text(row));
+    const auto number = CellText::toDouble(std::get<TextColumn>(column).text(row));
+    if (!number) failConversion("a number");
+    return *number;
 }
 
-int ConstDataFrameElement::toInt() const { return CellText::toInt(toDouble()); }
+int ConstDataFrameElement::toInt() const {
+    const auto number = CellText::toInt(toDouble());
+    if (!number) failConversion("a whole number of 32 bits");
+    return *number;
+}
+
+void ConstDataFrameElement::failConversion(const char* expected) const {
+    const WString& colName = frame_->getColName(col_);
+    std::string where = "column ";
+    where += colName.empty() ? std::to_string(col_) : '"' + colName.toUtf8() + '"';
+    where += ", row " + std::to_string(row_);
+    if (!frame_->rowNames_.empty()) where += " (\"" + frame_->getRowName(row_).toUtf8() + "\")";
+    CellText::fail(where + ": ", toString(), expected);
+}
 
 WString ConstDataFrameElement::toString() const {
     const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
@@ -128,10 +145,8 @@ DataFrameElement& DataFrameElement::operator=(double value) {
         return *this;
     }
     if (auto* whole = std::get_if<IntVector>(&column)) {
-        const bool fits = value >= std::numeric_limits<int>::min() &&
-                          value <= std::numeric_limits<int>::max() && value == std::trunc(value);
-        if (fits) {
-            (*whole)[row] = static_cast<int>(value);
+        if (const auto number = CellText::toInt(value)) {
+            (*whole)[row] = *number;
             return *this;
         }
         column = Vector(whole->begin(), whole->end());
@@ -196,7 +211,9 @@ void ConstDataFrameColumn::copyDoubles(double* target) const {
     } else if (const auto* whole = std::get_if<IntVector>(&column)) {
         std::copy(whole->begin(), whole->end(), target);
     } else {
-        copyNumbers(std::get<TextColumn>(column), target);
+        const std::uint64_t stop = copyNumbers(std::get<TextColumn>(column), target);
+        const int row = static_cast<int>(stop);
+        if (row < getNumRows()) (*this)(row).failConversion("a number");
     }
 }
 

@@ -1,7 +1,10 @@
 #include "Veltrix/Data/Convert.h"
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <string>
+#include <typeinfo>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -42,7 +45,37 @@ TEST(Convert, cellsAsWholeNumbers) {
             EXPECT_THROW(Convert::toInt(frame(i, j)), boost::bad_lexical_cast) << i << ' ' << j;
         }
     }
-    EXPECT_THROW(Convert::toMatrix(frame), boost::bad_lexical_cast);
+}
+
+TEST(Convert, errorsNameColumnRowAndText) {
+    DataFrame frame;
+    frame.append(StringVector{L"1.5", L" ", L"gr\u00fcn"}, L"age");
+    frame.append(Vector{1.0, 2.0, 2.5});
+    frame.append(StringVector{L"1", std::wstring(70, L'x'), L"2"});
+    const DataFrame unnamed = frame;
+    frame.setRowNames({L"a", L"b", L"c"});
+    const std::pair<std::function<void()>, std::string> cases[] = {
+        {[&] { Convert::toMatrix(unnamed); }, "column \"age\", row 1: \" \" is not a number"},
+        {[&] { Convert::toDoubleVector(frame); },
+         "column \"age\", row 1 (\"b\"): \" \" is not a number"},
+        {[&] { frame(Util::all, 2).toDoubleVector(); },
+         "column 2, row 1 (\"b\"): \"" + std::string(60, 'x') + "\u2026\" is not a number"},
+        {[&] { Convert::toDoubleVector(unnamed(2, Util::all)); },
+         "column \"age\", row 2: \"gr\u00fcn\" is not a number"},
+        {[&] { Convert::toInt(unnamed(0, 0)); },
+         "column \"age\", row 0: \"1.5\" is not a whole number of 32 bits"},
+        {[&] { Convert::toInt(unnamed(2, 1)); },
+         "column 1, row 2: \"2.5\" is not a whole number of 32 bits"},
+        {[&] { Convert::toDouble(WString(L"0x10")); }, "\"0x10\" is not a number"},
+    };
+    for (const auto& [action, message] : cases) {
+        try {
+            action();
+            ADD_FAILURE() << "nothing instead of " << message;
+        } catch (const std::bad_cast& error) {
+            EXPECT_EQ(error.what(), message);
+        }
+    }
 }
 
 TEST(Convert, framesAndMatrices) {

@@ -11,7 +11,8 @@
 namespace Veltrix {
 
 /// Conversions between cells, frames and containers, independent of any locale. Text that is not a
-/// number throws the conversion library's bad-cast error (`std::bad_cast`).
+/// number throws the conversion library's bad-cast error (`std::bad_cast`); for cells it names
+/// column, row and text (see `ConstDataFrameElement::toDouble`).
 class VELTRIX_DATA_API Convert {
   public:
     Convert() = delete;

@@ -27,10 +27,12 @@ class VELTRIX_DATA_API ConstDataFrameElement {
     ColumnKind getKind() const;
     /// The cell as a number. Text is converted whole: leading and trailing blanks, decimal point,
     /// optional exponent; empty text is NaN; anything else throws the conversion library's bad-cast
-    /// error (`std::bad_cast`).
+    /// error (`std::bad_cast`), whose text names column (its index when it has no name), row
+    /// (counted from 0, with its name when row names were set) and cell:
+    /// `column "age", row 3: "abc" is not a number`.
     double toDouble() const;
-    /// The cell as a whole number; a value that is not one, or does not fit, throws the bad-cast
-    /// error.
+    /// The cell as a whole number; a value that is not one, or does not fit into 32 bits, throws
+    /// the bad-cast error in the same way.
     int toInt() const;
     /// The cell as text: for numbers the shortest decimal that reads back to the same double.
     WString toString() const;
@@ -42,6 +44,11 @@ class VELTRIX_DATA_API ConstDataFrameElement {
     const DataFrame* frame_;
     int row_;
     int col_;
+
+  private:
+    friend class ConstDataFrameColumn;
+
+    [[noreturn]] void failConversion(const char* expected) const;
 };
 
 /// Live view of one cell; assigning writes into the frame. A number written into a text column is
@@ -79,8 +86,8 @@ class VELTRIX_DATA_API ConstDataFrameColumn {
     ColumnKind getKind() const;
     /// Throws `Exception` when there is no such row.
     ConstDataFrameElement operator()(int row) const;
-    /// All cells as numbers, named as the column; see `ConstDataFrameElement::toDouble`. The error
-    /// of a cell that is not a number is the bad-cast error.
+    /// All cells as numbers, named as the column. A cell that is not a number throws the bad-cast
+    /// error that names it; see `ConstDataFrameElement::toDouble`.
     Vector toDoubleVector() const;
     /// All cells as text.
     StringVector toStringVector() const;
