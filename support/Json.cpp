@@ -7,39 +7,46 @@
 #include <limits>
 #include <utility>
 
-#include <nlohmann/json.hpp>
+#include "support/JsonParser.h"
 
 namespace Veltrix::Support {
 
 namespace {
 
-using Node = nlohmann::ordered_json;
-
 constexpr std::string_view kNaN = "NaN";
 constexpr std::string_view kInfinity = "Infinity";
 constexpr std::string_view kMinusInfinity = "-Infinity";
 
-std::string_view kindOf(const Node& node) {
-    switch (node.type()) {
-        case Node::value_t::null:
+std::string_view kindOf(const JsonNode& node) {
+    switch (node.kind) {
+        case JsonKind::Null:
             return "null";
-        case Node::value_t::object:
+        case JsonKind::Object:
             return "an object";
-        case Node::value_t::array:
+        case JsonKind::Array:
             return "an array";
-        case Node::value_t::string:
+        case JsonKind::Text:
             return "text";
-        case Node::value_t::boolean:
+        case JsonKind::Bool:
             return "true or false";
         default:
             return "a number";
     }
 }
 
-std::optional<double> doubleOf(const Node& node) {
-    if (node.is_number()) return node.get<double>();
-    if (!node.is_string()) return std::nullopt;
-    const auto& text = node.get_ref<const std::string&>();
+std::optional<double> doubleOf(const JsonStore& store, const JsonNode& node) {
+    switch (node.kind) {
+        case JsonKind::Double:
+            return node.number;
+        case JsonKind::Integer:
+            return static_cast<double>(node.integer);
+        case JsonKind::Natural:
+            return static_cast<double>(node.natural);
+        default:
+            break;
+    }
+    if (node.kind != JsonKind::Text) return std::nullopt;
+    const std::string_view text = store.text(node);
     if (text == kNaN) return std::numeric_limits<double>::quiet_NaN();
     if (text == kInfinity) return std::numeric_limits<double>::infinity();
     if (text == kMinusInfinity) return -std::numeric_limits<double>::infinity();
@@ -47,13 +54,11 @@ std::optional<double> doubleOf(const Node& node) {
 }
 
 template <class Integer>
-std::optional<Integer> integerOf(const Node& node) {
-    if (node.is_number_unsigned()) {
-        const auto value = node.get<std::uint64_t>();
-        if (std::in_range<Integer>(value)) return static_cast<Integer>(value);
-    } else if (node.is_number_integer()) {
-        const auto value = node.get<std::int64_t>();
-        if (std::in_range<Integer>(value)) return static_cast<Integer>(value);
+std::optional<Integer> integerOf(const JsonNode& node) {
+    if (node.kind == JsonKind::Natural) {
+        if (std::in_range<Integer>(node.natural)) return static_cast<Integer>(node.natural);
+    } else if (node.kind == JsonKind::Integer) {
+        if (std::in_range<Integer>(node.integer)) return static_cast<Integer>(node.integer);
     }
     return std::nullopt;
 }
@@ -61,24 +66,59 @@ std::optional<Integer> integerOf(const Node& node) {
 constexpr std::string_view kDoubleKind = "a number";
 constexpr std::string_view kIntegerKind = "an integer within range";
 
-/// The library's message without its tag in brackets.
-std::string plainMessage(const std::exception& error) {
-    const std::string_view text = error.what();
-    const std::size_t tag = text.find("] ");
-    return std::string(tag == std::string_view::npos ? text : text.substr(tag + 2));
+void writeNode(JsonWriter& writer, const JsonStore& store, const JsonNode& node) {
+    switch (node.kind) {
+        case JsonKind::Null:
+            writer.null();
+            break;
+        case JsonKind::Bool:
+            writer.value(node.natural != 0);
+            break;
+        case JsonKind::Double:
+            writer.value(node.number);
+            break;
+        case JsonKind::Integer:
+            writer.value(node.integer);
+            break;
+        case JsonKind::Natural:
+            writer.value(node.natural);
+            break;
+        case JsonKind::Text:
+            writer.value(store.text(node));
+            break;
+        case JsonKind::Array:
+            writer.beginArray();
+            for (const JsonNode& each : store.parts(node)) writeNode(writer, store, each);
+            writer.endArray();
+            break;
+        case JsonKind::Object: {
+            const std::span<const JsonNode> parts = store.parts(node);
+            writer.beginObject();
+            for (std::size_t k = 0; k < parts.size(); k += 2) {
+                writeNode(writer.key(store.text(parts[k])), store, parts[k + 1]);
+            }
+            writer.endObject();
+            break;
+        }
+    }
 }
 
 }  // namespace
 
 // ---- Reading ----
 
-std::string JsonView::toJson() const { return node_->dump(); }
-bool JsonView::isNull() const { return node_->is_null(); }
-bool JsonView::isBool() const { return node_->is_boolean(); }
-bool JsonView::isNumber() const { return doubleOf(*node_).has_value(); }
-bool JsonView::isString() const { return node_->is_string(); }
-bool JsonView::isArray() const { return node_->is_array(); }
-bool JsonView::isObject() const { return node_->is_object(); }
+std::string JsonView::toJson() const {
+    JsonWriter writer;
+    writeNode(writer, *store_, *node_);
+    return writer.take();
+}
+
+bool JsonView::isNull() const { return node_->kind == JsonKind::Null; }
+bool JsonView::isBool() const { return node_->kind == JsonKind::Bool; }
+bool JsonView::isNumber() const { return doubleOf(*store_, *node_).has_value(); }
+bool JsonView::isString() const { return node_->kind == JsonKind::Text; }
+bool JsonView::isArray() const { return node_->kind == JsonKind::Array; }
+bool JsonView::isObject() const { return node_->kind == JsonKind::Object; }
 
 void JsonView::fail(std::string_view problem) const {
     const std::string place = path_.empty() ? "document" : "key \"" + path_ + "\"";
@@ -89,11 +129,19 @@ void JsonView::failKind(std::string_view expected) const {
     fail(std::string(expected) + " expected, found " + std::string(kindOf(*node_)));
 }
 
-std::optional<JsonView> JsonView::find(std::string_view key) const {
+std::span<const JsonNode> JsonView::members() const {
     if (!isObject()) failKind("an object");
-    const auto member = node_->find(key);
-    if (member == node_->end()) return std::nullopt;
-    return JsonView(*member, path_.empty() ? std::string(key) : path_ + "." + std::string(key));
+    return store_->parts(*node_);
+}
+
+std::optional<JsonView> JsonView::find(std::string_view key) const {
+    const std::span<const JsonNode> parts = members();
+    for (std::size_t k = parts.size(); k > 0; k -= 2) {
+        if (store_->text(parts[k - 2]) != key) continue;
+        return JsonView(*store_, parts[k - 1],
+                        path_.empty() ? std::string(key) : path_ + "." + std::string(key));
+    }
+    return std::nullopt;
 }
 
 JsonView JsonView::at(std::string_view key) const {
@@ -103,22 +151,22 @@ JsonView JsonView::at(std::string_view key) const {
 }
 
 std::vector<std::string> JsonView::keys() const {
-    if (!isObject()) failKind("an object");
+    const std::span<const JsonNode> parts = members();
     std::vector<std::string> names;
-    names.reserve(node_->size());
-    for (const auto& member : node_->items()) names.push_back(member.key());
+    names.reserve(parts.size() / 2);
+    for (std::size_t k = 0; k < parts.size(); k += 2) names.emplace_back(store_->text(parts[k]));
     return names;
 }
 
-const Node& JsonView::arrayNode() const {
+std::span<const JsonNode> JsonView::elements() const {
     if (!isArray()) failKind("an array");
-    return *node_;
+    return store_->parts(*node_);
 }
 
-std::int64_t JsonView::size() const { return static_cast<std::int64_t>(arrayNode().size()); }
+std::int64_t JsonView::size() const { return static_cast<std::int64_t>(elements().size()); }
 
 JsonView JsonView::element(std::int64_t index) const {
-    return JsonView((*node_)[static_cast<std::size_t>(index)],
+    return JsonView(*store_, elements()[static_cast<std::size_t>(index)],
                     path_ + "[" + std::to_string(index) + "]");
 }
 
@@ -132,11 +180,11 @@ JsonView JsonView::at(std::int64_t index) const {
 
 bool JsonView::asBool() const {
     if (!isBool()) failKind("true or false");
-    return node_->get<bool>();
+    return node_->natural != 0;
 }
 
 double JsonView::asDouble() const {
-    const std::optional<double> value = doubleOf(*node_);
+    const std::optional<double> value = doubleOf(*store_, *node_);
     if (!value) failKind(kDoubleKind);
     return *value;
 }
@@ -159,27 +207,27 @@ std::uint64_t JsonView::asUint64() const {
     return *value;
 }
 
-const std::string& JsonView::asString() const {
+std::string JsonView::asString() const {
     if (!isString()) failKind("text");
-    return node_->get_ref<const std::string&>();
+    return std::string(store_->text(*node_));
 }
 
 // Arrays are read node by node; a view, with its path, is made only for the element that fails.
 
 std::vector<double> JsonView::asDoubles() const {
-    std::vector<double> values(static_cast<std::size_t>(size()));
+    std::vector<double> values(elements().size());
     copyDoubles(values);
     return values;
 }
 
 void JsonView::copyDoubles(std::span<double> target) const {
-    const Node& array = arrayNode();
+    const std::span<const JsonNode> array = elements();
     if (array.size() != target.size()) {
         fail(std::to_string(target.size()) + " numbers expected, found " +
              std::to_string(array.size()));
     }
     for (std::size_t i = 0; i < target.size(); ++i) {
-        const std::optional<double> value = doubleOf(array[i]);
+        const std::optional<double> value = doubleOf(*store_, array[i]);
         if (!value) element(static_cast<std::int64_t>(i)).failKind(kDoubleKind);
         target[i] = *value;
     }
@@ -187,8 +235,8 @@ void JsonView::copyDoubles(std::span<double> target) const {
 
 std::vector<std::int32_t> JsonView::asInt32s() const {
     std::vector<std::int32_t> values;
-    values.reserve(arrayNode().size());
-    for (const Node& node : *node_) {
+    values.reserve(elements().size());
+    for (const JsonNode& node : elements()) {
         const auto value = integerOf<std::int32_t>(node);
         if (!value) element(std::ssize(values)).failKind(kIntegerKind);
         values.push_back(*value);
@@ -198,41 +246,32 @@ std::vector<std::int32_t> JsonView::asInt32s() const {
 
 std::vector<std::string> JsonView::asStrings() const {
     std::vector<std::string> values;
-    values.reserve(arrayNode().size());
-    for (const Node& node : *node_) {
-        if (!node.is_string()) element(std::ssize(values)).failKind("text");
-        values.push_back(node.get_ref<const std::string&>());
+    values.reserve(elements().size());
+    for (const JsonNode& node : elements()) {
+        if (node.kind != JsonKind::Text) element(std::ssize(values)).failKind("text");
+        values.emplace_back(store_->text(node));
     }
     return values;
 }
 
-JsonDocument::JsonDocument(std::unique_ptr<Node> root) : root_(std::move(root)) {}
+JsonDocument::JsonDocument(std::unique_ptr<const JsonStore> store) : store_(std::move(store)) {}
 JsonDocument::JsonDocument(JsonDocument&&) noexcept = default;
 JsonDocument& JsonDocument::operator=(JsonDocument&&) noexcept = default;
 JsonDocument::~JsonDocument() = default;
 
 JsonDocument JsonDocument::parse(std::string_view text) {
-    const auto limitDepth = [](int depth, Node::parse_event_t event, const Node&) {
-        const bool opens =
-            event == Node::parse_event_t::object_start || event == Node::parse_event_t::array_start;
-        if (opens && depth >= kMaxDepth) {
-            throw JsonError("JSON text: nested deeper than " + std::to_string(kMaxDepth) +
-                            " levels");
-        }
-        return true;
-    };
-    try {
-        return JsonDocument(std::make_unique<Node>(Node::parse(text, limitDepth)));
-    } catch (const Node::exception& error) {
-        throw JsonError("JSON text: " + plainMessage(error));
-    }
+    return JsonDocument(std::make_unique<const JsonStore>(parseJson(text, kMaxDepth)));
 }
 
-JsonView JsonDocument::root() const { return JsonView(*root_, std::string()); }
+JsonView JsonDocument::root() const { return JsonView(*store_, store_->root, std::string()); }
 
 // ---- Writing ----
 
 void JsonWriter::separate() {
+    if (sink_ && text_.size() >= kPiece) {
+        sink_(text_);
+        text_.clear();
+    }
     if (needsComma_) text_.push_back(',');
     needsComma_ = true;
 }
@@ -343,6 +382,13 @@ void JsonWriter::appendString(std::string_view text) {
         }
     }
     text_.push_back('"');
+}
+
+void JsonWriter::finish() {
+    assert(depth_ == 0 && sink_);
+    sink_(text_);
+    text_.clear();
+    needsComma_ = false;
 }
 
 std::string JsonWriter::take() {

@@ -8,6 +8,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -17,10 +18,6 @@
 #include <type_traits>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
-#include "support/Files.h"
-
 namespace Veltrix::Support {
 
 /// Text that is no JSON, or a value that is missing or of another kind than expected; `what()`
@@ -28,6 +25,9 @@ namespace Veltrix::Support {
 struct JsonError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
+
+struct JsonNode;
+struct JsonStore;
 
 /// One value of a document, with the path that leads to it for use in messages
 /// ("model.coefficients[3]"). Cheap to copy; valid as long as its `JsonDocument`.
@@ -44,7 +44,7 @@ class JsonView {
 
     /// Member of an object; the key must be there.
     JsonView at(std::string_view key) const;
-    /// Member of an object, if there is one under this key.
+    /// Member of an object, if there is one under this key; the last one if there are several.
     std::optional<JsonView> find(std::string_view key) const;
     /// Member names of an object in the order of the text.
     std::vector<std::string> keys() const;
@@ -61,7 +61,7 @@ class JsonView {
     std::int32_t asInt32() const;
     std::int64_t asInt64() const;
     std::uint64_t asUint64() const;
-    const std::string& asString() const;
+    std::string asString() const;
 
     std::vector<double> asDoubles() const;
     std::vector<std::int32_t> asInt32s() const;
@@ -81,18 +81,22 @@ class JsonView {
 
   private:
     friend class JsonDocument;
-    JsonView(const nlohmann::ordered_json& node, std::string path)
-        : node_(&node), path_(std::move(path)) {}
+    JsonView(const JsonStore& store, const JsonNode& node, std::string path)
+        : store_(&store), node_(&node), path_(std::move(path)) {}
 
-    const nlohmann::ordered_json& arrayNode() const;
+    std::span<const JsonNode> elements() const;
+    /// Names and values by turns.
+    std::span<const JsonNode> members() const;
     [[noreturn]] void failKind(std::string_view expected) const;
     JsonView element(std::int64_t index) const;
 
-    const nlohmann::ordered_json* node_;
+    const JsonStore* store_;
+    const JsonNode* node_;
     std::string path_;
 };
 
-/// A parsed text; owns the values that views look at.
+/// A parsed text; owns the values that views look at, 16 bytes each beside the texts. Its
+/// destructor allocates nothing.
 class JsonDocument {
   public:
     /// Arrays and objects nested deeper than this are refused.
@@ -109,17 +113,23 @@ class JsonDocument {
     JsonView root() const;
 
   private:
-    explicit JsonDocument(std::unique_ptr<nlohmann::ordered_json> root);
+    explicit JsonDocument(std::unique_ptr<const JsonStore> store);
 
-    std::unique_ptr<nlohmann::ordered_json> root_;
+    std::unique_ptr<const JsonStore> store_;
 };
 
-/// Writes JSON text front to back, straight into a string.
+/// Writes JSON text front to back, into a string or piece by piece to whoever takes it.
 ///
 /// Commas are set by the writer; the caller pairs begin and end and writes a key before every value
 /// inside an object (pairing is asserted in debug builds). Strings must be valid UTF-8.
 class JsonWriter {
   public:
+    /// Takes the next piece of the text; a piece ends between characters.
+    using Sink = std::function<void(std::string_view)>;
+
+    JsonWriter() = default;
+    explicit JsonWriter(Sink sink) : sink_(std::move(sink)) {}
+
     JsonWriter& beginObject();
     JsonWriter& endObject();
     JsonWriter& beginArray();
@@ -153,10 +163,15 @@ class JsonWriter {
         return key(name).value(content);
     }
 
-    /// The finished text; the writer is empty again.
+    /// The finished text of a writer without sink; the writer is empty again.
     std::string take();
+    /// Hands the rest of the text to the sink.
+    void finish();
 
   private:
+    /// What is gathered before the sink gets it.
+    static constexpr std::size_t kPiece = std::size_t{1} << 16;
+
     void separate();
     JsonWriter& open(char bracket);
     JsonWriter& close(char bracket);
@@ -166,6 +181,7 @@ class JsonWriter {
     void appendDouble(double number);
     void appendString(std::string_view text);
 
+    Sink sink_;
     std::string text_;
     std::int64_t depth_ = 0;
     bool needsComma_ = false;
