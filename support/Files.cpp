@@ -29,15 +29,15 @@ fs::path toPath(const std::string& utf8) {
     return fs::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-enum class Mode { Read, Write, Create };
+enum class Mode { Read, Write, Append, Create };
 
 /// Opens a binary file; `Create` fails when it is there already. Empty, with errno set, on failure.
 File open(const fs::path& path, Mode mode) {
 #if defined(_WIN32)
-    constexpr std::array<const wchar_t*, 3> kModes = {L"rb", L"wb", L"wbx"};
+    constexpr std::array<const wchar_t*, 4> kModes = {L"rb", L"wb", L"ab", L"wbx"};
     return File(_wfopen(path.c_str(), kModes[static_cast<std::size_t>(mode)]));
 #else
-    constexpr std::array<const char*, 3> kModes = {"rb", "wb", "wbx"};
+    constexpr std::array<const char*, 4> kModes = {"rb", "wb", "ab", "wbx"};
     return File(std::fopen(path.c_str(), kModes[static_cast<std::size_t>(mode)]));
 #endif
 }
@@ -87,6 +87,13 @@ std::string readFile(const std::string& path) {
 }
 
 struct StagedFile::State {
+    /// Replaces or extends the waiting file's content.
+    void put(std::string_view text, Mode mode) const {
+        File file = open(staged, mode);
+        const std::error_code cause = file ? writeAndClose(std::move(file), text) : lastError();
+        if (cause) fail(kWriting, name, cause);
+    }
+
     std::string name;  // as the caller gave it
     fs::path target;
     fs::file_status status;
@@ -129,11 +136,9 @@ std::string StagedFile::path() const { return toUtf8(state_->staged); }
 
 bool StagedFile::replacesTarget() const noexcept { return state_->replaces(); }
 
-void StagedFile::write(std::string_view text) {
-    File file = open(state_->staged, Mode::Write);
-    const std::error_code cause = file ? writeAndClose(std::move(file), text) : lastError();
-    if (cause) fail(kWriting, state_->name, cause);
-}
+void StagedFile::write(std::string_view text) { state_->put(text, Mode::Write); }
+
+void StagedFile::append(std::string_view text) { state_->put(text, Mode::Append); }
 
 void StagedFile::commit() {
     State& state = *state_;

@@ -38,6 +38,8 @@ class StagedFile {
     bool replacesTarget() const noexcept;
     /// Makes the text the whole content.
     void write(std::string_view text);
+    /// Adds to the content.
+    void append(std::string_view text);
     /// Puts the content in place; once.
     void commit();
 

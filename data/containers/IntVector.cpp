@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "data/containers/Checks.h"
-#include "data/containers/JsonText.h"
+#include "data/containers/Stored.h"
 #include "support/RuntimeRandom.h"
 
 namespace Veltrix {
@@ -13,7 +13,18 @@ namespace {
 
 constexpr const char* kType = "IntVector";
 
+/// Inside another object a list is its values; by itself it has a name.
+struct NamedList {
+    WString name;
+    IntVector values;
+};
+
 }  // namespace
+
+template <>
+struct Stored<NamedList> {
+    static void fields(auto& a, auto& list) { a("name", list.name)("values", list.values); }
+};
 
 IntVector::IntVector(std::uint64_t size) : values_(size, 0) {}
 IntVector::IntVector(std::uint64_t size, int value) : values_(size, value) {}
@@ -94,19 +105,12 @@ WString IntVector::toString() const {
     return text + L"]";
 }
 
-WString IntVector::toJson() const {
-    Support::JsonWriter writer = JsonText::begin(kType, name_);
-    writer.member("values", std::span<const std::int32_t>(data(), size()));
-    return JsonText::finish(writer);
-}
+WString IntVector::toJson() const { return storedText(kType, NamedList{name_, *this}); }
 
 void IntVector::fromJsonString(const WString& json) {
-    *this = JsonText::read(kType, json, [](const Support::JsonView& root) {
-        const std::vector<std::int32_t> values = root.at("values").asInt32s();
-        IntVector result(values.begin(), values.end());
-        result.name_ = JsonText::name(root);
-        return result;
-    });
+    NamedList stored = readStoredText<NamedList>(kType, json.toUtf8());
+    stored.values.name_ = std::move(stored.name);
+    *this = std::move(stored.values);
 }
 
 }  // namespace Veltrix

@@ -1,53 +1,42 @@
 #include "Veltrix/Data/JSON.h"
 
+#include <string>
+
 #include "data/containers/Checks.h"
-#include "data/containers/JsonText.h"
+#include "data/containers/Stored.h"
 #include "support/Files.h"
 
-namespace Veltrix {
+namespace Veltrix::JSON {
+namespace {
 
-namespace JsonText {
+class FileSink final : public TextSink {
+  public:
+    explicit FileSink(Support::StagedFile& file) : file_(file) {}
+    void write(std::string_view utf8) override { file_.append(utf8); }
 
-Support::JsonWriter begin(std::string_view type, const WString& name) {
-    Support::JsonWriter writer;
-    Support::beginStored(writer, type).member("name", name.toUtf8());
-    return writer;
-}
+  private:
+    Support::StagedFile& file_;
+};
 
-WString finish(Support::JsonWriter& writer) {
-    writer.endObject();
-    return WString::fromUtf8(writer.take());
-}
+}  // namespace
 
-void fail(std::string_view type, const Support::JsonError& error) {
-    Checks::fail(ErrorCode::invalidText, std::string(type) + " from JSON", error.what());
-}
-
-void failExpected(const Support::JsonView& view, std::string_view expected,
-                  std::string_view found) {
-    std::string problem(expected);
-    view.fail(problem.append(" expected, ").append(found).append(" found"));
-}
-
-WString name(const Support::JsonView& root) {
-    return WString::fromUtf8(root.at("name").asString());
-}
-
-}  // namespace JsonText
-
-namespace JSON {
-
+TextSink::~TextSink() = default;
 StringExportable::~StringExportable() = default;
 StringImportable::~StringImportable() = default;
+Storable::~Storable() = default;
 
 void StringExportable::toJson(const WString& path) const {
-    const std::string text = toJson().toUtf8();
     try {
-        Support::writeFileAtomically(path.toUtf8(), text);
+        Support::StagedFile file(path.toUtf8());
+        FileSink sink(file);
+        writeJson(sink);
+        file.commit();
     } catch (const Support::FileError& error) {
         Checks::fail(ErrorCode::file, "Writing JSON", error.what());
     }
 }
+
+void StringExportable::writeJson(TextSink& sink) const { sink.write(toJson().toUtf8()); }
 
 void StringImportable::fromJsonFile(const WString& path) {
     std::string text;
@@ -56,8 +45,17 @@ void StringImportable::fromJsonFile(const WString& path) {
     } catch (const Support::FileError& error) {
         Checks::fail(ErrorCode::file, "Reading JSON", error.what());
     }
-    fromJsonString(WString::fromUtf8(text));
+    readJson(text);
 }
 
-}  // namespace JSON
-}  // namespace Veltrix
+void StringImportable::readJson(std::string_view utf8) { fromJsonString(WString::fromUtf8(utf8)); }
+
+WString Storable::toJson() const {
+    WideSink sink;
+    writeJson(sink);
+    return sink.take();
+}
+
+void Storable::fromJsonString(const WString& json) { readJson(json.toUtf8()); }
+
+}  // namespace Veltrix::JSON

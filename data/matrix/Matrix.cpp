@@ -6,16 +6,14 @@
 #include <utility>
 
 #include "data/containers/Checks.h"
-#include "data/containers/JsonText.h"
 #include "data/containers/Lines.h"
+#include "data/containers/Stored.h"
 #include "support/NumberText.h"
 
 namespace Veltrix {
 namespace {
 
 constexpr const char* kType = "Matrix";
-constexpr const char* kColumnMajorText = "column-major";
-constexpr const char* kRowMajorText = "row-major";
 
 /// rows · cols after a check of the signs. The product of two 32-bit counts fits.
 std::size_t checkedSize(const char* operation, int rows, int cols) {
@@ -211,49 +209,10 @@ WString Matrix::toString() const {
     return std::wstring(text.begin(), text.end());
 }
 
-WString Matrix::toJson() const {
-    const bool columnMajor = order_ == MatrixOrderType::columnMajor;
-    Support::JsonWriter writer = JsonText::begin(kType, name_);
-    writer.member("order", std::string_view(columnMajor ? kColumnMajorText : kRowMajorText));
-    writer.member("rows", rows_).member("cols", cols_);
-    writer.member("values", std::span<const double>(values_.data(), values_.size()));
-    return JsonText::finish(writer);
-}
-
-namespace {
-
-int countFrom(const Support::JsonView& view) {
-    const int count = view.asInt32();
-    if (count < 0) JsonText::failExpected(view, "at least 0", std::to_string(count));
-    return count;
-}
-
-MatrixOrderType orderFrom(const Support::JsonView& view) {
-    const std::string& text = view.asString();
-    if (text == kColumnMajorText) return MatrixOrderType::columnMajor;
-    if (text == kRowMajorText) return MatrixOrderType::rowMajor;
-    JsonText::failExpected(view, "column-major or row-major", text);
-}
-
-}  // namespace
+WString Matrix::toJson() const { return storedText(kType, *this); }
 
 void Matrix::fromJsonString(const WString& json) {
-    *this = JsonText::read(kType, json, [](const Support::JsonView& root) {
-        const MatrixOrderType order = orderFrom(root.at("order"));
-        const int rows = countFrom(root.at("rows"));
-        const int cols = countFrom(root.at("cols"));
-        const Support::JsonView values = root.at("values");
-        // Compared before the matrix is made: a damaged count must not ask for its memory.
-        const std::int64_t expected = std::int64_t{rows} * cols;
-        if (values.size() != expected) {
-            JsonText::failExpected(values, std::to_string(expected) + " numbers",
-                                   std::to_string(values.size()));
-        }
-        Matrix result(rows, cols, order);
-        values.copyDoubles({result.data(), static_cast<std::size_t>(expected)});
-        result.name_ = JsonText::name(root);
-        return result;
-    });
+    *this = readStoredText<Matrix>(kType, json.toUtf8());
 }
 
 }  // namespace Veltrix

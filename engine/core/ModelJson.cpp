@@ -3,6 +3,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "data/containers/Stored.h"
+
 namespace Veltrix::Engine::ModelJson {
 
 Support::JsonWriter begin(std::string_view type) {
@@ -23,12 +25,7 @@ void member(Support::JsonWriter& writer, std::string_view key, const StringVecto
 }
 
 void write(Support::JsonWriter& writer, const Matrix& matrix) {
-    const auto size = static_cast<std::size_t>(matrix.getNumRows()) *
-                      static_cast<std::size_t>(matrix.getNumCols());
-    writer.beginObject().member("name", std::string_view(matrix.getName().toUtf8()));
-    writer.member("order", static_cast<int>(matrix.getMatrixOrder()));
-    writer.member("rows", matrix.getNumRows()).member("cols", matrix.getNumCols());
-    writer.member("values", std::span<const double>(matrix.data(), size)).endObject();
+    Support::writeStored(writer, matrix);
 }
 
 void expectSize(const Support::JsonView& list, std::int64_t size) {
@@ -39,7 +36,7 @@ void expectSize(const Support::JsonView& list, std::int64_t size) {
 Vector vector(const Support::JsonView& list) { return vector(list, list.size()); }
 
 Vector vector(const Support::JsonView& list, std::int64_t size) {
-    expectSize(list, size);
+    ModelJson::expectSize(list, size);
     Vector result(static_cast<std::uint64_t>(size));
     list.copyDoubles({result.data(), result.size()});
     return result;
@@ -56,16 +53,7 @@ int count(const Support::JsonView& value) {
     return found;
 }
 
-Matrix matrix(const Support::JsonView& view) {
-    const int rows = count(view.at("rows"));
-    const int cols = count(view.at("cols"));
-    const int order = view.at("order").asInt32();
-    if (order != 0 && order != 1) view.at("order").fail("expected 0 or 1");
-    Matrix result(rows, cols, vector(view.at("values"), std::int64_t{rows} * cols),
-                  static_cast<MatrixOrderType>(order));
-    result.setName(text(view.at("name")));
-    return result;
-}
+Matrix matrix(const Support::JsonView& view) { return Support::readStored<Matrix>(view); }
 
 WString text(const Support::JsonView& value) { return WString::fromUtf8(value.asString()); }
 

@@ -1,9 +1,31 @@
 #pragma once
 
+#include <string_view>
+
 #include "Veltrix/Data/WString.h"
 #include "Veltrix/Export.h"
 
-namespace Veltrix::JSON {
+namespace Veltrix {
+
+/// Describes the fields of a stored type to the libraries themselves.
+template <class Object>
+struct Stored;
+
+namespace JSON {
+
+/// Takes UTF-8 text piece by piece; a piece ends between characters.
+class VELTRIX_API TextSink {
+  public:
+    virtual ~TextSink();
+    virtual void write(std::string_view utf8) = 0;
+
+  protected:
+    TextSink() = default;
+    TextSink(const TextSink&) = default;
+    TextSink(TextSink&&) noexcept = default;
+    TextSink& operator=(const TextSink&) = default;
+    TextSink& operator=(TextSink&&) noexcept = default;
+};
 
 /// An object that can write itself as JSON.
 class VELTRIX_DATA_API StringExportable {
@@ -24,6 +46,9 @@ class VELTRIX_DATA_API StringExportable {
     StringExportable(StringExportable&&) noexcept = default;
     StringExportable& operator=(const StringExportable&) = default;
     StringExportable& operator=(StringExportable&&) noexcept = default;
+
+    /// Hands the text on as it is made; the whole text of `toJson` unless overridden.
+    virtual void writeJson(TextSink& sink) const;
 };
 
 /// An object that can read itself from JSON.
@@ -43,6 +68,31 @@ class VELTRIX_DATA_API StringImportable {
     StringImportable(StringImportable&&) noexcept = default;
     StringImportable& operator=(const StringImportable&) = default;
     StringImportable& operator=(StringImportable&&) noexcept = default;
+
+    /// Takes the text in UTF-8; calls `fromJsonString` unless overridden.
+    virtual void readJson(std::string_view utf8);
 };
 
-}  // namespace Veltrix::JSON
+/// Base of the objects that write and read themselves piece by piece: a file takes no more memory
+/// than a buffer to write, and to read its own size and 16 bytes a value.
+class VELTRIX_API Storable : public StringExportable, public StringImportable {
+  public:
+    ~Storable() override;
+
+    using StringExportable::toJson;
+    WString toJson() const override;
+    void fromJsonString(const WString& json) override;
+
+  protected:
+    Storable() = default;
+    Storable(const Storable&) = default;
+    Storable(Storable&&) noexcept = default;
+    Storable& operator=(const Storable&) = default;
+    Storable& operator=(Storable&&) noexcept = default;
+
+    void writeJson(TextSink& sink) const override = 0;
+    void readJson(std::string_view utf8) override = 0;
+};
+
+}  // namespace JSON
+}  // namespace Veltrix
