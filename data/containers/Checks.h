@@ -43,19 +43,19 @@ enum class ErrorCode : int {
 namespace Checks {
 
 /// Throws `Exception` with "OPERATION: PROBLEM".
-[[noreturn]] VELTRIX_API void fail(ErrorCode code, std::string_view operation,
-                                   std::string_view problem);
+[[noreturn]] VELTRIX_DATA_API void fail(ErrorCode code, std::string_view operation,
+                                        std::string_view problem);
 
-[[noreturn]] VELTRIX_API void failCounts(std::string_view operation, std::uint64_t left,
-                                         std::string_view leftWhat, std::uint64_t right,
-                                         std::string_view rightWhat);
-[[noreturn]] VELTRIX_API void failIndex(std::string_view operation, std::string_view what,
-                                        std::int64_t index, std::uint64_t count);
-[[noreturn]] VELTRIX_API void failNegative(std::string_view operation, std::string_view what,
-                                           std::int64_t value);
-[[noreturn]] VELTRIX_API void failShapes(std::string_view operation, std::int64_t rowsA,
-                                         std::int64_t colsA, std::int64_t rowsB,
-                                         std::int64_t colsB);
+[[noreturn]] VELTRIX_DATA_API void failCounts(std::string_view operation, std::uint64_t left,
+                                              std::string_view leftWhat, std::uint64_t right,
+                                              std::string_view rightWhat);
+[[noreturn]] VELTRIX_DATA_API void failIndex(std::string_view operation, std::string_view what,
+                                             std::int64_t index, std::uint64_t count);
+[[noreturn]] VELTRIX_DATA_API void failNegative(std::string_view operation, std::string_view what,
+                                                std::int64_t value);
+[[noreturn]] VELTRIX_DATA_API void failShapes(std::string_view operation, std::int64_t rowsA,
+                                              std::int64_t colsA, std::int64_t rowsB,
+                                              std::int64_t colsB);
 
 /// Two counts that must agree: "OPERATION: 3 columns on the left, 4 rows on the right" with
 /// `leftWhat` = "columns on the left", `rightWhat` = "rows on the right".
@@ -73,7 +73,8 @@ inline void sameSize(std::string_view operation, std::uint64_t left, std::uint64
 }
 
 /// Element-wise operands of equal shape: "OPERATION: 2 x 3 on the left, 3 x 2 on the right".
-VELTRIX_API void sameShape(std::string_view operation, const Matrix& left, const Matrix& right);
+VELTRIX_DATA_API void sameShape(std::string_view operation, const Matrix& left,
+                                const Matrix& right);
 
 /// 0 <= index < count: "OPERATION: row 5 of 3" with `what` = "row".
 template <class Index, class Count>
@@ -87,8 +88,8 @@ void index(std::string_view operation, std::string_view what, Index value, Count
 }
 
 /// Every index of a set lies in [0, count).
-VELTRIX_API void indexes(std::string_view operation, std::string_view what,
-                         std::span<const int> values, int count);
+VELTRIX_DATA_API void indexes(std::string_view operation, std::string_view what,
+                              std::span<const int> values, int count);
 
 /// A count or size given as a signed number.
 inline void notNegative(std::string_view operation, std::string_view what, std::int64_t value) {
@@ -101,18 +102,19 @@ inline void notEmpty(std::string_view operation, std::uint64_t size) {
 }
 
 /// A size that is to become a row or column count. Returns it as such.
-VELTRIX_API int dimension(std::string_view operation, std::string_view what, std::uint64_t size);
+VELTRIX_DATA_API int dimension(std::string_view operation, std::string_view what,
+                               std::uint64_t size);
 
 /// Throws `NumElementsMismatch` unless the matrix is square.
-VELTRIX_API void square(const Matrix& a);
+VELTRIX_DATA_API void square(const Matrix& a);
 
 /// Throws `Exception` naming the first entry (row, column, by rows) that is NaN or infinite:
 /// "QR: entry (3, 2) is NaN".
-VELTRIX_API void finite(std::string_view operation, const Matrix& a);
+VELTRIX_DATA_API void finite(std::string_view operation, const Matrix& a);
 
 /// Throws what a failed linear algebra routine means to the caller of `operation`.
-[[noreturn]] VELTRIX_API void failRoutine(std::string_view operation,
-                                          const Support::LinearAlgebraError& error);
+[[noreturn]] VELTRIX_DATA_API void failRoutine(std::string_view operation,
+                                               const Support::LinearAlgebraError& error);
 
 /// Runs a kernel and turns a failure of its linear algebra routines into `Exception`.
 template <class Kernel>

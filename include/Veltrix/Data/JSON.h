@@ -14,7 +14,7 @@ struct Stored;
 namespace JSON {
 
 /// Takes UTF-8 text piece by piece; a piece ends between characters.
-class VELTRIX_API TextSink {
+class VELTRIX_DATA_API TextSink {
   public:
     virtual ~TextSink();
     virtual void write(std::string_view utf8) = 0;
@@ -75,7 +75,7 @@ class VELTRIX_DATA_API StringImportable {
 
 /// Base of the objects that write and read themselves piece by piece: a file takes no more memory
 /// than a buffer to write, and to read its own size and 16 bytes a value.
-class VELTRIX_API Storable : public StringExportable, public StringImportable {
+class VELTRIX_DATA_API Storable : public StringExportable, public StringImportable {
   public:
     ~Storable() override;
 

@@ -23,7 +23,7 @@ struct Progress {
 
 /// Thrown by an operation that a progress callback asked to end. The objects that it worked on are
 /// as they were before.
-class VELTRIX_API Cancelled : public Exception {
+class VELTRIX_DATA_API Cancelled : public Exception {
   public:
     Cancelled();
     Cancelled(const Cancelled&) = default;
@@ -43,7 +43,7 @@ class ProgressPhase;
 ///
 ///     ProgressScope scope([](const Progress& p) { show(p.fraction); return !stopped(); });
 ///     model.fit(x, y, true);
-class VELTRIX_API ProgressScope {
+class VELTRIX_DATA_API ProgressScope {
   public:
     using Callback = std::function<bool(const Progress&)>;
 
@@ -69,7 +69,7 @@ class VELTRIX_API ProgressScope {
 ///
 ///     ProgressPhase phase("Reading", size);
 ///     for (...) { ...; phase.advance(block); }
-class VELTRIX_API ProgressPhase {
+class VELTRIX_DATA_API ProgressPhase {
   public:
     /// `name` must outlive the phase. A `total` of 0 stands for an unknown number of units.
     ProgressPhase(std::string_view name, std::uint64_t total);

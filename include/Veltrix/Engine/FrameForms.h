@@ -19,7 +19,7 @@ namespace Veltrix::Engine {
 /// The column names of the frame that a model was fitted on, by which frames to be scored are
 /// matched: a frame whose names are those of training in another order is taken by name, a frame
 /// with any other names by position.
-class VELTRIX_API FrameColumns {
+class VELTRIX_ENGINE_API FrameColumns {
   public:
     FrameColumns() = default;
     explicit FrameColumns(StringVector names) : names_(std::move(names)) {}
