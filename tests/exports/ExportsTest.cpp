@@ -22,6 +22,10 @@ TEST(Exports, RunClusterDoesWhatTheModelDoes) {
         const IntVector expected = model.fit(x).predict(x);
         EXPECT_EQ(IntVector(clusters.begin(), clusters.end()), expected);
     }
+    // More clusters than records leave some empty.
+    std::vector<int> clusters(2, -1);
+    EXPECT_EQ(RunCluster(1, 2, x.data(), 5, 3, 1, 1, clusters.data()), 0);
+    EXPECT_NE(clusters[0], clusters[1]);
     // Leaks show under the sanitizers.
     VTX_DeleteStringArray(new VtxStringArray{L"a string too long to be kept in place", L""});
 }
@@ -38,8 +42,8 @@ TEST(Exports, MistakesLeaveTheResultAlone) {
     } cases[] = {
         {0, 3, good, 2, 9, 1},         {2, 0, good, 2, 9, 1},         {2, -3, good, 2, 9, 1},
         {2, 3, nullptr, 2, 9, 1},      {2, 3, bad, 2, 9, 1},          {2, 3, good, 0, 9, 1},
-        {2, 3, good, 4, 9, 1},         {2, 3, good, 2, 9, 0},         {kTooLarge, 3, good, 2, 9, 1},
-        {2, 3, good, kTooLarge, 9, 1}, {2, 3, good, 2, kTooLarge, 1}, {2, 3, good, 2, 9, kTooLarge},
+        {2, 3, good, 2, 9, 0},         {kTooLarge, 3, good, 2, 9, 1}, {2, 3, good, kTooLarge, 9, 1},
+        {2, 3, good, 2, kTooLarge, 1}, {2, 3, good, 2, 9, kTooLarge},
     };
     for (const auto& each : cases) {
         std::vector<int> out(3, -7);

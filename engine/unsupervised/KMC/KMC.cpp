@@ -6,8 +6,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
+#include "engine/core/Checks.h"
 #include "engine/unsupervised/KMC/NearestCentroid.h"
 #include "support/RuntimeRandom.h"
 #include "support/kernels/Centroids.h"
@@ -17,19 +18,13 @@ namespace {
 
 constexpr const char* kFit = "K-means";
 
-void checkAtLeastOne(const char* what, std::int64_t value) {
-    if (value >= 1) return;
-    throw Exception(std::string(kFit) + ": " + std::to_string(value) + " " + what +
-                    ", at least 1 expected");
-}
-
 /// Every entry is the number of a cluster.
 void checkAssignment(const char* operation, const IntVector& assignment, int numClusters) {
     for (std::uint64_t i = 0; i < assignment.size(); ++i) {
         if (assignment[i] >= 0 && assignment[i] < numClusters) continue;
-        throw Exception(std::string(operation) + ": record " + std::to_string(i) +
-                        " is assigned to cluster " + std::to_string(assignment[i]) + " of " +
-                        std::to_string(numClusters));
+        Checks::fail(ErrorCode::indexOutOfRange, operation,
+                     "record " + std::to_string(i) + " is assigned to cluster " +
+                         std::to_string(assignment[i]) + " of " + std::to_string(numClusters));
     }
 }
 
@@ -72,35 +67,19 @@ Model& Model::setInitialCentroids(const Matrix& centroids) {
 }
 
 void Model::checkSettings(const Matrix& x) const {
-    checkAtLeastOne("records", x.getNumRows());
-    checkAtLeastOne("columns", x.getNumCols());
-    checkAtLeastOne("clusters", params_.numClusters);
-    if (params_.numClusters > x.getNumRows()) {
-        throw Exception(std::string(kFit) + ": " + std::to_string(params_.numClusters) +
-                        " clusters, at most as many as records expected, which are " +
-                        std::to_string(x.getNumRows()));
+    Checks::notEmpty(kFit, x);
+    Checks::atLeast(kFit, "clusters", params_.numClusters, 1);
+    if (initialCentroids_.empty()) {
+        return Checks::atLeast(kFit, "random starts", params_.numRandomStarts, 1);
     }
-    if (initialCentroids_.empty()) return checkAtLeastOne("random starts", params_.numRandomStarts);
-    if (initialCentroids_.getNumRows() != params_.numClusters ||
-        initialCentroids_.getNumCols() != x.getNumCols()) {
-        throw Exception(std::string(kFit) + ": initial centroids are " +
-                        std::to_string(initialCentroids_.getNumRows()) + " x " +
-                        std::to_string(initialCentroids_.getNumCols()) + ", expected " +
-                        std::to_string(params_.numClusters) + " x " +
-                        std::to_string(x.getNumCols()));
-    }
+    Checks::shape(kFit, "initial centroids", initialCentroids_, params_.numClusters,
+                  x.getNumCols());
     checkFinite("K-means initial centroids", initialCentroids_);
 }
 
 void Model::checkQuery(const char* operation, const Matrix& x) const {
-    if (centroids_.empty()) {
-        throw Exception(std::string(operation) + ": the model is not fitted");
-    }
-    if (x.getNumCols() != centroids_.getNumCols()) {
-        throw Exception(std::string(operation) + ": " + std::to_string(x.getNumCols()) +
-                        " columns, expected " + std::to_string(centroids_.getNumCols()) +
-                        " as in the fit");
-    }
+    Checks::fitted(operation, !centroids_.empty());
+    Checks::columns(operation, x.getNumCols(), centroids_.getNumCols());
     checkFinite(operation, x);
 }
 
@@ -123,6 +102,8 @@ IntVector Model::iterate(const Matrix& x) {
     } else {
         centroids_ = initialCentroids_;
     }
+    ProgressPhase phase("Moving the centroids",
+                        static_cast<std::uint64_t>(std::max(params_.maxIterations, 0)));
     IntVector assignment(static_cast<std::uint64_t>(x.getNumRows()));
     nearest.find(centroids_, assignment);
     for (numIterations_ = 1; numIterations_ <= params_.maxIterations; ++numIterations_) {
@@ -131,6 +112,7 @@ IntVector Model::iterate(const Matrix& x) {
         nearest.find(centroids_, assignment);
         converged_ = stop(previous);
         if (converged_) break;
+        phase.advance();
     }
     return assignment;
 }
@@ -145,6 +127,8 @@ void Model::assignRandomCentroids(const Matrix& x, Support::RuntimeRandom& rando
 }
 
 void Model::randomStart(const Matrix& x, const NearestCentroid& nearest) {
+    ProgressPhase phase("Trying random starts",
+                        static_cast<std::uint64_t>(params_.numRandomStarts));
     Support::RuntimeRandom random(static_cast<std::uint32_t>(params_.seed));
     IntVector assignment(static_cast<std::uint64_t>(x.getNumRows()));
     for (std::int32_t start = 0; start < params_.numRandomStarts; ++start) {
@@ -158,6 +142,7 @@ void Model::randomStart(const Matrix& x, const NearestCentroid& nearest) {
         }
         randomStarts_.centroids.push_back(centroids_);
         randomStarts_.sumsOfSquares.push_back(sumOfSquares);
+        phase.advance();
     }
     centroids_ = randomStarts_.centroids[static_cast<std::size_t>(randomStarts_.bestStart)];
 }
@@ -231,14 +216,8 @@ IntVector Model::clusterSize(const IntVector& assignment) const {
 double Model::SSWT(const Matrix& x, const IntVector& assignment) const {
     const char* operation = "K-means sum of squares";
     if (centroids_.empty()) return std::numeric_limits<double>::quiet_NaN();
-    if (x.getNumCols() != centroids_.getNumCols() ||
-        assignment.size() != static_cast<std::uint64_t>(x.getNumRows())) {
-        throw Exception(std::string(operation) + ": " + std::to_string(x.getNumRows()) + " x " +
-                        std::to_string(x.getNumCols()) + " records with " +
-                        std::to_string(assignment.size()) + " assignments, expected " +
-                        std::to_string(centroids_.getNumCols()) +
-                        " columns and an assignment a record");
-    }
+    Checks::columns(operation, x.getNumCols(), centroids_.getNumCols());
+    Checks::onePerRecord(operation, "assignments", assignment.size(), x.getNumRows());
     checkAssignment(operation, assignment, centroids_.getNumRows());
     constexpr std::int64_t kBlock = 256;
     const Steps steps(x);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <string_view>
 #include <vector>
 
 #include "Veltrix/Data/IntVector.h"
@@ -21,7 +22,7 @@ class NearestCentroid;
 /// Settings of a fit.
 struct Params {
     std::int32_t numRandomStarts = 0;  ///< random starts to try, at least 1
-    std::int32_t numClusters = 0;      ///< k, from 1 to the number of records
+    std::int32_t numClusters = 0;      ///< k, at least 1
     std::int32_t maxIterations = 0;    ///< most updates of the centroids; below 1 there is none
     std::int32_t seed = 12345;         ///< of the random numbers
 };
@@ -58,7 +59,8 @@ struct ClusterSummary {
 /// seed. A record may be drawn twice, and those from the 32769th on are never drawn. The start with
 /// the least within-cluster sum of squares is iterated until no coordinate of a centroid changes by
 /// more than 1e-7 or `maxIterations` updates are done. A cluster that loses its last record has a
-/// centroid of zeros from then on and sets `hasEmptyCluster`. Of equally near centroids the first
+/// centroid of zeros from then on and sets `hasEmptyCluster`; with more clusters than records there
+/// always is one. Of equally near centroids the first
 /// one wins, exactly as `Util::indexesOfRowMin(Util::pairwiseDistance(X, centroids, true))` has it.
 ///
 /// The values are taken as they are: columns on different scales should be scaled before. Equal
@@ -66,11 +68,11 @@ struct ClusterSummary {
 /// n·k·columns; memory beyond X and the summary's distances about half of X.
 ///
 /// A fit throws `Exception`, and leaves the model as it was, when there is no record or no column,
-/// a value is NaN or infinite (naming row and column, from 0), numClusters is not within 1 and the
-/// number of records, or numRandomStarts is below 1. Columns that differ in number from the fit and
-/// values that are not finite are refused by the queries as well. A fitted model may be read from
-/// several threads.
-class VELTRIX_ENGINE_API Model : public JSON::StringExportable, public JSON::StringImportable {
+/// a value is NaN or infinite (naming row and column, from 0), or numClusters or numRandomStarts is
+/// below 1. Columns that differ in number from the fit and
+/// values that are not finite are refused by the queries as well. A fit reports progress. A fitted
+/// model may be read from several threads.
+class VELTRIX_ENGINE_API Model : public JSON::Storable {
   public:
     Model() = default;
     explicit Model(const Params& params) : params_(params) {}
@@ -118,12 +120,14 @@ class VELTRIX_ENGINE_API Model : public JSON::StringExportable, public JSON::Str
     /// Of the final assignment.
     const IntVector& getClusterSize() const noexcept { return clusterSize_; }
 
-    using JSON::StringExportable::toJson;
+  protected:
     /// The settings and the fitted model, the distances of its training records included.
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
 
   private:
+    friend struct Stored<Model>;
+
     void checkSettings(const Matrix& x) const;
     void checkQuery(const char* operation, const Matrix& x) const;
     void assignRandomCentroids(const Matrix& x, Support::RuntimeRandom& random);
