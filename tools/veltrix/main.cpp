@@ -13,6 +13,7 @@
 
 #include "support/Files.h"
 #include "tools/veltrix/host/Command.h"
+#include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace {
@@ -54,8 +55,8 @@ int runProgram(int argc, const char* const* argv) {
     app.footer(std::string(kAboutFiles));  // inherited by the commands
     const auto commands = makeCommands();
     for (const auto& command : commands) {
-        CLI::App* const options = app.add_subcommand(command->name(), command->description());
-        command->declare(*options);
+        OptionGroup options(*app.add_subcommand(command->name(), command->description()));
+        command->declare(options);
     }
     app.footer(
         fmt::format("{}\nveltrix COMMAND --help lists the options of a command.", kAboutFiles));

@@ -6,15 +6,16 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "Veltrix/Engine/Distributions.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "Veltrix/Engine/TS/ARIMA/Data.h"
 #include "tools/veltrix/host/DataSelection.h"
+#include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/Progress.h"
 #include "tools/veltrix/host/UserError.h"
-#include "tools/veltrix/report/Report.h"
+#include "tools/veltrix/report/NumberFormat.h"
+#include "tools/veltrix/report/ReportBuilder.h"
 
 namespace Veltrix::Tool {
 
@@ -24,13 +25,12 @@ using Engine::TS::ARIMA::Data;
 
 constexpr const char* kColumn = "--column";
 
-/// Positions in the table of lags; the charts point at them.
-enum LagColumn : std::size_t { Lag, Autocovariance, Acf, Pacf, Lower, Upper };
+constexpr const char* kLags = "Autocorrelations";
 
 /// The values of the rows from the first to the last that has one. Lags count rows, so none may be
 /// missing in between.
-NumericSelection readSeries(const DataFile& data, const std::string& column) {
-    NumericSelection selection = selectNumeric(data, {{kColumn, column}});
+RowSelection readSeries(const DataFile& data, const std::string& column) {
+    RowSelection selection = selectRows(data, {{kColumn, column}});
     const std::vector<std::int64_t>& rows = selection.rowNumbers;
     if (rows.empty()) {
         throw UserError(fmt::format("{}: column {} holds no value, expected a series", kColumn,
@@ -47,67 +47,53 @@ NumericSelection readSeries(const DataFile& data, const std::string& column) {
     return selection;
 }
 
-Table lagTable(const Data& data, double confidence) {
+void addLags(ReportBuilder& report, const Data& data, double confidence) {
     const std::vector<double>& acvf = data.acvf();
     const double limit = Engine::Distributions::normalQuantile((1.0 + confidence) / 2.0) /
                          std::sqrt(static_cast<double>(data.numProcessedRecords()));
-    std::vector<std::int64_t> lags;
-    Vector acf;
-    for (const double value : acvf) {
-        lags.push_back(static_cast<std::int64_t>(lags.size()));
-        acf.push_back(value / acvf.front());
+    Vector acf(acvf.begin(), acvf.end());
+    acf /= acvf.front();
+    const std::string lower = "Lower " + percentText(confidence);
+    const std::string upper = "Upper " + percentText(confidence);
+    report.table(kLags)
+        .counted("Lag", acvf.size(), 0)
+        .series("Autocovariance", Vector(acvf.begin(), acvf.end()))
+        .series("ACF", std::move(acf))
+        .series("PACF", Vector(data.pacf().begin(), data.pacf().end()))
+        .series(lower, Vector(acvf.size(), -limit))
+        .series(upper, Vector(acvf.size(), limit))
+        .note(
+            "Limits for both functions at lags above 0 when the processed series is white noise.");
+    if (!(acvf.front() > 0.0)) return;  // a constant has no autocorrelations
+    // A stem for every lag between the limits of white noise.
+    for (const auto& [title, column] :
+         {std::pair("Autocorrelations", "ACF"), std::pair("Partial autocorrelations", "PACF")}) {
+        report.chart(title)
+            .x(kLags, "Lag")
+            .y(kLags, column)
+            .line(kLags, lower)
+            .line(kLags, upper)
+            .stems();
     }
-    const std::string level = fmt::format("{:.10g}%", 100.0 * confidence);
-    Table table{.title = "Autocorrelations", .columns = {}};
-    table.columns = {{"Lag", std::move(lags)},
-                     {"Autocovariance", Vector(acvf.begin(), acvf.end()), NumberStyle::Series},
-                     {"ACF", std::move(acf), NumberStyle::Series},
-                     {"PACF", Vector(data.pacf().begin(), data.pacf().end()), NumberStyle::Series},
-                     {"Lower " + level, Vector(acvf.size(), -limit), NumberStyle::Series},
-                     {"Upper " + level, Vector(acvf.size(), limit), NumberStyle::Series}};
-    table.notes.emplace_back(
-        "Limits for both functions at lags above 0 when the processed series is white noise.");
-    return table;
-}
-
-/// A stem for every lag between the limits of white noise.
-Chart lagChart(std::string title, std::size_t table, LagColumn column) {
-    return {.title = std::move(title),
-            .x = {table, Lag},
-            .y = {table, column},
-            .lines = {{table, Lower}, {table, Upper}},
-            .stems = true};
-}
-
-bool isFinite(const Data& data) {
-    const auto finite = [](double value) { return std::isfinite(value); };
-    return data.acvf().front() > 0.0 && std::ranges::all_of(data.acvf(), finite) &&
-           std::ranges::all_of(data.pacf(), finite);
-}
-
-void declareCount(CLI::App& app, const char* option, std::int64_t& count, std::int64_t least,
-                  const char* typeName, const char* description) {
-    const auto expectCount = [least](const std::string& text) -> std::string {
-        std::int64_t value = 0;
-        if (CLI::detail::lexical_cast(text, value) && value >= least) return "";
-        return fmt::format("{}, expected a whole number of at least {}", Tool::quoted(text), least);
-    };
-    app.add_option(option, count, description)->check(expectCount)->type_name(typeName);
 }
 
 }  // namespace
 
-void AcfCommand::declare(CLI::App& app) {
-    declareFile(app, data_, "CSV file with a header row, rows in the order of time", true);
-    app.add_option(kColumn, column_, "Column with the series")->required()->type_name("COLUMN");
-    declareCount(app, "--lags", lags_, 1, "L",
-                 "Largest lag; 10 log10(n) when left out, n the number of values");
-    declareCount(app, "--difference", difference_, 0, "d", "Order of ordinary differencing (0)");
-    declareCount(app, "--seasonal-difference", seasonalDifference_, 0, "D",
-                 "Order of seasonal differencing (0), taken first; needs --period");
-    declareCount(app, "--period", period_, 1, "s", "Length of the season");
-    declareConfidence(app, confidence_);
-    output_.declare(app);
+void AcfCommand::declare(OptionGroup& options) {
+    options.file(data_, "CSV file with a header row, rows in the order of time").required();
+    options.column(kColumn, column_, "Column with the series").required();
+    options
+        .count("--lags", lags_, "Largest lag; 10 log10(n) when left out, n the number of values", 1)
+        .placeholder("L");
+    options.count("--difference", difference_, "Order of ordinary differencing (0)")
+        .placeholder("d");
+    options
+        .count("--seasonal-difference", seasonalDifference_,
+               "Order of seasonal differencing (0), taken first; needs --period")
+        .placeholder("D");
+    options.count("--period", period_, "Length of the season", 1).placeholder("s");
+    options.confidence(confidence_);
+    output_.declare(options);
 }
 
 void AcfCommand::checkSeason() const {
@@ -153,36 +139,31 @@ void AcfCommand::run() {
     Progress progress;
     progress.stage("Reading " + data_.path);
     const DataFile file(data_.path);
-    const NumericSelection selection = readSeries(file, column_);
-    const Vector& values = selection.columns.front();
+    const RowSelection selection = readSeries(file, column_);
+    const Vector& values = selection.columns.front().numbers;
 
     progress.stage("Computing the autocorrelations");
     Data data = process({values.begin(), values.end()});
     const std::uint64_t lags = chooseLags(data.numProcessedRecords());
     data.computePACF(0, lags + 1);
 
-    Report report{.title = "Autocorrelations of " + column_, .tables = {}};
-    report.tables.push_back(entryTable(
-        "Summary",
-        {{"Data file", data_.path},
-         {"Series", column_},
-         {"Rows read", selection.rowsRead},
-         {"Rows used", selection.rowsUsed()},
-         {"Rows left out (missing values)", selection.rowsLeftOut()},
-         {"Differences", difference_},
-         {"Seasonal differences", seasonalDifference_},
-         {"Period", period_ > 0 ? Value(period_) : Value("none")},
-         {"Values after differencing", static_cast<std::int64_t>(data.numProcessedRecords())},
-         {"Mean after differencing", data.mean()},
-         {"Variance after differencing", data.variance()},
-         {"Confidence level", confidence_}}));
-    report.tables.push_back(lagTable(data, confidence_));
-    if (isFinite(data)) {
-        report.charts.push_back(lagChart("Autocorrelations", 1, Acf));
-        report.charts.push_back(lagChart("Partial autocorrelations", 1, Pacf));
-    }
+    ReportBuilder report("Autocorrelations of " + column_);
+    report.table("Summary")
+        .entry("Data file", data_.path)
+        .entry("Series", column_)
+        .entry("Rows read", selection.rowsRead)
+        .entry("Rows used", selection.rowsUsed())
+        .entry("Rows left out (missing values)", selection.rowsLeftOut())
+        .entry("Differences", difference_)
+        .entry("Seasonal differences", seasonalDifference_)
+        .entry("Period", period_ > 0 ? Value(period_) : Value("none"))
+        .entry("Values after differencing", static_cast<std::int64_t>(data.numProcessedRecords()))
+        .entry("Mean after differencing", data.mean())
+        .entry("Variance after differencing", data.variance())
+        .entry("Confidence level", confidence_);
+    addLags(report, data, confidence_);
     progress.stage("Writing");
-    output_.deliver(report);
+    output_.deliver(report.take());
 }
 
 }  // namespace Veltrix::Tool

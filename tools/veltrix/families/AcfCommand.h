@@ -19,7 +19,7 @@ class AcfCommand : public Command {
     std::string description() const override {
         return "Computes autocorrelations and partial autocorrelations of a series";
     }
-    void declare(CLI::App& app) override;
+    void declare(OptionGroup& options) override;
     void run() override;
 
   private:

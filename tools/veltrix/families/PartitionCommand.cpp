@@ -6,7 +6,6 @@
 #include <optional>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Engine/Sampling.h"
@@ -73,30 +72,24 @@ void checkClasses(const StringVector& classes, const WString& label, const std::
 
 }  // namespace
 
-void PartitionCommand::declare(CLI::App& app) {
-    declareFile(app, data_, "CSV file with a header row", true);
-    declareShare(app, kTrain, train_, "Share of the rows for training")->required();
-    declareShare(app, kValidation, validation_,
-                 "Share of the rows for validation; test has the rest")
-        ->default_str("0");
-    declareSeed(app, seed_);
-    CLI::Option* const target =
-        app.add_option(kTarget, target_, "Column with classes, for training with a given share")
-            ->type_name("COLUMN");
-    CLI::Option* const successClass =
-        app.add_option(kSuccessClass, successClass_, "Class that has the given share")
-            ->type_name("CLASS");
-    target->needs(successClass);
-    successClass->needs(target);
-    declareShare(app, kSuccessShare, successShare_, "Share of that class in training")
-        ->default_str("0.5")
-        ->needs(target);
-    app.add_option(kColumn, column_, "Name of the column that is added")
-        ->check([](const std::string& text) { return text.empty() ? "expected a name" : ""; })
-        ->type_name("NAME")
-        ->capture_default_str();
-    declareFile(app, output_, "Writes the rows into this file", false);
-    app.footer(
+void PartitionCommand::declare(OptionGroup& options) {
+    options.file(data_, "CSV file with a header row").required();
+    options.share(kTrain, train_, "Share of the rows for training").required();
+    options.share(kValidation, validation_, "Share of the rows for validation; test has the rest")
+        .shown("0");
+    options.seed(seed_);
+    auto target =
+        options.column(kTarget, target_, "Column with classes, for training with a given share");
+    options.text(kSuccessClass, successClass_, "Class that has the given share")
+        .placeholder("CLASS")
+        .needs(kTarget);
+    target.needs(kSuccessClass);
+    options.share(kSuccessShare, successShare_, "Share of that class in training")
+        .shown("0.5")
+        .needs(kTarget);
+    options.name(kColumn, column_, "Name of the column that is added");
+    options.file(output_, "Writes the rows into this file");
+    options.footer(
         "All rows are written in their order, with train, valid or test in the added column.\n"
         "With a target, the shares for training and validation are taken from the scarcer of the\n"
         "class and all other classes; training has as many of the rest as makes the share, the\n"

@@ -6,7 +6,7 @@
 #include "Veltrix/Data/DataFrame.h"
 #include "tools/veltrix/host/Command.h"
 #include "tools/veltrix/host/DataSelection.h"
-#include "tools/veltrix/host/SamplingOptions.h"
+#include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/report/ReportOutput.h"
 
 namespace Veltrix::Tool {
@@ -18,7 +18,7 @@ class PartitionCommand : public Command {
     std::string description() const override {
         return "Divides rows at random into training, validation and test parts";
     }
-    void declare(CLI::App& app) override;
+    void declare(OptionGroup& options) override;
     void run() override;
 
   private:

@@ -4,15 +4,12 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <memory>
-#include <numeric>
 #include <type_traits>
 #include <utility>
 
-#include <CLI/CLI.hpp>
-
 #include "tools/veltrix/host/DataSelection.h"
 #include "tools/veltrix/host/ModelFile.h"
+#include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/Progress.h"
 
 namespace Veltrix::Tool {
@@ -20,7 +17,7 @@ namespace Veltrix::Tool {
 namespace {
 
 /// The values at the rows that were scored; a missing number or an empty text at the others.
-Column inPlace(const Column& scored, const NumericSelection& selection) {
+Column inPlace(const Column& scored, const RowSelection& selection) {
     return std::visit(
         [&](const auto& list) -> Column {
             auto all = list;
@@ -52,56 +49,42 @@ std::int64_t countWithoutPrediction(const std::vector<Column>& scores) {
     return count;
 }
 
-Table predictionTable(const std::vector<Column>& scores, const NumericSelection& selection) {
-    std::vector<std::int64_t> rows(static_cast<std::size_t>(selection.rowsRead));
-    std::iota(rows.begin(), rows.end(), std::int64_t{1});
-    Table table = recordTable("Predictions", Column{"Row", std::move(rows)});
-    for (const Column& scored : scores) {
-        table.columns.push_back(inPlace(scored, selection));
-    }
-    return table;
-}
-
-Table summaryTable(const StoredModel& stored, const std::string& dataFile,
-                   const std::string& modelFile, const NumericSelection& selection,
-                   std::int64_t withoutPrediction, double confidence) {
-    std::vector<Entry> entries{{"Data file", dataFile},
-                               {"Model file", modelFile},
-                               {"Model", std::string(stored.family())},
-                               {"Target", stored.target()},
-                               {"Rows read", selection.rowsRead},
-                               {"Rows scored", selection.rowsUsed()},
-                               {"Rows with missing values (not scored)", selection.rowsLeftOut()},
-                               {"Rows without a prediction", withoutPrediction}};
-    if (stored.hasIntervals()) entries.push_back({"Confidence level", confidence});
-    return entryTable("Summary", std::move(entries));
-}
-
 }  // namespace
 
-void PredictCommand::declare(CLI::App& app) {
-    declareFile(app, model_, "Model stored by --save", true);
-    declareFile(app, data_, "CSV file with a column for each predictor of the model", true);
-    declareConfidence(app, confidence_);
-    output_.declare(app);
+void PredictCommand::declare(OptionGroup& options) {
+    options.file(model_, "Model stored by --save").required();
+    options.file(data_, "CSV file with a column for each predictor of the model").required();
+    options.confidence(confidence_);
+    output_.declare(options);
 }
 
 void PredictCommand::run() {
     output_.checkFiles({data_, model_});
     Progress progress;
     progress.stage("Reading " + data_.path);
-    const std::unique_ptr<StoredModel> stored = readModel(model_.path);
-    const DataFile data(data_.path, stored->csvOptions());
-    const NumericSelection selection = selectNumeric(data, stored->usedForScoring(data_.option));
+    const StoredModel stored = readModel(model_.path);
+    const DataFile data(data_.path, stored.coding.csvOptions());
+    const RowSelection selection = selectRows(data, stored.coding.used(data_.option));
 
     progress.stage("Scoring");
-    const std::vector<Column> scores = stored->scoreColumns(selection, confidence_);
-    Report report{.title = "Predictions of " + stored->target(), .tables = {}};
-    report.tables.push_back(summaryTable(*stored, data_.path, model_.path, selection,
-                                         countWithoutPrediction(scores), confidence_));
-    report.tables.push_back(predictionTable(scores, selection));
+    const std::vector<Column> scores =
+        stored.family->score(stored.coding.encode(selection), confidence_).columns();
+    ReportBuilder report("Predictions of " + stored.target);
+    Table& summary = report.table("Summary");
+    summary.entry("Data file", data_.path)
+        .entry("Model file", model_.path)
+        .entry("Model", stored.family->names().family)
+        .entry("Target", stored.target)
+        .entry("Rows read", selection.rowsRead)
+        .entry("Rows scored", selection.rowsUsed())
+        .entry("Rows with missing values (not scored)", selection.rowsLeftOut())
+        .entry("Rows without a prediction", countWithoutPrediction(scores));
+    if (stored.family->needs().confidence) summary.entry("Confidence level", confidence_);
+    Table& predictions = report.records("Predictions");
+    predictions.counted("Row", static_cast<std::uint64_t>(selection.rowsRead));
+    for (const Column& scored : scores) predictions.add(inPlace(scored, selection));
     progress.stage("Writing");
-    output_.deliver(report);
+    output_.deliver(report.take());
 }
 
 }  // namespace Veltrix::Tool

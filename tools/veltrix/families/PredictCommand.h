@@ -12,7 +12,7 @@ class PredictCommand : public Command {
   public:
     std::string name() const override { return "predict"; }
     std::string description() const override { return "Scores new data with a stored model"; }
-    void declare(CLI::App& app) override;
+    void declare(OptionGroup& options) override;
     void run() override;
 
   private:

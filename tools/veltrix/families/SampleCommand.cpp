@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Sampling.h"
@@ -80,15 +79,14 @@ IntVector drawFromStrata(const DataFrame& strata, int size, std::uint32_t seed) 
 
 }  // namespace
 
-void SampleCommand::declare(CLI::App& app) {
-    declareFile(app, data_, "CSV file with a header row", true);
-    declareCount(app, kSize, size_, "Number of rows to draw")->required();
-    app.add_option(kStrata, strata_,
-                   "Column with strata, each of which is drawn from in proportion to its size")
-        ->type_name("COLUMN");
-    declareSeed(app, seed_);
-    declareFile(app, output_, "Writes the rows into this file", false);
-    app.footer(
+void SampleCommand::declare(OptionGroup& options) {
+    options.file(data_, "CSV file with a header row").required();
+    options.count(kSize, size_, "Number of rows to draw").placeholder("K").required();
+    options.column(kStrata, strata_,
+                   "Column with strata, each of which is drawn from in proportion to its size");
+    options.seed(seed_);
+    options.file(output_, "Writes the rows into this file");
+    options.footer(
         "The rows come in the order in which they are drawn, stratum after stratum. The same\n"
         "file, size and seed give the same rows.");
 }

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tools/veltrix/host/Command.h"
-#include "tools/veltrix/host/SamplingOptions.h"
+#include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/report/ReportOutput.h"
 
 namespace Veltrix::Tool {
@@ -16,7 +16,7 @@ class SampleCommand : public Command {
     std::string description() const override {
         return "Draws a simple or stratified random sample of rows";
     }
-    void declare(CLI::App& app) override;
+    void declare(OptionGroup& options) override;
     void run() override;
 
   private:

@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "support/NumberText.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
@@ -55,22 +54,7 @@ std::vector<std::string> choosePredictors(const DataFile& data, const std::strin
     return names;
 }
 
-void checkWeights(const Vector& weights, const UsedColumn& column,
-                  const std::vector<std::int64_t>& rowNumbers) {
-    const auto negative = std::ranges::find_if(weights, [](double w) { return w < 0.0; });
-    if (negative != weights.end()) {
-        const auto index = static_cast<std::size_t>(negative - weights.begin());
-        throw UserError(describeCell(column, rowNumbers[index], Support::numberText(*negative)) +
-                        ", expected 0 or more");
-    }
-    if (std::ranges::all_of(weights, [](double w) { return w == 0.0; })) {
-        throw UserError(
-            fmt::format("{}: column {} holds only 0 in the rows used, expected a weight above 0",
-                        column.option, Tool::quoted(column.name)));
-    }
-}
-
-void checkRowsLeft(const NumericSelection& selection) {
+void checkRowsLeft(const RowSelection& selection) {
     if (selection.rowsUsed() > 0) return;
     throw UserError(fmt::format(
         "--data: no row is left, expected at least one without missing values in the columns used "

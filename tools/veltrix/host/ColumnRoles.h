@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
-#include "Veltrix/Data/Vector.h"
 #include "tools/veltrix/host/DataSelection.h"
 
 namespace Veltrix::Tool {
@@ -26,11 +24,7 @@ std::vector<std::string> choosePredictors(const DataFile& data, const std::strin
                                           const std::vector<std::string>& values,
                                           const std::vector<RoleColumn>& roles);
 
-/// Throws `UserError` for a weight below 0, with its row, and when all weights are 0.
-void checkWeights(const Vector& weights, const UsedColumn& column,
-                  const std::vector<std::int64_t>& rowNumbers);
-
 /// Throws `UserError` when no row is complete.
-void checkRowsLeft(const NumericSelection& selection);
+void checkRowsLeft(const RowSelection& selection);
 
 }  // namespace Veltrix::Tool

@@ -4,11 +4,9 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}
-
 namespace Veltrix::Tool {
+
+class OptionGroup;
 
 /// One task of the program: `veltrix NAME options...`.
 class Command {
@@ -22,7 +20,7 @@ class Command {
     /// One sentence for the list of commands.
     virtual std::string description() const = 0;
     /// Declares the options, which write into members of the command.
-    virtual void declare(CLI::App& app) = 0;
+    virtual void declare(OptionGroup& options) = 0;
     /// Does the work with the options given; a mistake of the user's throws `UserError`.
     virtual void run() = 0;
 };

@@ -61,35 +61,32 @@ std::string suggestion(const std::string& name, const std::vector<std::string>& 
         fmt::format("{}: column {} holds text, expected numbers", column.option, column.name));
 }
 
-Vector readNumbers(const DataFile& data, const UsedColumn& column) {
+TypedColumn readNumbers(const DataFile& data, const UsedColumn& column) {
     const auto cells = data.frame()(Selection::all, data.columnIndex(column.option, column.name));
     if (cells.getKind() == ColumnKind::text) failText(cells, column);
-    Vector numbers = cells.toDoubleVector();
+    TypedColumn result{.used = column, .numbers = cells.toDoubleVector()};
+    const Vector& numbers = result.numbers;
     const auto infinite = std::ranges::find_if(numbers, [](double x) { return std::isinf(x); });
     if (infinite != numbers.end()) {
         throw UserError(
             describeCell(column, infinite - numbers.begin() + 1, Support::numberText(*infinite)) +
             ", expected a finite number");
     }
-    return numbers;
-}
-
-/// Positions of the cells among the levels; a missing cell is NaN.
-Vector readLevels(const DataFile& data, const UsedColumn& column, StringVector& levels) {
-    const auto cells = data.frame()(Selection::all, data.columnIndex(column.option, column.name));
-    IntVector codes;
-    levels = cells.getLevels(codes);
-    // In a column of numbers a missing cell is NaN and has a text of its own.
-    const WString missing = cells.getKind() == ColumnKind::text ? L"" : L"nan";
-    Vector result(codes.begin(), codes.end());
-    for (double& code : result) {
-        if (levels[static_cast<std::uint64_t>(code)] == missing) code = std::nan("");
-    }
     return result;
 }
 
+void dropIncomplete(const TypedColumn& column, std::vector<char>& complete) {
+    for (std::size_t i = 0; i < complete.size(); ++i) {
+        const bool missing =
+            column.codes.empty() ? std::isnan(column.numbers[i]) : column.codes[i] < 0;
+        if (missing) complete[i] = 0;
+    }
+}
+
 /// Moves the elements of the rows to the front and drops the others; row numbers count from 1.
-void keepRows(Vector& values, const std::vector<std::int64_t>& rowNumbers) {
+template <class List>
+void keepRows(List& values, const std::vector<std::int64_t>& rowNumbers) {
+    if (values.empty()) return;
     for (std::size_t k = 0; k < rowNumbers.size(); ++k) {
         values[k] = values[static_cast<std::uint64_t>(rowNumbers[k] - 1)];
     }
@@ -127,25 +124,45 @@ int DataFile::columnIndex(const std::string& option, const std::string& name) co
                                 Tool::quoted(path_), suggestion(name, names_)));
 }
 
-NumericSelection selectNumeric(const DataFile& data, const std::vector<UsedColumn>& columns) {
-    NumericSelection selection;
-    selection.used = columns;
+bool DataFile::isText(const std::string& option, const std::string& name) const {
+    return frame_(Selection::all, columnIndex(option, name)).getKind() == ColumnKind::text;
+}
+
+TypedColumn readCategories(const DataFile& data, const UsedColumn& column) {
+    const auto cells = data.frame()(Selection::all, data.columnIndex(column.option, column.name));
+    TypedColumn result{.used = column};
+    result.levels = cells.getLevels(result.codes);
+    // In a column of numbers a missing cell is NaN and has a text of its own.
+    const WString missing = cells.getKind() == ColumnKind::text ? L"" : L"nan";
+    const auto found = std::find(result.levels.begin(), result.levels.end(), missing);
+    if (found == result.levels.end()) return result;
+    const auto place = static_cast<int>(found - result.levels.begin());
+    StringVector levels;
+    for (const WString& level : result.levels) {
+        if (level != missing) levels.push_back(level);
+    }
+    result.levels = std::move(levels);
+    for (int& code : result.codes) code = code == place ? -1 : code - (code > place ? 1 : 0);
+    return result;
+}
+
+RowSelection selectRows(const DataFile& data, const std::vector<UsedColumn>& columns) {
+    RowSelection selection;
     selection.rowsRead = data.numRows();
     std::vector<char> complete(static_cast<std::size_t>(data.numRows()), 1);
     for (const UsedColumn& column : columns) {
-        StringVector& levels = selection.levels.emplace_back();
-        selection.columns.push_back(column.byLevel ? readLevels(data, column, levels)
-                                                   : readNumbers(data, column));
-        const Vector& numbers = selection.columns.back();
-        for (std::size_t i = 0; i < complete.size(); ++i) {
-            if (std::isnan(numbers[i])) complete[i] = 0;
-        }
+        selection.columns.push_back(column.categories ? readCategories(data, column)
+                                                      : readNumbers(data, column));
+        dropIncomplete(selection.columns.back(), complete);
     }
     for (std::size_t i = 0; i < complete.size(); ++i) {
         if (complete[i] != 0) selection.rowNumbers.push_back(static_cast<std::int64_t>(i) + 1);
     }
     if (selection.rowsLeftOut() > 0) {
-        for (Vector& column : selection.columns) keepRows(column, selection.rowNumbers);
+        for (TypedColumn& column : selection.columns) {
+            keepRows(column.numbers, selection.rowNumbers);
+            keepRows(column.codes, selection.rowNumbers);
+        }
     }
     return selection;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Veltrix/Data/DataFrame.h"
+#include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
 #include "tools/veltrix/io/CsvReader.h"
@@ -25,6 +26,7 @@ class DataFile {
     bool hasColumn(const std::string& name) const;
     /// Throws `UserError` that names the option and what the name may have been meant to be.
     int columnIndex(const std::string& option, const std::string& name) const;
+    bool isText(const std::string& option, const std::string& name) const;
 
   private:
     std::string path_;
@@ -36,15 +38,25 @@ class DataFile {
 struct UsedColumn {
     std::string option;
     std::string name;
-    /// As the position of each cell's text among the distinct texts, not as a number.
-    bool byLevel = false;
+    /// As categories, which the texts of the cells are, not as numbers.
+    bool categories = false;
 };
 
-/// Numeric columns without the rows in which one of them has no value.
-struct NumericSelection {
-    std::vector<UsedColumn> used;          ///< what was asked for
-    std::vector<Vector> columns;           ///< in the order asked for
-    std::vector<StringVector> levels;      ///< of the columns taken by level, ascending
+/// The cells of a column: numbers, or categories as positions in the list of their levels.
+struct TypedColumn {
+    UsedColumn used;
+    Vector numbers = {};       ///< NaN where there is no value; empty for categories
+    IntVector codes = {};      ///< -1 where there is no value; empty for numbers
+    StringVector levels = {};  ///< what codes stand for, ascending; also some that no cell has
+
+    const WString& level(std::size_t row) const {
+        return levels[static_cast<std::uint64_t>(codes[row])];
+    }
+};
+
+/// Columns without the rows in which one of them has no value.
+struct RowSelection {
+    std::vector<TypedColumn> columns;      ///< in the order asked for
     std::vector<std::int64_t> rowNumbers;  ///< data rows of the file, counted from 1
     std::int64_t rowsRead = 0;
 
@@ -52,9 +64,12 @@ struct NumericSelection {
     std::int64_t rowsLeftOut() const { return rowsRead - rowsUsed(); }
 };
 
-/// Throws `UserError` for a missing column, and, with row and value, for a cell that is text or
-/// infinite.
-NumericSelection selectNumeric(const DataFile& data, const std::vector<UsedColumn>& columns);
+/// Throws `UserError` for a missing column, and, with row and value, for a cell of a column of
+/// numbers that is text or infinite.
+RowSelection selectRows(const DataFile& data, const std::vector<UsedColumn>& columns);
+
+/// The cells of a whole column by the texts that they are.
+TypedColumn readCategories(const DataFile& data, const UsedColumn& column);
 
 /// For messages: option, column, row and value of a cell.
 std::string describeCell(const UsedColumn& column, std::int64_t row, std::string_view value);

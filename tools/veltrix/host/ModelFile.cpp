@@ -1,16 +1,10 @@
 #include "tools/veltrix/host/ModelFile.h"
 
 #include <utility>
-#include <vector>
 
 #include <fmt/format.h>
 
 #include "support/Files.h"
-#include "support/Json.h"
-#include "tools/veltrix/families/StoredKMeans.h"
-#include "tools/veltrix/families/StoredKnn.h"
-#include "tools/veltrix/families/StoredRegression.h"
-#include "tools/veltrix/families/StoredTree.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
@@ -19,46 +13,51 @@ namespace {
 
 constexpr std::string_view kType = "veltrix model";
 
-/// An empty model of each family.
-std::vector<std::unique_ptr<StoredModel>> makeFamilies() {
-    std::vector<std::unique_ptr<StoredModel>> families;
-    families.push_back(std::make_unique<StoredRegression>());
-    families.push_back(std::make_unique<StoredKnn>());
-    families.push_back(std::make_unique<StoredTree>());
-    families.push_back(std::make_unique<StoredKMeans>());
-    return families;
-}
-
-std::unique_ptr<StoredModel> makeModel(const Support::JsonView& family) {
+std::unique_ptr<Family> makeStored(const Support::JsonView& name) {
+    std::unique_ptr<Family> family = makeFamily(name.asString());
+    if (family) return family;
     std::string known;
-    for (std::unique_ptr<StoredModel>& model : makeFamilies()) {
-        if (model->family() == family.asString()) return std::move(model);
-        known += (known.empty() ? "" : ", ") + Tool::quoted(model->family());
+    for (const std::unique_ptr<Family>& each : makeFamilies()) {
+        known += (known.empty() ? "" : ", ") + Tool::quoted(each->names().family);
     }
-    family.fail(fmt::format("{}, expected one of {}", Tool::quoted(family.asString()), known));
+    name.fail(fmt::format("{}, expected one of {}", Tool::quoted(name.asString()), known));
 }
 
-std::unique_ptr<StoredModel> readRoot(const Support::JsonView& root) {
+StoredModel readRoot(const Support::JsonView& root) {
     Support::checkStored(root, kType);
-    std::unique_ptr<StoredModel> model = makeModel(root.at("family"));
-    model->setTarget(root.at("target").asString());
-    model->readParts(root);
-    return model;
+    StoredModel stored;
+    stored.family = makeStored(root.at("family"));
+    Family& family = *stored.family;
+    stored.target = root.at("target").asString();
+    stored.coding = PredictorCoding(family.needs().coding);
+    stored.coding.read(root);
+    Support::StoredReader fields(root);
+    family.fields(fields);
+    if (family.numColumns() == 0) root.at("model").fail("not a fitted model");
+    const std::size_t found = stored.coding.columnNames().size();
+    if (found != static_cast<std::size_t>(family.numColumns())) {
+        root.at(stored.coding.key())
+            .fail(fmt::format("{} columns, expected {}", found, family.numColumns()));
+    }
+    return stored;
 }
 
 }  // namespace
 
-std::string writeModel(const StoredModel& stored) {
+std::string writeModel(const std::string& target, const PredictorCoding& coding,
+                       const Family& family) {
     Support::JsonWriter writer;
     Support::beginStored(writer, kType)
-        .member("family", stored.family())
-        .member("target", stored.target());
-    stored.writeParts(writer);
+        .member("family", std::string_view(family.names().family))
+        .member("target", target);
+    coding.write(writer);
+    Support::StoredWriter fields(writer);
+    family.fields(fields);
     writer.endObject();
     return writer.take() + "\n";
 }
 
-std::unique_ptr<StoredModel> readModel(const std::string& path) {
+StoredModel readModel(const std::string& path) {
     try {
         const std::string text = Support::readFile(path);
         return readRoot(Support::JsonDocument::parse(text).root());

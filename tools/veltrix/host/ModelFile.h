@@ -3,15 +3,23 @@
 #include <memory>
 #include <string>
 
-#include "tools/veltrix/host/StoredModel.h"
+#include "tools/veltrix/host/Family.h"
 
 namespace Veltrix::Tool {
 
-/// JSON text: type, version, family, target, and what the family adds.
-std::string writeModel(const StoredModel& stored);
+/// A fitted model with what scoring a file needs beside it.
+struct StoredModel {
+    std::unique_ptr<Family> family;
+    std::string target;
+    PredictorCoding coding;
+};
+
+/// JSON text: type, version, family, target, predictors, and the family's own fields.
+std::string writeModel(const std::string& target, const PredictorCoding& coding,
+                       const Family& family);
 
 /// Reads a file written from `writeModel`, of any family. Throws `UserError` that names the
 /// offending key when it is damaged, of another version, or something else.
-std::unique_ptr<StoredModel> readModel(const std::string& path);
+StoredModel readModel(const std::string& path);
 
 }  // namespace Veltrix::Tool

@@ -55,6 +55,8 @@ std::string withoutTrailingZeros(std::string number) {
     return number;
 }
 
+std::string percentText(double level) { return fmt::format("{:.10g}%", 100.0 * level); }
+
 std::string formatProbability(double probability) {
     constexpr double kSmallestFixed = 1e-4;
     constexpr double kEpsilon = std::numeric_limits<double>::epsilon();

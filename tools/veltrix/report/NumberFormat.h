@@ -20,6 +20,9 @@ std::string formatDecimals(double number, int decimals);
 /// scientific form.
 int decimalsFor(double largest);
 
+/// A level as a heading shows it: "95%".
+std::string percentText(double level);
+
 /// A probability: 6 decimals, scientific below 1e-4, "<2.2e-16" below the rounding error of 1.
 std::string formatProbability(double probability);
 

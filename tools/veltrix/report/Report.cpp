@@ -1,6 +1,7 @@
 #include "tools/veltrix/report/Report.h"
 
 #include <cmath>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 
@@ -24,22 +25,82 @@ Cell Column::cell(std::size_t row) const {
         values);
 }
 
-Column series(std::string heading, Vector values) {
-    return {std::move(heading), std::move(values), NumberStyle::Series};
+Table& Table::add(Column column) {
+    columns.push_back(std::move(column));
+    return *this;
 }
 
-Table entryTable(std::string title, std::vector<Entry> entries, std::vector<std::string> notes) {
-    std::vector<std::string> labels;
-    std::vector<Value> values;
-    for (Entry& entry : entries) {
-        labels.push_back(std::move(entry.label));
-        values.push_back(std::move(entry.value));
+Table& Table::text(std::string heading, std::vector<std::string> values) {
+    return add({std::move(heading), std::move(values)});
+}
+
+Table& Table::text(std::string heading, const StringVector& values) {
+    return text(std::move(heading), toTexts(values));
+}
+
+Table& Table::integers(std::string heading, std::vector<std::int64_t> values) {
+    return add({std::move(heading), std::move(values)});
+}
+
+Table& Table::integers(std::string heading, const IntVector& values) {
+    return integers(std::move(heading), std::vector<std::int64_t>(values.begin(), values.end()));
+}
+
+Table& Table::counted(std::string heading, std::uint64_t count, std::int64_t first) {
+    std::vector<std::int64_t> numbers(count);
+    std::iota(numbers.begin(), numbers.end(), first);
+    return integers(std::move(heading), std::move(numbers));
+}
+
+Table& Table::numbers(std::string heading, Vector values) {
+    return add({std::move(heading), std::move(values)});
+}
+
+Table& Table::series(std::string heading, Vector values) {
+    return add({std::move(heading), std::move(values), NumberStyle::Series});
+}
+
+Table& Table::probability(std::string heading, Vector values) {
+    return add({std::move(heading), std::move(values), NumberStyle::Probability});
+}
+
+Table& Table::cells(std::string heading, std::vector<Value> values, NumberStyle style) {
+    return add({std::move(heading), std::move(values), style});
+}
+
+Table& Table::matrix(const std::vector<std::string>& headings, const Matrix& values) {
+    for (int j = 0; j < values.getNumCols(); ++j) {
+        const auto cells = values(Veltrix::Selection::all, j).elements();
+        series(headings[static_cast<std::size_t>(j)], Vector(cells.begin(), cells.end()));
     }
-    Table table{
-        .title = std::move(title), .columns = {}, .notes = std::move(notes), .entries = true};
-    table.columns.push_back({.heading = "Item", .values = std::move(labels)});
-    table.columns.push_back({.heading = "Value", .values = std::move(values)});
-    return table;
+    return *this;
+}
+
+Table& Table::entry(std::string label, Value value) {
+    if (columns.empty()) {
+        entries = true;
+        text("Item", std::vector<std::string>()).cells("Value", {});
+    }
+    std::get<std::vector<std::string>>(columns[0].values).push_back(std::move(label));
+    std::get<std::vector<Value>>(columns[1].values).push_back(std::move(value));
+    return *this;
+}
+
+Table& Table::note(std::string text) {
+    notes.push_back(std::move(text));
+    return *this;
+}
+
+Table& Table::note(const std::vector<std::string>& texts) {
+    notes.insert(notes.end(), texts.begin(), texts.end());
+    return *this;
+}
+
+std::vector<std::string> toTexts(const StringVector& names) {
+    std::vector<std::string> texts;
+    texts.reserve(names.size());
+    for (const WString& name : names) texts.push_back(name.toUtf8());
+    return texts;
 }
 
 Value countValue(double count) {

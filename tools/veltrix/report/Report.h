@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <variant>
 #include <vector>
 
+#include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Data/Matrix.h"
+#include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
 
 namespace Veltrix::Tool {
@@ -38,7 +40,7 @@ struct Column {
     Cell cell(std::size_t row) const;
 };
 
-/// A title, a row of headings, and columns of equal length.
+/// A title, a row of headings, and columns of equal length, which are appended one by one.
 struct Table {
     std::string title;
     std::vector<Column> columns;
@@ -51,6 +53,27 @@ struct Table {
     bool chartOnly = false;
 
     std::size_t numRows() const { return columns.empty() ? 0 : columns.front().size(); }
+
+    Table& add(Column column);
+    Table& text(std::string heading, std::vector<std::string> values);
+    Table& text(std::string heading, const StringVector& values);
+    Table& integers(std::string heading, std::vector<std::int64_t> values);
+    Table& integers(std::string heading, const IntVector& values);
+    /// `first`, `first` + 1, ...: as many as `count` says.
+    Table& counted(std::string heading, std::uint64_t count, std::int64_t first = 1);
+    /// Numbers that are rounded each on its own.
+    Table& numbers(std::string heading, Vector values);
+    /// Numbers on one scale.
+    Table& series(std::string heading, Vector values);
+    Table& probability(std::string heading, Vector values);
+    Table& cells(std::string heading, std::vector<Value> values,
+                 NumberStyle style = NumberStyle::Single);
+    /// Every column of the matrix as a series.
+    Table& matrix(const std::vector<std::string>& headings, const Matrix& values);
+    /// A row of a table of labels and values.
+    Table& entry(std::string label, Value value);
+    Table& note(std::string text);
+    Table& note(const std::vector<std::string>& texts);
 };
 
 /// A column of a report's table, by position.
@@ -86,38 +109,11 @@ struct Report {
     std::vector<Chart> charts = {};
 };
 
-/// A column of numbers on one scale.
-Column series(std::string heading, Vector values);
-
-/// A table that takes the columns over; a braced list would copy them.
-template <class... Columns>
-Table makeTable(std::string title, Columns... columns) {
-    Table table{.title = std::move(title), .columns = {}};
-    table.columns.reserve(sizeof...(columns));
-    (table.columns.push_back(std::move(columns)), ...);
-    return table;
-}
-
-/// The same with one row per record.
-template <class... Columns>
-Table recordTable(std::string title, Columns... columns) {
-    Table table = makeTable(std::move(title), std::move(columns)...);
-    table.perRecord = true;
-    return table;
-}
-
-/// A label and its value.
-struct Entry {
-    std::string label;
-    Value value;
-};
-
-/// A table of two columns from labelled values.
-Table entryTable(std::string title, std::vector<Entry> entries,
-                 std::vector<std::string> notes = {});
-
 /// A double as a cell: an integer when it counts something and is finite.
 Value countValue(double count);
+
+/// Names as the report shows them.
+std::vector<std::string> toTexts(const StringVector& names);
 
 /// "NaN", "Infinity" or "-Infinity".
 std::string_view nonFiniteText(double number);

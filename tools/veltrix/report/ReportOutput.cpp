@@ -7,9 +7,9 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "support/Files.h"
+#include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/UserError.h"
 #include "tools/veltrix/report/CsvRenderer.h"
 #include "tools/veltrix/report/JsonRenderer.h"
@@ -82,14 +82,12 @@ class WaitingFiles {
     std::vector<std::pair<FileOption, Support::StagedFile>> files_;
 };
 
-std::string expectFileName(const std::string& text) {
-    return text.empty() ? "expected a file name" : "";
-}
+using Render = std::string (*)(const Report& report, bool allRecords);
 
-std::string expectWorkbookName(const std::string& text) {
-    if (CLI::detail::to_lower(text).ends_with(".xlsx")) return "";
-    return Tool::quoted(text) + ", expected a file name that ends in .xlsx";
-}
+std::string renderAsJson(const Report& report, bool /*allRecords*/) { return renderJson(report); }
+std::string renderAsCsv(const Report& report, bool /*allRecords*/) { return renderCsv(report); }
+
+const Choices<Render> kFormats{{"text", renderText}, {"json", renderAsJson}, {"csv", renderAsCsv}};
 
 }  // namespace
 
@@ -105,35 +103,14 @@ void deliverText(const FileOption& output, const std::string& text) {
     forOption(output, [&] { Support::writeFileAtomically(output.path, text); });
 }
 
-CLI::Option* declareFile(CLI::App& app, FileOption& file, const std::string& description,
-                         bool required) {
-    return app.add_option(file.option, file.path, description)
-        ->required(required)
-        ->check(expectFileName)
-        ->type_name("FILE");
-}
+ReportOutput::ReportOutput() : format_(renderText) {}
 
-void declareConfidence(CLI::App& app, double& confidence) {
-    const auto expectLevel = [](const std::string& text) -> std::string {
-        double level = 0.0;
-        const bool inside = CLI::detail::lexical_cast(text, level) && level > 0.0 && level < 1.0;
-        return inside ? "" : Tool::quoted(text) + ", expected a number between 0 and 1 (0.95)";
-    };
-    app.add_option("--confidence", confidence, "Confidence level of intervals")
-        ->check(expectLevel)
-        ->type_name("LEVEL")
-        ->capture_default_str();
-}
-
-void ReportOutput::declare(CLI::App& app) {
-    app.add_option("--format", format_, "How the tables are printed: text, json or csv")
-        ->check(CLI::IsMember({"text", "json", "csv"}))
-        ->type_name("FORMAT")
-        ->capture_default_str();
-    declareFile(app, output_, "Prints into this file", false);
-    declareFile(app, report_, "Writes a workbook (.xlsx), one sheet a table, with charts", false)
-        ->check(expectWorkbookName);
-    app.add_flag("--all-records", allRecords_,
+void ReportOutput::declare(OptionGroup& options) {
+    options.choice("--format", format_, "How the tables are printed: text, json or csv", kFormats)
+        .placeholder("FORMAT");
+    options.file(output_, "Prints into this file");
+    options.file(report_, "Writes a workbook (.xlsx), one sheet a table, with charts");
+    options.flag("--all-records", allRecords_,
                  "Shows all rows of long tables in text output, not the first 20");
 }
 
@@ -148,12 +125,6 @@ void ReportOutput::checkFiles(const std::vector<FileOption>& inputs,
     }
 }
 
-std::string ReportOutput::render(const Report& report) const {
-    if (format_ == "json") return renderJson(report);
-    if (format_ == "csv") return renderCsv(report);
-    return renderText(report, allRecords_);
-}
-
 void ReportOutput::deliver(const Report& report, const std::vector<FileContent>& others) const {
     WaitingFiles files;
     if (!report_.path.empty()) {
@@ -164,7 +135,7 @@ void ReportOutput::deliver(const Report& report, const std::vector<FileContent>&
         if (other.target.path.empty()) continue;
         files.stage(other.target, [&](Support::StagedFile& file) { file.write(other.content); });
     }
-    const std::string text = render(report);
+    const std::string text = format_(report, allRecords_);
     if (output_.path.empty()) {
         print(text);
     } else {

@@ -5,17 +5,15 @@
 
 #include "tools/veltrix/report/Report.h"
 
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
-
 namespace Veltrix::Tool {
+
+class OptionGroup;
 
 /// A file and the option that named it; no path means that the option was not given.
 struct FileOption {
     std::string option;
     std::string path;
+    std::string ending = {};  ///< that the path must have, in small letters; any when empty
 };
 
 /// Content for a file that an option named.
@@ -27,7 +25,9 @@ struct FileContent {
 /// Where and how a report goes: the options that all commands share, and what they mean.
 class ReportOutput {
   public:
-    void declare(CLI::App& app);
+    ReportOutput();
+
+    void declare(OptionGroup& options);
 
     /// Refuses a file that would be read and written, or written twice. Asked before the work
     /// starts.
@@ -39,11 +39,11 @@ class ReportOutput {
     void deliver(const Report& report, const std::vector<FileContent>& others = {}) const;
 
   private:
-    std::string render(const Report& report) const;
+    using Render = std::string (*)(const Report& report, bool allRecords);
 
-    std::string format_ = "text";
+    Render format_;
     FileOption output_{"--output", {}};
-    FileOption report_{"--report", {}};
+    FileOption report_{"--report", {}, ".xlsx"};
     bool allRecords_ = false;
 };
 
@@ -53,12 +53,5 @@ void checkDistinct(const FileOption& output, const FileOption& input);
 /// Writes the text to the file of the option, all or nothing, or to standard output when the option
 /// was not given. Throws `UserError` that names the option.
 void deliverText(const FileOption& output, const std::string& text);
-
-/// Declares an option that names a file.
-CLI::Option* declareFile(CLI::App& app, FileOption& file, const std::string& description,
-                         bool required);
-
-/// Declares --confidence, a level inside (0, 1).
-void declareConfidence(CLI::App& app, double& confidence);
 
 }  // namespace Veltrix::Tool

@@ -1,0 +1,49 @@
+#include "tools/veltrix/families/Families.h"
+
+#include <string_view>
+
+#include "tools/veltrix/families/AcfCommand.h"
+#include "tools/veltrix/families/PartitionCommand.h"
+#include "tools/veltrix/families/PredictCommand.h"
+#include "tools/veltrix/families/SampleCommand.h"
+#include "tools/veltrix/host/FamilyCommand.h"
+
+namespace Veltrix::Tool {
+
+namespace {
+
+constexpr std::unique_ptr<Family> (*kFamilies[])() = {makeRegression, makeNeighbours, makeTree,
+                                                      makeKMeans};
+
+}  // namespace
+
+Family::~Family() = default;
+
+std::vector<std::unique_ptr<Family>> makeFamilies() {
+    std::vector<std::unique_ptr<Family>> families;
+    for (const auto& make : kFamilies) families.push_back(make());
+    return families;
+}
+
+std::unique_ptr<Family> makeFamily(std::string_view name) {
+    for (std::unique_ptr<Family>& family : makeFamilies()) {
+        if (name == family->names().command || name == family->names().family) {
+            return std::move(family);
+        }
+    }
+    return nullptr;
+}
+
+std::vector<std::unique_ptr<Command>> makeCommands() {
+    std::vector<std::unique_ptr<Command>> commands;
+    for (std::unique_ptr<Family>& family : makeFamilies()) {
+        commands.push_back(std::make_unique<FamilyCommand>(std::move(family)));
+    }
+    commands.push_back(std::make_unique<PredictCommand>());
+    commands.push_back(std::make_unique<AcfCommand>());
+    commands.push_back(std::make_unique<PartitionCommand>());
+    commands.push_back(std::make_unique<SampleCommand>());
+    return commands;
+}
+
+}  // namespace Veltrix::Tool

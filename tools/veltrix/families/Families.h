@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+#include "tools/veltrix/host/Family.h"
+
+/// @file
+/// One function for each family of models; `makeFamily` finds them by name.
+
+namespace Veltrix::Tool {
+
+/// Linear regression by least squares.
+std::unique_ptr<Family> makeRegression();
+/// Classes or numbers of records from the training records nearest to them.
+std::unique_ptr<Family> makeNeighbours();
+/// Decision trees for classes or numbers, pruned on the validation part.
+std::unique_ptr<Family> makeTree();
+/// Clusters of similar rows.
+std::unique_ptr<Family> makeKMeans();
+
+}  // namespace Veltrix::Tool

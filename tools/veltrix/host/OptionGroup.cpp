@@ -1,0 +1,180 @@
+#include "tools/veltrix/host/OptionGroup.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <optional>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "support/NumberText.h"
+#include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/report/ReportOutput.h"
+
+namespace Veltrix::Tool {
+
+namespace {
+
+/// Reads a whole number of at least `least`.
+template <class Integer>
+struct WholeNumber {
+    Integer least;
+
+    std::optional<Integer> operator()(const std::string& text) const {
+        Integer value = 0;
+        const char* const end = text.data() + text.size();
+        const auto [stop, error] = std::from_chars(text.data(), end, value);
+        if (error != std::errc() || stop != end || value < least) return std::nullopt;
+        return value;
+    }
+};
+
+template <class Integer>
+std::string rangeText(Integer least) {
+    return fmt::format("a whole number from {} to {}", least, std::numeric_limits<Integer>::max());
+}
+
+std::string expectFileName(const std::string& text) {
+    return text.empty() ? "expected a file name" : "";
+}
+
+}  // namespace
+
+OptionGroup::Option OptionGroup::Option::required() {
+    option_->required();
+    return *this;
+}
+
+OptionGroup::Option OptionGroup::Option::placeholder(const std::string& name) {
+    option_->type_name(name);
+    return *this;
+}
+
+OptionGroup::Option OptionGroup::Option::shown(const std::string& value) {
+    option_->default_str(value);
+    return *this;
+}
+
+OptionGroup::Option OptionGroup::Option::excludes(const std::string& other) {
+    option_->excludes(app_->get_option(other));
+    return *this;
+}
+
+OptionGroup::Option OptionGroup::Option::needs(const std::string& other) {
+    option_->needs(app_->get_option(other));
+    return *this;
+}
+
+template <class Value, class Parse>
+OptionGroup::Option OptionGroup::parsed(const std::string& name, Value& value,
+                                        const std::string& description, Parse parse,
+                                        const std::string& expected) {
+    CLI::Option* const option = app_.add_option_function<std::string>(
+        name, [&value, parse](const std::string& text) { value = *parse(text); }, description);
+    option->check([parse, expected](const std::string& text) {
+        return parse(text) ? std::string() : Tool::quoted(text) + ", expected " + expected;
+    });
+    return {app_, *option};
+}
+
+OptionGroup::Option OptionGroup::flag(const std::string& name, bool& value,
+                                      const std::string& description) {
+    return {app_, *app_.add_flag(name, value, description)};
+}
+
+OptionGroup::Option OptionGroup::count(const std::string& name, int& value,
+                                       const std::string& description, int least) {
+    return parsed(name, value, description, WholeNumber<int>{least}, rangeText(least))
+        .placeholder("N");
+}
+
+OptionGroup::Option OptionGroup::count(const std::string& name, std::int64_t& value,
+                                       const std::string& description, std::int64_t least) {
+    return parsed(name, value, description, WholeNumber<std::int64_t>{least},
+                  fmt::format("a whole number of at least {}", least))
+        .placeholder("N");
+}
+
+OptionGroup::Option OptionGroup::share(const std::string& name, double& value,
+                                       const std::string& description) {
+    const auto parse = [](const std::string& text) {
+        const std::optional<double> number = Support::parseNumber(std::string_view(text));
+        return number && *number >= 0.0 && *number <= 1.0 ? number : std::nullopt;
+    };
+    return parsed(name, value, description, parse, "a number from 0 to 1").placeholder("SHARE");
+}
+
+OptionGroup::Option OptionGroup::confidence(double& level) {
+    const auto parse = [](const std::string& text) {
+        const std::optional<double> number = Support::parseNumber(std::string_view(text));
+        return number && *number > 0.0 && *number < 1.0 ? number : std::nullopt;
+    };
+    return parsed("--confidence", level, "Confidence level of intervals", parse,
+                  "a number between 0 and 1 (0.95)")
+        .placeholder("LEVEL")
+        .shown(fmt::format("{}", level));
+}
+
+OptionGroup::Option OptionGroup::seed(std::uint32_t& seed) {
+    return parsed("--seed", seed, "Seed of the random numbers", WholeNumber<std::uint32_t>{0},
+                  rangeText(std::uint32_t{0}))
+        .placeholder("N")
+        .shown(std::to_string(seed));
+}
+
+OptionGroup::Option OptionGroup::text(const std::string& name, std::string& value,
+                                      const std::string& description) {
+    return {app_, *app_.add_option(name, value, description)};
+}
+
+OptionGroup::Option OptionGroup::name(const std::string& name, std::string& value,
+                                      const std::string& description) {
+    CLI::Option* const option = app_.add_option(name, value, description);
+    option->check([](const std::string& text) { return text.empty() ? "expected a name" : ""; });
+    option->type_name("NAME")->capture_default_str();
+    return {app_, *option};
+}
+
+OptionGroup::Option OptionGroup::column(const std::string& name, std::string& value,
+                                        const std::string& description) {
+    return text(name, value, description).placeholder("COLUMN");
+}
+
+OptionGroup::Option OptionGroup::list(const std::string& name, std::vector<std::string>& values,
+                                      const std::string& description) {
+    CLI::Option* const option = app_.add_option(name, values, description);
+    option->allow_extra_args(false)->type_name("A,B");
+    return {app_, *option};
+}
+
+OptionGroup::Option OptionGroup::file(FileOption& file, const std::string& description) {
+    CLI::Option* const option = app_.add_option(file.option, file.path, description);
+    option->check(expectFileName)->type_name("FILE");
+    if (!file.ending.empty()) {
+        option->check([ending = file.ending](const std::string& text) {
+            if (CLI::detail::to_lower(text).ends_with(ending)) return std::string();
+            return fmt::format("{}, expected a file name that ends in {}", Tool::quoted(text),
+                               ending);
+        });
+    }
+    return {app_, *option};
+}
+
+OptionGroup::Option OptionGroup::oneOf(const std::string& name, const std::string& description,
+                                       const std::vector<std::string>& names,
+                                       const std::string& usual,
+                                       std::function<void(std::size_t)> choose) {
+    CLI::Option* const option = app_.add_option_function<std::string>(
+        name,
+        [names, choose](const std::string& text) {
+            choose(static_cast<std::size_t>(std::ranges::find(names, text) - names.begin()));
+        },
+        description);
+    option->check(CLI::IsMember(names))->default_str(usual);
+    return {app_, *option};
+}
+
+void OptionGroup::footer(const std::string& text) { app_.footer(text); }
+
+}  // namespace Veltrix::Tool

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/veltrix/host/ClassRoles.h"
+#include "tools/veltrix/host/ColumnRoles.h"
+#include "tools/veltrix/host/OptionGroup.h"
+#include "tools/veltrix/host/PredictorCoding.h"
+#include "tools/veltrix/report/ReportOutput.h"
+
+namespace Veltrix::Tool {
+
+/// What a family explains.
+enum class TargetKind {
+    None,     ///< nothing: it looks at the columns themselves
+    Numbers,  ///< a column of numbers
+    Classes,  ///< a column of classes
+    Either    ///< a column of classes, or of numbers with --regression
+};
+
+/// What a family takes from a file.
+struct Needs {
+    TargetKind target = TargetKind::None;
+    Coding coding = Coding::Numbers;
+    bool weights = false;
+    /// Its results come with limits at a confidence level.
+    bool confidence = false;
+    /// It has tables of its own for the training records and how well they are met.
+    bool describesTraining = false;
+};
+
+/// The options that the families share, as far as they need them.
+struct TaskOptions {
+    static constexpr const char* kTarget = "--target";
+    static constexpr const char* kPartitionColumn = "--partition-column";
+    static constexpr const char* kWeights = "--weights";
+    static constexpr const char* kCategorical = "--categorical";
+
+    explicit TaskOptions(const Needs& family)
+        : needs(family), regression(family.target == TargetKind::Numbers) {}
+
+    void declare(OptionGroup& options);
+    /// Those that come after the family's own.
+    void declareOutput(OptionGroup& options);
+
+    bool hasTarget() const { return needs.target != TargetKind::None; }
+    bool hasClasses() const { return hasTarget() && !regression; }
+    /// The option that names the predictors.
+    const char* predictorOption() const { return hasTarget() ? "--predictors" : "--columns"; }
+
+    /// The file with classes and parts as they are written.
+    DataFile readData() const;
+    /// The columns that are no predictors.
+    std::vector<RoleColumn> roles() const;
+
+    Needs needs;
+    FileOption data{"--data", {}};
+    FileOption save{"--save", {}};
+    std::string target;
+    std::vector<std::string> predictors;
+    std::vector<std::string> categorical;
+    std::string partitionColumn;  ///< empty without
+    std::string weights;          ///< empty without
+    bool regression;              ///< the target holds numbers
+    ClassOptions classes;
+    int maxLevels = 100;
+    double confidence = 0.95;
+    ReportOutput output;
+
+  private:
+    void declareTarget(OptionGroup& options);
+    void declareClasses(OptionGroup& options);
+};
+
+}  // namespace Veltrix::Tool
