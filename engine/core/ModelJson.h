@@ -53,7 +53,7 @@ auto read(std::string_view type, const WString& json, Take&& take) {
         Support::checkStored(document.root(), type);
         return std::forward<Take>(take)(document.root());
     } catch (const Support::JsonError& error) {
-        throw Exception(std::string(type) + " from JSON: " + error.what());
+        throw Exception(std::string(type) + " from JSON: " + error.what(), 9);
     }
 }
 

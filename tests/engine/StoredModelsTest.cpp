@@ -1,0 +1,265 @@
+// What every stored model promises: the text reads back to the same text, from a string and from a
+// file; damage names its key and changes nothing; copies and moved models are values.
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "Veltrix/Veltrix.h"
+#include "tests/support/Process.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using nlohmann::ordered_json;
+
+/// Three predictors, one of them with ties, and responses with a little of everything.
+Matrix predictors(unsigned seed) {
+    Matrix x = Util::gaussianMatrix(40, 3, MatrixOrderType::columnMajor, 0.0, 2.0, seed);
+    for (int i = 0; i < 40; ++i) x(i, 2) = i % 4;
+    return x;
+}
+
+Vector numbers(unsigned seed) {
+    const Matrix x = predictors(seed);
+    Vector y(40);
+    for (int i = 0; i < 40; ++i) y[static_cast<std::uint64_t>(i)] = x(i, 0) - x(i, 2) * x(i, 2);
+    return y;
+}
+
+StringVector labels(unsigned seed) {
+    StringVector result;
+    for (const double y : numbers(seed)) result.push_back(y < -3 ? L"low" : y < 0 ? L"b" : L"hi\"");
+    return result;
+}
+
+Vector codes(unsigned seed) {
+    Vector result;
+    for (const double y : numbers(seed)) result.push_back(y < -3 ? 0 : y < 0 ? 1 : 2);
+    return result;
+}
+
+StringVector categories(unsigned seed) {
+    StringVector result;
+    for (const double y : numbers(seed)) result.push_back(y < -3 ? L"red" : L"\u00e4\U0001F600");
+    return result;
+}
+
+/// How each model is fitted; other seeds give other models.
+template <class Model>
+Model fitted(unsigned seed);
+
+using Regression = Engine::LinearModel::OLS::Model;
+template <>
+Regression fitted(unsigned seed) {
+    return Regression().fit(predictors(seed), numbers(seed), true);
+}
+
+using Clusters = Engine::KMC::Model;
+template <>
+Clusters fitted(unsigned seed) {
+    return Clusters({2, 4, 6, static_cast<int>(seed)}).fit(predictors(seed));
+}
+
+using Neighbours = Engine::Classification::KNN::Model;
+template <>
+Neighbours fitted(unsigned seed) {
+    return Neighbours().fit(predictors(seed), labels(seed), Vector(40, 1.5));
+}
+
+using NumberNeighbours = Engine::Regression::KNN::Model;
+template <>
+NumberNeighbours fitted(unsigned seed) {
+    return NumberNeighbours().fit(predictors(seed), numbers(seed));
+}
+
+Engine::DT::Params growth() {
+    Engine::DT::Params params;
+    params.maxSplits = params.maxLevels = params.maxNodes = 99;
+    params.minRecords = 2;
+    params.categorical = {2};
+    return params;
+}
+
+using ClassTree = Engine::DT::Classification::Model;
+template <>
+ClassTree fitted(unsigned seed) {
+    ClassTree tree(growth());
+    tree.fit(predictors(seed), codes(seed)).prune(predictors(seed + 1), codes(seed + 1));
+    return tree;
+}
+
+using NumberTree = Engine::DT::Regression::Model;
+template <>
+NumberTree fitted(unsigned seed) {
+    NumberTree tree(growth());
+    tree.fit(predictors(seed), numbers(seed)).prune(predictors(seed + 1), numbers(seed + 1));
+    return tree;
+}
+
+template <>
+Engine::Encoder fitted(unsigned seed) {
+    DataFrame frame;
+    frame.append(categories(seed), L"colour");
+    frame.append(labels(seed), L"level " + Convert::toString(static_cast<int>(seed)));
+    Engine::Encoder encoder;
+    encoder.fit(frame);
+    return encoder;
+}
+
+template <>
+Engine::CatReducer fitted(unsigned seed) {
+    Engine::CatReducer reducer;
+    reducer.setNumCategories(seed % 2 == 0 ? 2 : 3).fit(labels(seed));
+    return reducer;
+}
+
+using Series = Engine::TS::ARIMA::Data;
+template <>
+Series fitted(unsigned seed) {
+    const Vector values = numbers(seed);
+    Series series(1, 1, 4);
+    series.load({values.begin(), values.end()});
+    return series.preprocess().computePACF(0, 6);
+}
+
+template <class Model>
+class StoredModels : public testing::Test {};
+
+using Models = testing::Types<Regression, Clusters, Neighbours, NumberNeighbours, ClassTree,
+                              NumberTree, Engine::Encoder, Engine::CatReducer, Series>;
+TYPED_TEST_SUITE(StoredModels, Models);
+
+TYPED_TEST(StoredModels, ReadBackToTheSameText) {
+    const TemporaryFolder folder;
+    const WString path = WString::fromUtf8(folder.path("model.json"));
+    for (const TypeParam& model : {fitted<TypeParam>(3), TypeParam()}) {
+        const WString text = model.toJson();
+        TypeParam back = fitted<TypeParam>(4);
+        back.fromJsonString(text);
+        EXPECT_EQ(back.toJson().toUtf8(), text.toUtf8());
+        back.toJson(path);
+        EXPECT_EQ(contentOf(folder.path("model.json")), text.toUtf8());
+        TypeParam fromFile;
+        fromFile.fromJsonFile(path);
+        EXPECT_EQ(fromFile.toJson().toUtf8(), text.toUtf8());
+    }
+}
+
+TYPED_TEST(StoredModels, AreValues) {
+    TypeParam model = fitted<TypeParam>(3);
+    const std::string text = model.toJson().toUtf8();
+    TypeParam copy = model;
+    copy = fitted<TypeParam>(6);
+    EXPECT_NE(copy.toJson().toUtf8(), text);
+    EXPECT_EQ(model.toJson().toUtf8(), text);
+    copy = std::move(model);
+    EXPECT_EQ(copy.toJson().toUtf8(), text);
+    model = fitted<TypeParam>(3);  // NOLINT(bugprone-use-after-move): usable again
+    EXPECT_EQ(model.toJson().toUtf8(), text);
+}
+
+/// Calls `change` with every value of the document by turns, and `check` with the key of the value
+/// after each change, which is undone then.
+void forEachValue(ordered_json& node, const std::string& key,
+                  const std::function<bool(ordered_json&)>& change,
+                  const std::function<void(const std::string&)>& check) {
+    const ordered_json kept = node;
+    if (change(node)) check(key);
+    node = kept;
+    if (!node.is_structured()) return;
+    std::size_t place = 0;
+    for (auto& [name, part] : node.items()) {
+        if (node.is_array() && place++ > 1) break;  // elements are alike
+        forEachValue(part, node.is_array() ? key : name, change, check);
+    }
+}
+
+TYPED_TEST(StoredModels, DamageNamesItsKeyAndChangesNothing) {
+    TypeParam model = fitted<TypeParam>(3);
+    const std::string before = model.toJson().toUtf8();
+    ordered_json document = ordered_json::parse(before);
+    const auto readDocument = [&](const std::string& key) {
+        SCOPED_TRACE(key);
+        try {
+            model.fromJsonString(WString::fromUtf8(document.dump()));
+            FAIL() << "read " << document.dump().substr(0, 300);
+        } catch (const Exception& error) {
+            EXPECT_THAT(error.what(), testing::HasSubstr(key));
+            EXPECT_EQ(error.getCode(), 9);
+        }
+        EXPECT_EQ(model.toJson().toUtf8(), before);
+    };
+    // Another kind of value.
+    forEachValue(
+        document, "",
+        [](ordered_json& value) {
+            value = value.is_boolean() ? ordered_json(0.5) : ordered_json(true);
+            return true;
+        },
+        readDocument);
+    // A member that is gone.
+    forEachValue(
+        document, "",
+        [](ordered_json& value) {
+            if (!value.is_object() || value.empty() || !value.contains("version")) return false;
+            value.erase("version");
+            return true;
+        },
+        [&](const std::string&) { readDocument("version"); });
+}
+
+/// Whatever a number becomes and however long a list is, reading ends with a model or an exception,
+/// and the model can be stored again.
+TYPED_TEST(StoredModels, NoNumberLeadsAstray) {
+    const TypeParam model = fitted<TypeParam>(3);
+    const std::string before = model.toJson().toUtf8();
+    ordered_json document = ordered_json::parse(before);
+    int refused = 0;
+    const auto readDocument = [&](const std::string&) {
+        TypeParam other = model;
+        try {
+            other.fromJsonString(WString::fromUtf8(document.dump()));
+            EXPECT_FALSE(other.toJson().empty());
+        } catch (const Exception&) {
+            ++refused;
+            EXPECT_EQ(other.toJson().toUtf8(), before);
+        }
+    };
+    for (const std::int64_t number : {-1, 1, 1000, 2147483647}) {
+        forEachValue(
+            document, "",
+            [number](ordered_json& value) {
+                if (!value.is_number()) return false;
+                value = number;
+                return true;
+            },
+            readDocument);
+    }
+    for (const bool longer : {false, true}) {
+        forEachValue(
+            document, "",
+            [longer](ordered_json& value) {
+                if (!value.is_array() || value.empty()) return false;
+                if (longer) {
+                    value.push_back(ordered_json(value.back()));
+                } else {
+                    value.erase(value.size() - 1);
+                }
+                return true;
+            },
+            readDocument);
+    }
+    for (std::size_t length = 0; length < before.size(); length += 1 + before.size() / 50) {
+        TypeParam other = model;
+        EXPECT_THROW(other.fromJsonString(WString::fromUtf8(before.substr(0, length))), Exception);
+    }
+    EXPECT_GT(refused, 0);
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
