@@ -1,44 +1,12 @@
 #include "Veltrix/Engine/LinearModel/DesignMatrix.h"
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
+#include <utility>
 
 #include "Veltrix/Data/Decompositions.h"
 #include "Veltrix/Data/Util.h"
+#include "engine/supervised/LinearModel/ColumnRank.h"
 
 namespace Veltrix::Engine::LinearModel {
-namespace {
-
-/// Length of column j of a from row `first` on.
-double tailLength(const Matrix& a, int first, int j) {
-    double length = 0.0;
-    for (int i = first; i < a.getNumRows(); ++i) length = std::hypot(length, a(i, j));
-    return length;
-}
-
-/// Householder reflection that maps column j from row `first` on to a multiple of the first unit
-/// vector, applied to the columns from j on. `length` is the length of that part, not 0.
-void reflect(Matrix& a, int first, int j, double length) {
-    const int n = a.getNumRows();
-    Vector direction;
-    for (int i = first; i < n; ++i) direction.push_back(a(i, j) / length);
-    direction[0] += std::copysign(1.0, direction[0]);
-    const double scale = 1.0 / std::abs(direction[0]);
-    for (int k = j; k < a.getNumCols(); ++k) {
-        double projection = 0.0;
-        for (int i = first; i < n; ++i) {
-            projection += direction[static_cast<std::uint64_t>(i - first)] * a(i, k);
-        }
-        projection *= scale;
-        for (int i = first; i < n; ++i) {
-            a(i, k) -= projection * direction[static_cast<std::uint64_t>(i - first)];
-        }
-    }
-}
-
-}  // namespace
-
 Matrix designMatrix(const Matrix& x, bool intercept) {
     Matrix design = x;
     if (intercept) {
@@ -58,22 +26,13 @@ Matrix sqrtWeightedDesignMatrix(const Matrix& x, const Vector& weights, bool int
 }
 
 PredictorScreeningInfo screenPredictors(const Matrix& x) {
-    const int n = x.getNumRows();
-    const int p = x.getNumCols();
-    // The triangle of X has the same columns up to a rotation, at a size that n does not touch.
-    Matrix triangle = triangularise({x});
-    const double relative = std::max(n, p) * std::numeric_limits<double>::epsilon();
-
+    ColumnRank found =
+        factoriseColumns(triangularise({x}), x.getNumCols(), x.getNumRows(), ColumnOrder::asGiven);
     PredictorScreeningInfo info;
-    for (int j = 0; j < p; ++j) info.tolerance.push_back(relative * tailLength(triangle, 0, j));
-    for (int j = 0; j < p; ++j) {
-        const double length = tailLength(triangle, info.rank, j);
-        info.diagonal.push_back(length);
-        if (length <= info.tolerance[static_cast<std::uint64_t>(j)]) continue;
-        reflect(triangle, info.rank, j, length);
-        info.columns.push_back(j);
-        ++info.rank;
-    }
+    info.rank = static_cast<int>(found.columns.size());
+    info.columns = std::move(found.columns);
+    info.diagonal = std::move(found.diagonal);
+    info.tolerance = std::move(found.tolerance);
     return info;
 }
 

@@ -3,44 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
+#include "engine/supervised/LinearModel/ColumnRank.h"
 
 namespace Veltrix::Engine::LinearModel {
 namespace {
-
-/// The pivoted factorisation of the triangle of D, with Qᵀb and the positions that count.
-struct PivotedTriangle {
-    QR qr;
-    Vector rotated;      // Qᵀb, p entries
-    double outside = 0;  // squared length of b outside the column space of D
-    double tolerance = 0;
-    IntVector positions;  // kept positions k, |R(k, k)| > tolerance
-    IntVector columns;    // design column of each kept position
-};
-
-PivotedTriangle factorise(const DesignRows& design, const Vector& b) {
-    const int n = design.getNumRows();
-    const int p = design.getNumCols();
-    const Matrix triangle = triangularise(design, b);
-    const IntVector leading = Veltrix::Util::range(0, p);
-
-    PivotedTriangle result;
-    result.qr = triangle(leading, leading).qr();
-    result.rotated = result.qr.qMultiply(triangle.getSubColumn(leading, p), SideType::left, true);
-    result.outside = triangle(p, p) * triangle(p, p);
-    // The triangle has p rows; rank is judged by the size of D.
-    const Matrix& r = result.qr.r();
-    result.tolerance = std::max(n, p) * std::numeric_limits<double>::epsilon() * std::abs(r(0, 0));
-    for (int k = 0; k < p; ++k) {
-        if (std::abs(r(k, k)) > result.tolerance) {
-            result.positions.push_back(k);
-            result.columns.push_back(result.qr.p()[static_cast<std::uint64_t>(k)]);
-        }
-    }
-    return result;
-}
 
 /// Upper bound of the condition number of R with columns scaled to unit length (which scaling the
 /// predictors does not change), in the Frobenius norm.
@@ -65,36 +35,43 @@ double expectedError(double condition, double fittedLength, double residualLengt
 
 /// Small problems are refined always; of large ones, whose passes cost time, those that are not
 /// right to eleven digits already.
-bool worthRefining(const DesignRows& design, const PivotedTriangle& f, const Matrix& r,
-                   const Matrix& inverse, double residualSumOfSquares) {
+bool worthRefining(const DesignRows& design, const Matrix& r, const Matrix& inverse,
+                   const Vector& fitted, double residualSumOfSquares) {
     constexpr double kSmallSize = 131072.0;
     constexpr double kSufficient = 1e-11;
     const double size = static_cast<double>(design.getNumRows()) * design.getNumCols();
     if (size <= kSmallSize) return true;
     return expectedError(scaledCondition(r, inverse),
-                         std::sqrt(Veltrix::Util::innerProduct(f.rotated)),
+                         std::sqrt(Veltrix::Util::innerProduct(fitted)),
                          std::sqrt(residualSumOfSquares)) > kSufficient;
 }
 
 /// Improves the solution by steps (RᵀR)⁻¹Dᵀ(b − Dβ) with exactly formed right-hand sides, as long
 /// as they shrink (Björck 1987, corrected seminormal equations).
-void refine(const DesignRows& design, const Vector& b, const PivotedTriangle& f,
-            const Matrix& inverse, Vector& coefficients) {
+void refine(const DesignRows& design, const Vector& b, const IntVector& columns,
+            const Matrix& inverse, double squaredLength, Vector& coefficients) {
     constexpr int kMostSteps = 5;
-    double previous = Veltrix::Util::innerProduct(f.rotated);
+    double previous = squaredLength;
     for (int step = 0; step < kMostSteps; ++step) {
         const Vector residual =
-            Veltrix::Util::select(normalResidual(design, b, coefficients), f.columns);
+            Veltrix::Util::select(normalResidual(design, b, coefficients), columns);
         const Vector scaled = Veltrix::Util::transpose(inverse) * residual;
         const double length = Veltrix::Util::innerProduct(scaled);
         // Squared lengths: a step has to be a tenth of the one before, or it is rounding.
         if (!(length < 0.01 * previous)) return;
         previous = length;
         const Vector change = inverse * scaled;
-        for (std::uint64_t k = 0; k < f.columns.size(); ++k) {
-            coefficients[static_cast<std::uint64_t>(f.columns[k])] += change[k];
+        for (std::uint64_t k = 0; k < columns.size(); ++k) {
+            coefficients[static_cast<std::uint64_t>(columns[k])] += change[k];
         }
     }
+}
+
+/// A leverage is at most 1, and one that misses it by rounding only is 1: what divides by 1 − h
+/// would be noise.
+double roundedLeverage(double leverage) {
+    constexpr double kRounding = 64.0 * std::numeric_limits<double>::epsilon();
+    return leverage >= 1.0 - kRounding ? 1.0 : leverage;
 }
 
 }  // namespace
@@ -102,45 +79,39 @@ void refine(const DesignRows& design, const Vector& b, const PivotedTriangle& f,
 LeastSquares solveLeastSquares(const DesignRows& design, const Vector& b) {
     if (design.getNumRows() == 0) throw Exception("Least squares: no records");
     if (design.getNumCols() == 0) throw Exception("Least squares: no columns");
-    const auto p = static_cast<std::uint64_t>(design.getNumCols());
-    const PivotedTriangle f = factorise(design, b);
-    const Matrix& r = f.qr.r();
+    const int n = design.getNumRows();
+    const int p = design.getNumCols();
+    ColumnRank f = factoriseColumns(triangularise(design, b), p, n, ColumnOrder::longestFirst);
+    const IntVector& columns = f.columns;
 
     LeastSquares result;
-    result.tolerance = f.tolerance;
-    result.rank = static_cast<int>(f.positions.size());
-    result.estimable = f.columns;
+    result.rank = static_cast<int>(columns.size());
+    result.diagonal = std::move(f.diagonal);
+    result.tolerance = std::max(n, p) * std::numeric_limits<double>::epsilon() *
+                       Veltrix::Util::maxValue(result.diagonal);
+    result.estimable = columns;
     std::sort(result.estimable.begin(), result.estimable.end());
-    result.diagonal.assign(p, 0.0);
-    result.residualSumOfSquares = f.outside;
-    for (std::uint64_t k = 0; k < p; ++k) {
-        const int position = static_cast<int>(k);
-        result.diagonal[static_cast<std::uint64_t>(f.qr.p()[k])] = std::abs(r(position, position));
-        if (!f.positions.exists(position)) {
-            result.residualSumOfSquares += f.rotated[k] * f.rotated[k];
-        }
-    }
+    const auto split = f.rotated.begin() + result.rank;
+    const Vector fitted(f.rotated.begin(), split);
+    result.residualSumOfSquares = Veltrix::Util::innerProduct(Vector(split, f.rotated.end()));
 
-    const Matrix kept = r(f.positions, f.positions);
     const Matrix inverse =
-        Matrix::solveTriangularSystem(kept, Veltrix::Util::eye(result.rank, result.rank),
+        Matrix::solveTriangularSystem(f.r, Veltrix::Util::eye(result.rank, result.rank),
                                       SideType::left, TriangularityType::upper, false, 1.0);
-    const Vector solution =
-        Matrix::solveTriangularSystem(kept, Veltrix::Util::select(f.rotated, f.positions),
-                                      SideType::left, TriangularityType::upper, false, 1.0);
-    result.coefficients.assign(p, 0.0);
-    for (std::uint64_t k = 0; k < f.columns.size(); ++k) {
-        result.coefficients[static_cast<std::uint64_t>(f.columns[k])] = solution[k];
+    const Vector solution = Matrix::solveTriangularSystem(f.r, fitted, SideType::left,
+                                                          TriangularityType::upper, false, 1.0);
+    result.coefficients.assign(static_cast<std::uint64_t>(p), 0.0);
+    for (std::uint64_t k = 0; k < columns.size(); ++k) {
+        result.coefficients[static_cast<std::uint64_t>(columns[k])] = solution[k];
     }
-    if (worthRefining(design, f, kept, inverse, result.residualSumOfSquares)) {
-        refine(design, b, f, inverse, result.coefficients);
+    if (worthRefining(design, f.r, inverse, fitted, result.residualSumOfSquares)) {
+        refine(design, b, columns, inverse, Veltrix::Util::innerProduct(fitted),
+               result.coefficients);
     }
-    result.unscaledCovariance = Matrix(design.getNumCols(), design.getNumCols());
-    result.unscaledCovariance.set(f.columns, f.columns,
-                                  inverse * Veltrix::Util::transpose(inverse));
-    result.leverages = rowSquaredNorms(design, f.columns, inverse);
-    // A leverage is at most 1; rounding must not turn √(1 − h) into NaN.
-    for (double& leverage : result.leverages) leverage = std::min(leverage, 1.0);
+    result.unscaledCovariance = Matrix(p, p);
+    result.unscaledCovariance.set(columns, columns, inverse * Veltrix::Util::transpose(inverse));
+    result.leverages = rowSquaredNorms(design, columns, inverse);
+    for (double& leverage : result.leverages) leverage = roundedLeverage(leverage);
     return result;
 }
 

@@ -12,15 +12,15 @@ struct LeastSquares {
     Vector coefficients;   // p, 0 for columns that are not estimable
     Vector diagonal;       // p, |diagonal of R| that belongs to each column
     IntVector estimable;   // kept columns, ascending
-    double tolerance = 0;  // |diagonal of R| at or below it counts as 0
+    double tolerance = 0;  // max(n, p) ε times the length of the longest column
     int rank = 0;
     double residualSumOfSquares = 0;
     Matrix unscaledCovariance;  // p × p, (DᵀD)⁻¹ over the kept columns, zero elsewhere
     Vector leverages;           // n
 };
 
-/// Solves by column-pivoted QR. Throws `Exception` when D has no rows or no columns, lengths
-/// disagree, or a value is NaN or infinite.
+/// Solves by QR with the column order and rank of `factoriseColumns`. Throws `Exception` when D has
+/// no rows or no columns, lengths disagree, or a value is NaN or infinite.
 LeastSquares solveLeastSquares(const DesignRows& design, const Vector& b);
 
 }  // namespace Veltrix::Engine::LinearModel

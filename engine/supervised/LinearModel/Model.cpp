@@ -1,11 +1,26 @@
 #include "Veltrix/Engine/LinearModel/Model.h"
 
+#include <utility>
+
 #include "Veltrix/Data/Decompositions.h"
 #include "engine/supervised/LinearModel/Collinearity.h"
 
 namespace Veltrix::Engine::LinearModel {
 
 Model::~Model() = default;
+
+Model& Model::operator=(const Model& other) {
+    Solution solution = other.solution_;
+    Weightable::operator=(other);
+    solution_ = std::move(solution);
+    return *this;
+}
+
+Model& Model::operator=(Model&& other) noexcept {
+    Weightable::operator=(std::move(other));
+    solution_ = std::exchange(other.solution_, {});
+    return *this;
+}
 
 Model& Model::setWeights(const Vector& weights) {
     Weightable::setWeights(weights);
@@ -18,7 +33,8 @@ Model& Model::normalizeWeights() {
 }
 
 bool Model::rankDeficient() const {
-    return fitted_ && static_cast<std::uint64_t>(rank_) < coefficients_.size();
+    return solution_.fitted &&
+           static_cast<std::uint64_t>(solution_.rank) < solution_.coefficients.size();
 }
 
 Multicollinearity Model::multicollinearity(const Matrix& x) {

@@ -3,6 +3,7 @@
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Data/Exception.h"
@@ -10,30 +11,9 @@
 #include "Veltrix/Engine/Distributions.h"
 #include "Veltrix/Engine/LinearModel/OLS.h"
 #include "engine/supervised/LinearModel/LeastSquares.h"
+#include "engine/supervised/LinearModel/Weights.h"
 
 namespace Veltrix::Engine::LinearModel::OLS {
-namespace {
-
-void checkWeights(const Matrix& x, const Vector& weights) {
-    const auto n = static_cast<std::uint64_t>(x.getNumRows());
-    if (weights.size() != n) {
-        throw Exception("Linear regression: " + std::to_string(n) + " records, " +
-                        std::to_string(weights.size()) + " weights");
-    }
-    bool anyPositive = false;
-    for (std::uint64_t i = 0; i < n; ++i) {
-        if (!(weights[i] >= 0.0) || std::isinf(weights[i])) {
-            throw Exception("Linear regression: weight of record " + std::to_string(i) + " is " +
-                            Convert::toString(weights[i]).toUtf8() +
-                            ", expected a finite number of at least 0");
-        }
-        anyPositive = anyPositive || weights[i] > 0.0;
-    }
-    if (n > 0 && !anyPositive) throw Exception("Linear regression: all weights are 0");
-}
-
-}  // namespace
-
 Model::~Model() = default;
 
 Model& Model::setWeights(const Vector& weights) {
@@ -46,21 +26,29 @@ Model& Model::normalizeWeights() {
     return *this;
 }
 
-Model& Model::fit(const Matrix& x, const Vector& y, bool intercept) {
-    if (!getWeights().empty()) return fit(x, y, Vector(getWeights()), intercept);
-    fitHelper({x, intercept}, y);
-    Weightable::fit(y);
-    computeANOVA(y);
+Model& Model::operator=(Model&& other) noexcept {
+    LinearModel::Model::operator=(std::move(other));
+    statistics_ = std::exchange(other.statistics_, {});
     return *this;
 }
 
+Model& Model::fit(const Matrix& x, const Vector& y, bool intercept) {
+    if (!getWeights().empty()) return fit(x, y, getWeights(), intercept);
+    Model fitted;
+    fitted.fitHelper({x, intercept}, y);
+    fitted.Weightable::fit(y);
+    fitted.computeANOVA(y);
+    return *this = std::move(fitted);
+}
+
 Model& Model::fit(const Matrix& x, const Vector& y, const Vector& weights, bool intercept) {
-    checkWeights(x, weights);
+    checkWeights(static_cast<std::uint64_t>(x.getNumRows()), weights);
+    Model fitted;
     const Vector roots = Veltrix::Util::sqrt(weights);
-    fitHelper({x, intercept, &roots}, y);
-    setWeights(weights);
-    computeANOVA(y);
-    return *this;
+    fitted.fitHelper({x, intercept, &roots}, y);
+    fitted.setWeights(weights);
+    fitted.computeANOVA(y);
+    return *this = std::move(fitted);
 }
 
 Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& y, bool intercept) {
@@ -74,39 +62,42 @@ Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& y,
 }
 
 void Model::fitHelper(const DesignRows& design, const Vector& y) {
-    LeastSquares solution = solveLeastSquares(design, y);
-    intercept_ = design.intercept;
-    numRows_ = design.getNumRows();
-    numCols_ = design.getNumCols();
-    rank_ = solution.rank;
-    tolerance_ = solution.tolerance;
-    coefficients_ = std::move(solution.coefficients);
-    columnNorms_ = std::move(solution.diagonal);
-    estimable_ = std::move(solution.estimable);
-    leverages_ = std::move(solution.leverages);
-    anova_.residualDf = numRows_ - rank_;
-    anova_.MSE = anova_.residualDf > 0.0 ? solution.residualSumOfSquares / anova_.residualDf : 0.0;
-    covariance_ = std::move(solution.unscaledCovariance);
-    covariance_ *= anova_.MSE;
-    fitted_ = true;
+    LeastSquares found = solveLeastSquares(design, y);
+    solution_.intercept = design.intercept;
+    solution_.numRows = design.getNumRows();
+    solution_.numCols = design.getNumCols();
+    solution_.rank = found.rank;
+    solution_.tolerance = found.tolerance;
+    solution_.coefficients = std::move(found.coefficients);
+    solution_.columnNorms = std::move(found.diagonal);
+    solution_.estimable = std::move(found.estimable);
+    const double residualDf = solution_.numRows - solution_.rank;
+    const double mse = residualDf > 0.0 ? found.residualSumOfSquares / residualDf : 0.0;
+    statistics_.anova.residualDf = residualDf;
+    statistics_.anova.MSE = mse;
+    statistics_.leverages = std::move(found.leverages);
+    statistics_.covariance = std::move(found.unscaledCovariance);
+    statistics_.covariance *= mse;
+    solution_.fitted = true;
 }
 
 const ANOVA& Model::computeANOVA(const Vector& y) {
-    if (!fitted_) return anova_;
-    anova_.totalDf = intercept_ ? numRows_ - 1 : numRows_;
-    anova_.regressionDf = anova_.totalDf - anova_.residualDf;
-    anova_.SSE = anova_.residualDf * anova_.MSE;
-    anova_.SST = computeSST(y, getWeights(), intercept_);
+    ANOVA& anova = statistics_.anova;
+    if (!solution_.fitted) return anova;
+    anova.totalDf = solution_.intercept ? solution_.numRows - 1 : solution_.numRows;
+    anova.regressionDf = anova.totalDf - anova.residualDf;
+    anova.SSE = anova.residualDf * anova.MSE;
+    anova.SST = computeSST(y, getWeights(), solution_.intercept);
     // Rounding may leave SSE a little above SST.
-    anova_.SSR = std::max(anova_.SST - anova_.SSE, 0.0);
-    anova_.MST = anova_.SST / anova_.totalDf;
+    anova.SSR = std::max(anova.SST - anova.SSE, 0.0);
+    anova.MST = anova.SST / anova.totalDf;
     // Without regression degrees of freedom what is left of SSR is rounding, not a mean square.
-    anova_.MSR = anova_.regressionDf > 0.0 ? anova_.SSR / anova_.regressionDf
-                                           : std::numeric_limits<double>::quiet_NaN();
-    anova_.standardErrorOfEstimate = std::sqrt(anova_.MSE);
-    anova_.F = anova_.MSR / anova_.MSE;
-    anova_.pValue = Distributions::fUpperTail(anova_.F, anova_.regressionDf, anova_.residualDf);
-    return anova_;
+    anova.MSR = anova.regressionDf > 0.0 ? anova.SSR / anova.regressionDf
+                                         : std::numeric_limits<double>::quiet_NaN();
+    anova.standardErrorOfEstimate = std::sqrt(anova.MSE);
+    anova.F = anova.MSR / anova.MSE;
+    anova.pValue = Distributions::fUpperTail(anova.F, anova.regressionDf, anova.residualDf);
+    return anova;
 }
 
 double Model::computeSST(const Vector& y, const Vector& weights, bool intercept) {
@@ -115,19 +106,23 @@ double Model::computeSST(const Vector& y, const Vector& weights, bool intercept)
     return Veltrix::Util::sum(centred * centred * weights);
 }
 
+void Model::checkPredictors(int found) const {
+    const int expected = solution_.numCols - (solution_.intercept ? 1 : 0);
+    if (found == expected) return;
+    throw Exception("Linear regression: " + std::to_string(found) + " columns, the model has " +
+                    std::to_string(expected));
+}
+
 Vector Model::predict(const Matrix& x) const {
-    if (!fitted_) {
+    if (!solution_.fitted) {
         return Vector(static_cast<std::uint64_t>(x.getNumRows()),
                       std::numeric_limits<double>::quiet_NaN());
     }
-    const int predictors = numCols_ - (intercept_ ? 1 : 0);
-    if (x.getNumCols() != predictors) {
-        throw Exception("Linear regression: " + std::to_string(x.getNumCols()) +
-                        " columns to predict from, the model has " + std::to_string(predictors));
-    }
-    const auto first = static_cast<std::ptrdiff_t>(intercept_ ? 1 : 0);
-    Vector predictions = x * Vector(coefficients_.begin() + first, coefficients_.end());
-    if (intercept_) predictions += coefficients_[0];
+    checkPredictors(x.getNumCols());
+    const auto first = static_cast<std::ptrdiff_t>(solution_.intercept ? 1 : 0);
+    const Vector& coefficients = solution_.coefficients;
+    Vector predictions = x * Vector(coefficients.begin() + first, coefficients.end());
+    if (solution_.intercept) predictions += coefficients[0];
     return predictions;
 }
 

@@ -67,6 +67,16 @@ Vector newLeverages(const Matrix& x, bool intercept, const Matrix& covariance) {
     return result;
 }
 
+/// 1 − h; NaN at leverage 1, where the record alone decides its fit and nothing is left to judge
+/// it by.
+Vector restsOf(const Vector& leverages) {
+    Vector rests = 1.0 - leverages;
+    for (double& rest : rests) {
+        if (rest == 0.0) rest = kNaN;
+    }
+    return rests;
+}
+
 /// Power by repeated squaring: as exact as the product and far cheaper than the general power.
 double wholePower(double base, int exponent) {
     double result = 1.0;
@@ -84,17 +94,17 @@ PredictionIntervals unknownIntervals(std::uint64_t records) {
 }  // namespace
 
 CoefficientInfo Model::computeCoefficientInfo(double confidence) const {
-    const std::uint64_t p = coefficients_.size();
-    if (!fitted_) return {};
-    const double q = criticalValue(confidence, anova_.residualDf);
+    const std::uint64_t p = solution_.coefficients.size();
+    if (!solution_.fitted) return {};
+    const double q = criticalValue(confidence, statistics_.anova.residualDf);
     CoefficientInfo info;
-    info.estimates = coefficients_;
-    info.standardErrors = Veltrix::Util::sqrt(Veltrix::Util::diag(covariance_));
+    info.estimates = solution_.coefficients;
+    info.standardErrors = Veltrix::Util::sqrt(Veltrix::Util::diag(statistics_.covariance));
     info.tStatistics = info.estimates / info.standardErrors;
     info.pValues = unknown(p);
     for (std::uint64_t j = 0; j < p; ++j) {
         info.pValues[j] = 2.0 * Distributions::studentTUpperTail(std::abs(info.tStatistics[j]),
-                                                                 anova_.residualDf);
+                                                                 statistics_.anova.residualDf);
     }
     info.lowerConfidenceLimits = info.estimates - q * info.standardErrors;
     info.upperConfidenceLimits = info.estimates + q * info.standardErrors;
@@ -103,21 +113,23 @@ CoefficientInfo Model::computeCoefficientInfo(double confidence) const {
 
 FitEvaluation Model::computeFitEvaluation(const Vector& y) const {
     FitEvaluation result;
-    if (!fitted_) return result;
+    if (!solution_.fitted) return result;
+    const ANOVA& anova = statistics_.anova;
     const Vector& w = getWeights();
     checkRecords("responses", y.size(), w.size());
-    const double n = numRows_;
-    const bool constant = anova_.SST == 0.0;
-    const double unexplained = anova_.SSE / anova_.SST;
-    result.R2 = constant ? 1.0 : 1.0 - unexplained;
-    result.adjustedR2 = constant ? 1.0 : 1.0 - unexplained * (anova_.totalDf / anova_.residualDf);
+    const double n = solution_.numRows;
+    const bool constant = anova.SST == 0.0;
+    // Rounding may leave SSE a little above SST.
+    const double unexplained = constant ? 0.0 : std::clamp(anova.SSE / anova.SST, 0.0, 1.0);
+    result.R2 = 1.0 - unexplained;
+    result.adjustedR2 = constant ? 1.0 : 1.0 - unexplained * (anova.totalDf / anova.residualDf);
     result.logLikelihood =
-        -0.5 * n * (std::log(2.0 * std::numbers::pi) + std::log(anova_.SSE / n) + 1.0);
+        -0.5 * n * (std::log(2.0 * std::numbers::pi) + std::log(anova.SSE / n) + 1.0);
 
     const double totalWeight = Veltrix::Util::sum(w);
     const auto m = static_cast<double>(
         std::count_if(w.begin(), w.end(), [](double weight) { return weight != 0.0; }));
-    const double sigma = std::sqrt(anova_.SST / (totalWeight * (m - 1.0) / m));
+    const double sigma = std::sqrt(anova.SST / (totalWeight * (m - 1.0) / m));
     const double mean = Veltrix::Util::weightedMean(y, w);
     // The logarithm of the density is formed directly: the density itself would underflow for a
     // record some 38 standard deviations out.
@@ -133,24 +145,26 @@ FitEvaluation Model::computeFitEvaluation(const ConstDataFrameColumn& y) const {
 }
 
 Vector Model::computeDelete1Variance(const Vector& residuals) const {
+    const ANOVA& anova = statistics_.anova;
+    const Vector rests = restsOf(statistics_.leverages);
     Vector variances(residuals.size());
     for (std::uint64_t i = 0; i < residuals.size(); ++i) {
         const double e = residuals[i];
-        const double rest = anova_.SSE - e * e / (1.0 - leverages_[i]);
-        // In this order a NaN (0/0 at leverage 1) stays a NaN.
-        variances[i] = (rest < 0.0 ? 0.0 : rest) / (anova_.residualDf - 1.0);
+        const double left = anova.SSE - e * e / rests[i];
+        // In this order a NaN (at leverage 1) stays a NaN.
+        variances[i] = (left < 0.0 ? 0.0 : left) / (anova.residualDf - 1.0);
     }
     return variances;
 }
 
 Residuals Model::computeResiduals(const Vector& y, const Vector& fitted) const {
     const std::uint64_t n = y.size();
-    if (!fitted_) return {unknown(n), unknown(n), unknown(n), unknown(n)};
-    checkRecords("responses", n, leverages_.size());
+    if (!solution_.fitted) return {unknown(n), unknown(n), unknown(n), unknown(n)};
+    checkRecords("responses", n, statistics_.leverages.size());
     Residuals result;
     result.raw = y - fitted;
-    const Vector spread = Veltrix::Util::sqrt(1.0 - leverages_);
-    result.standardized = result.raw / anova_.standardErrorOfEstimate;
+    const Vector spread = Veltrix::Util::sqrt(restsOf(statistics_.leverages));
+    result.standardized = result.raw / statistics_.anova.standardErrorOfEstimate;
     result.studentized = result.standardized / spread;
     result.deleted =
         result.raw / (Veltrix::Util::sqrt(computeDelete1Variance(result.raw)) * spread);
@@ -159,54 +173,66 @@ Residuals Model::computeResiduals(const Vector& y, const Vector& fitted) const {
 
 Diagnostics Model::computeDiagnostics(const Vector& residuals) const {
     const std::uint64_t n = residuals.size();
-    if (!fitted_) return {unknown(n), unknown(n), unknown(n), unknown(n), unknown(n)};
-    checkRecords("residuals", n, leverages_.size());
+    if (!solution_.fitted) return {unknown(n), unknown(n), unknown(n), unknown(n), unknown(n)};
+    checkRecords("residuals", n, statistics_.leverages.size());
     Diagnostics result;
-    result.leverages = leverages_;
+    result.leverages = statistics_.leverages;
     result.deleteOneVariances = computeDelete1Variance(residuals);
     for (Vector* field : {&result.dffits, &result.cooksDistances, &result.covarianceRatios}) {
         field->resize(n);
     }
+    const double mse = statistics_.anova.MSE;
+    const Vector rests = restsOf(result.leverages);
     for (std::uint64_t i = 0; i < n; ++i) {
         const double e = residuals[i];
-        const double h = leverages_[i];
+        const double h = result.leverages[i];
         const double variance = result.deleteOneVariances[i];
-        const double rest = 1.0 - h;
+        const double rest = rests[i];
         result.dffits[i] = std::sqrt(h) * e / (std::sqrt(variance) * rest);
-        result.cooksDistances[i] = e * e * h / (rank_ * anova_.MSE * rest * rest);
-        result.covarianceRatios[i] = wholePower(variance / anova_.MSE, rank_) / rest;
+        result.cooksDistances[i] = e * e * h / (solution_.rank * mse * rest * rest);
+        result.covarianceRatios[i] = wholePower(variance / mse, solution_.rank) / rest;
     }
     return result;
 }
 
 PredictionIntervals Model::computeFittedPredictionIntervals(const Vector& fitted,
                                                             double confidence) const {
-    if (!fitted_) return unknownIntervals(fitted.size());
-    checkRecords("fitted values", fitted.size(), leverages_.size());
-    const double q = criticalValue(confidence, anova_.residualDf);
-    return intervalsAround(fitted, leverages_, q * anova_.standardErrorOfEstimate);
+    if (!solution_.fitted) return unknownIntervals(fitted.size());
+    checkRecords("fitted values", fitted.size(), statistics_.leverages.size());
+    const double q = criticalValue(confidence, statistics_.anova.residualDf);
+    return intervalsAround(fitted, statistics_.leverages,
+                           q * statistics_.anova.standardErrorOfEstimate);
 }
 
 PredictionIntervals Model::computeNewPredictionIntervals(const Matrix& x, const Vector& predicted,
                                                          double confidence) const {
-    if (!fitted_) return unknownIntervals(predicted.size());
-    const double q = criticalValue(confidence, anova_.residualDf);
+    if (!solution_.fitted) return unknownIntervals(predicted.size());
+    const double q = criticalValue(confidence, statistics_.anova.residualDf);
     checkRecords("predictions", predicted.size(), static_cast<std::uint64_t>(x.getNumRows()));
-    return intervalsAround(predicted, newLeverages(x, intercept_, covariance_) / anova_.MSE,
-                           q * anova_.standardErrorOfEstimate);
+    return intervalsAround(
+        predicted,
+        newLeverages(x, solution_.intercept, statistics_.covariance) / statistics_.anova.MSE,
+        q * statistics_.anova.standardErrorOfEstimate);
+}
+
+/// Triangle of the root-weighted design matrix of X, which has to have the training records.
+Matrix Model::weightedTriangle(const Matrix& x) const {
+    checkRecords("records", static_cast<std::uint64_t>(x.getNumRows()), getWeights().size());
+    const Vector roots = Veltrix::Util::sqrt(getWeights());
+    return triangularise({x, solution_.intercept, &roots});
 }
 
 Multicollinearity Model::computeMulticollinearity(const Matrix& x) const {
-    if (!fitted_) return unknownCollinearity(x.getNumCols() + (intercept_ ? 1 : 0));
-    const Vector roots = Veltrix::Util::sqrt(getWeights());
-    return collinearityDiagnostics(triangularise({x, intercept_, &roots}));
+    const int p = x.getNumCols() + (solution_.intercept ? 1 : 0);
+    if (!solution_.fitted) return unknownCollinearity(p);
+    return collinearityDiagnostics(weightedTriangle(x));
 }
 
 Multicollinearity Model::computeFittedMulticollinearity(const Matrix& x) const {
-    if (!fitted_) return unknownCollinearity(x.getNumCols() + (intercept_ ? 1 : 0));
-    const Vector roots = Veltrix::Util::sqrt(getWeights());
-    const Matrix triangle = triangularise({x, intercept_, &roots});
-    return collinearityDiagnostics(triangle(Veltrix::Util::all, estimable_));
+    const int p = x.getNumCols() + (solution_.intercept ? 1 : 0);
+    if (!solution_.fitted) return unknownCollinearity(p);
+    checkPredictors(x.getNumCols());
+    return collinearityDiagnostics(weightedTriangle(x)(Veltrix::Util::all, solution_.estimable));
 }
 
 Matrix Model::covarianceMatrix(const Matrix& x, const Vector& weights, bool intercept) {

@@ -33,8 +33,10 @@ struct PredictorScreeningInfo {
 };
 
 /// Screens the columns of X (n × p) in their order: a column is kept when the length of its part
-/// outside the span of the columns kept before it exceeds max(n, p)·ε times its own length. Throws
-/// `Exception`, naming row and column, on NaN or infinite entries.
+/// outside the span of the columns kept before it exceeds max(n, p)·ε·(‖xₖ‖ + Σ |γᵢ| ‖xᵢ‖), where
+/// γᵢ are its coefficients on the columns xᵢ kept before, so when no relative changes of that size
+/// in the columns would make it dependent. Throws `Exception`, naming row and column, on NaN or
+/// infinite entries.
 VELTRIX_ENGINE_API PredictorScreeningInfo screenPredictors(const Matrix& x);
 
 }  // namespace Veltrix::Engine::LinearModel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <limits>
+#include <utility>
 
 #include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Data/Matrix.h"
@@ -29,14 +30,16 @@ struct CoefficientInfo {
     Vector upperConfidenceLimits;
 };
 
-/// What linear and logistic regression share.
+/// What linear and logistic regression share. A model that was moved from is unfitted and has no
+/// weights.
 class VELTRIX_ENGINE_API Model : public Weightable {
   public:
     Model() = default;
     Model(const Model&) = default;
-    Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
-    Model& operator=(Model&&) noexcept = default;
+    Model(Model&& other) noexcept
+        : Weightable(std::move(other)), solution_(std::exchange(other.solution_, {})) {}
+    Model& operator=(const Model& other);
+    Model& operator=(Model&& other) noexcept;
     ~Model() override;
 
     Model& setWeights(const Vector& weights) override;
@@ -52,35 +55,42 @@ class VELTRIX_ENGINE_API Model : public Weightable {
     /// Collinearity diagnostics of a design matrix X with p columns (Belsley, Kuh and Welsch 1980,
     /// ch. 3): columns scaled to unit length, singular values s and right singular vectors v of the
     /// result; eigenvalues s², condition indices s_max/s, variance proportions v²/s² normalised per
-    /// predictor. A zero column gives NaN. With fewer rows than columns there are n components.
+    /// predictor. A column of zeros cannot be scaled and stays as it is: its eigenvalue is 0, its
+    /// condition index infinite (NaN when all columns are zero), its variance that component's.
+    /// With fewer rows than columns the last p − n eigenvalues are 0 up to rounding.
     /// Throws `Exception` on NaN or infinite entries.
     static Multicollinearity multicollinearity(const Matrix& x);
 
     /// One entry per design column, the intercept first; 0 for columns that are not estimable.
     /// Empty before a fit.
-    const Vector& getCoefficients() const noexcept { return coefficients_; }
+    const Vector& getCoefficients() const noexcept { return solution_.coefficients; }
     /// |diagonal entry of R| that belongs to each design column.
-    const Vector& getColumnNorms() const noexcept { return columnNorms_; }
+    const Vector& getColumnNorms() const noexcept { return solution_.columnNorms; }
     /// Design columns kept as estimable, ascending.
-    const IntVector& getEstimableColumns() const noexcept { return estimable_; }
-    double getTolerance() const noexcept { return tolerance_; }
-    bool isFitted() const noexcept { return fitted_; }
-    bool hasIntercept() const noexcept { return intercept_; }
+    const IntVector& getEstimableColumns() const noexcept { return solution_.estimable; }
+    /// max(n, p)·ε times the length of the longest column of the (root-weighted) design matrix.
+    double getTolerance() const noexcept { return solution_.tolerance; }
+    bool isFitted() const noexcept { return solution_.fitted; }
+    bool hasIntercept() const noexcept { return solution_.intercept; }
     /// Rows and columns of the design matrix.
-    int getNumRows() const noexcept { return numRows_; }
-    int getNumCols() const noexcept { return numCols_; }
-    int getRank() const noexcept { return rank_; }
+    int getNumRows() const noexcept { return solution_.numRows; }
+    int getNumCols() const noexcept { return solution_.numCols; }
+    int getRank() const noexcept { return solution_.rank; }
 
   protected:
-    Vector coefficients_;
-    Vector columnNorms_;
-    IntVector estimable_;
-    double tolerance_ = std::numeric_limits<double>::quiet_NaN();
-    bool fitted_ = false;
-    bool intercept_ = true;
-    int numRows_ = 0;
-    int numCols_ = 0;
-    int rank_ = 0;
+    /// What a fit finds.
+    struct Solution {
+        Vector coefficients;
+        Vector columnNorms;
+        IntVector estimable;
+        double tolerance = std::numeric_limits<double>::quiet_NaN();
+        bool fitted = false;
+        bool intercept = true;
+        int numRows = 0;
+        int numCols = 0;
+        int rank = 0;
+    };
+    Solution solution_;
 };
 
 }  // namespace Veltrix::Engine::LinearModel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <limits>
+#include <utility>
 
 #include "Veltrix/Data/DataFrame.h"
 #include "Veltrix/Data/Decompositions.h"
@@ -39,7 +40,8 @@ struct FitEvaluation {
     double interceptOnlyLogLikelihood = std::numeric_limits<double>::quiet_NaN();
 };
 
-/// Residuals, one entry per record; h are the leverages.
+/// Residuals, one entry per record; h are the leverages. Where h is 1, what divides by 1 − h is
+/// NaN.
 struct Residuals {
     Vector raw;           ///< e = y − ŷ
     Vector standardized;  ///< e / √MSE
@@ -47,7 +49,8 @@ struct Residuals {
     Vector deleted;       ///< e / (s₍ᵢ₎ √(1 − h)), externally studentized
 };
 
-/// Influence of each record (Belsley, Kuh and Welsch 1980, ch. 2; Cook 1977).
+/// Influence of each record (Belsley, Kuh and Welsch 1980, ch. 2; Cook 1977); NaN, but for the
+/// leverage, where h is 1.
 struct Diagnostics {
     Vector deleteOneVariances;  ///< s²₍ᵢ₎ = max(SSE − e²/(1 − h), 0) / (residual df − 1)
     Vector dffits;              ///< √h e / (s₍ᵢ₎ (1 − h))
@@ -68,10 +71,17 @@ struct PredictionIntervals {
 ///
 ///     minimise Σ wᵢ (yᵢ − dᵢᵀβ)²,   D = [1 X] or X,
 ///
-/// by column-pivoted QR factorisation of √W D (Golub 1965), not the normal equations: columns that
-/// depend linearly on others are found out, get coefficient 0 and variance 0, and the rank drops.
-/// The factorisation works in row blocks, so memory beyond the data is a few megabytes and vectors
-/// of length n.
+/// by QR factorisation of √W D, not the normal equations, taking at each step the column with the
+/// longest part outside the columns taken before (Golub 1965; of columns that agree within 1e-10
+/// the first, so of two identical columns the later one is always left out). Columns that depend
+/// linearly on others are found out, get coefficient 0 and variance 0, and the rank drops. A column
+/// dₖ is dependent when
+///
+///     |R(k, k)| ≤ max(n, p) ε (‖dₖ‖ + Σ |γᵢ| ‖dᵢ‖),   dₖ ≈ Σ γᵢ dᵢ,
+///
+/// the sum over the columns kept before it: when relative changes of that size in the columns would
+/// make it so. Units do not matter, nor does the rounding of totals. The factorisation works in row
+/// blocks, so memory beyond the data is a few megabytes and vectors of length n.
 ///
 /// Shapes: X is n × p₀, y and w have length n, coefficients p = p₀ + 1 with an intercept. A fit
 /// throws `Exception` when shapes disagree, there is no record or no column, a value is NaN or
@@ -84,9 +94,10 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
   public:
     Model() = default;
     Model(const Model&) = default;
-    Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
-    Model& operator=(Model&&) noexcept = default;
+    Model(Model&& other) noexcept
+        : LinearModel::Model(std::move(other)), statistics_(std::exchange(other.statistics_, {})) {}
+    Model& operator=(const Model& other) { return *this = Model(other); }
+    Model& operator=(Model&& other) noexcept;
     ~Model() override;
 
     using Weightable::fit;
@@ -106,16 +117,16 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     Vector predict(const Matrix& x) const;
     Vector predict(const DataFrame& x) const;
 
-    const ANOVA& getANOVA() const noexcept { return anova_; }
-    /// Diagonal of the hat matrix, one entry per training record.
-    const Vector& getLeverages() const noexcept { return leverages_; }
+    const ANOVA& getANOVA() const noexcept { return statistics_.anova; }
+    /// Diagonal of the hat matrix, one entry per training record; exactly 1 within 64 ε of 1.
+    const Vector& getLeverages() const noexcept { return statistics_.leverages; }
     /// p × p, zero rows and columns for columns that are not estimable.
-    const Matrix& getCoefficientCovariance() const noexcept { return covariance_; }
+    const Matrix& getCoefficientCovariance() const noexcept { return statistics_.covariance; }
 
     /// Statistics of the coefficients; t and p are NaN for columns that are not estimable. Here and
     /// below a fitted model throws `Exception` when `confidence` is not inside (0, 1).
     CoefficientInfo computeCoefficientInfo(double confidence) const;
-    /// R² and adjusted R² are 1 when SST is 0. σ of the intercept-only model is
+    /// R² lies in [0, 1]; it and adjusted R² are 1 when SST is 0. σ of the intercept-only model is
     /// √(SST/(Σw (m − 1)/m)), m the number of non-zero weights; its log-likelihood is
     /// Σ wᵢ ln φ(yᵢ) about the weighted mean.
     FitEvaluation computeFitEvaluation(const Vector& y) const;
@@ -130,6 +141,8 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     /// The same for new records (rows of X) around the given predictions.
     PredictionIntervals computeNewPredictionIntervals(const Matrix& x, const Vector& predicted,
                                                       double confidence) const;
+    /// Both throw `Exception` when X has not the records of the training data, the second one also
+    /// when it has other columns.
     Multicollinearity computeMulticollinearity(const Matrix& x) const override;
     Multicollinearity computeFittedMulticollinearity(const Matrix& x) const override;
 
@@ -149,13 +162,19 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     void fromJsonString(const WString& json) override;
 
   private:
+    struct Statistics {
+        ANOVA anova;
+        Vector leverages;
+        Matrix covariance;
+    };
+
     void fitHelper(const DesignRows& design, const Vector& y);
     const ANOVA& computeANOVA(const Vector& y);
     Vector computeDelete1Variance(const Vector& residuals) const;
+    void checkPredictors(int found) const;
+    Matrix weightedTriangle(const Matrix& x) const;
 
-    ANOVA anova_;
-    Vector leverages_;
-    Matrix covariance_;
+    Statistics statistics_;
 };
 
 }  // namespace Veltrix::Engine::LinearModel::OLS

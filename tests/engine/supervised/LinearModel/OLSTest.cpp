@@ -61,53 +61,151 @@ TEST(OLS, TallDataMatchNormalEquations) {
     }
 }
 
-// Scaling a column by a power of two scales its coefficient and nothing else, even where squares
+// Scaling columns by powers of two scales their coefficients and nothing else, even where squares
 // would overflow or vanish.
-TEST(OLS, ExtremeMagnitudes) {
+TEST(OLS, UnitsScaleTheCoefficientsOnly) {
     const Matrix x = normalMatrix(200, 3, 1);
     const Vector y = normalVector(200, 2);
     Model plain;
     plain.fit(x, y, true);
-    for (const double factor : {std::ldexp(1.0, 600), std::ldexp(1.0, -600)}) {
+    for (const Vector& powers : {Vector{600, 600, 600}, Vector{-600, -600, -600},
+                                 Vector{-300, 40, 300}, Vector{-7, 500, -500}}) {
         Matrix scaled = x;
-        scaled(Util::all, 0) *= factor;
-        scaled(Util::all, 1) *= factor;
-        scaled(Util::all, 2) *= factor;
+        for (int j = 0; j < 3; ++j) {
+            scaled(Util::all, j) *= std::ldexp(1.0, static_cast<int>(powers.at(j)));
+        }
         Model model;
-        model.fit(scaled, y * factor, false);
-        Model same;
-        same.fit(x, y, false);
-        EXPECT_TRUE(allNear(model.getCoefficients(), same.getCoefficients(), {1e-12, 0.0}));
-        EXPECT_EQ(model.getRank(), 3);
+        model.fit(scaled, y, true);
+        EXPECT_EQ(model.getRank(), 4);
+        for (std::uint64_t j = 0; j < 3; ++j) {
+            EXPECT_TRUE(isNear(std::ldexp(model.getCoefficients()[j + 1], int(powers[j])),
+                               plain.getCoefficients()[j + 1], {1e-12}));
+        }
+        EXPECT_TRUE(allNear(model.getLeverages(), plain.getLeverages(), {1e-12}));
     }
 }
 
 TEST(OLS, AliasedColumns) {
-    Matrix x = normalMatrix(40, 4, 3);
+    const int n = 40;
+    Matrix x = normalMatrix(n, 4, 3);
+    for (int i = 0; i < n; ++i) x(i, 0) = 1e-3 * x(i, 3) + 1e-8 * x(i, 0);
     x(Util::all, 2) = x(Util::all, 0);
-    const Vector y = normalVector(40, 4);
-    Model model;
-    model.fit(x, y, true);
-    EXPECT_TRUE(model.rankDeficient());
-    EXPECT_EQ(model.getRank(), 4);
-    // One of the twins (design columns 1 and 3) is left out, whichever it is.
-    const bool firstKept = model.getEstimableColumns().exists(1);
-    EXPECT_NE(firstKept, model.getEstimableColumns().exists(3));
-    const int aliased = firstKept ? 3 : 1;
-    const auto info = model.computeCoefficientInfo(0.9);
-    EXPECT_EQ(info.estimates[static_cast<std::uint64_t>(aliased)], 0.0);
-    EXPECT_TRUE(std::isnan(info.tStatistics[static_cast<std::uint64_t>(aliased)]));
-    for (int j = 0; j < 5; ++j) {
-        EXPECT_EQ(model.getCoefficientCovariance()(aliased, j), 0.0);
-        EXPECT_EQ(model.getCoefficientCovariance()(j, aliased), 0.0);
-    }
-    // Without the twin everything that can be estimated is the same.
-    Model reduced;
+    const Vector y = normalVector(n, 4);
+    Model reduced;  // without the twin everything that can be estimated is the same
     reduced.fit(x(Util::all, Util::except(2)), y, true);
-    EXPECT_TRUE(allNear(model.getLeverages(), reduced.getLeverages(), {1e-10, 1e-13}));
-    EXPECT_TRUE(isNear(model.getANOVA().SSE, reduced.getANOVA().SSE, {1e-12, 0.0}));
-    EXPECT_EQ(model.computeFittedMulticollinearity(x).eigenvalues.size(), 4u);
-    EXPECT_EQ(model.computeMulticollinearity(x).eigenvalues.size(), 5u);
+    IntVector rows = Util::range(0, n);
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        rows.shuffle(seed);
+        const Matrix shuffled = x(rows, Util::all);
+        Model model;
+        model.fit(shuffled, Util::select(y, rows), true);
+        EXPECT_TRUE(model.rankDeficient());
+        // Of twins the later one is left out, whatever the order of the records.
+        ASSERT_EQ(model.getEstimableColumns(), (IntVector{0, 1, 2, 4}));
+        const auto info = model.computeCoefficientInfo(0.9);
+        EXPECT_EQ(info.estimates[3], 0.0);
+        EXPECT_TRUE(std::isnan(info.tStatistics[3]));
+        const Matrix& covariance = model.getCoefficientCovariance();
+        EXPECT_EQ(Util::norm(covariance(3, Util::all), NormType::euclidean, false), 0.0);
+        EXPECT_EQ(Util::norm(covariance(Util::all, 3), NormType::euclidean, false), 0.0);
+        EXPECT_TRUE(allNear(model.getLeverages(), Util::select(reduced.getLeverages(), rows),
+                            {1e-6, 1e-9}));
+        EXPECT_TRUE(isNear(model.getANOVA().SSE, reduced.getANOVA().SSE, {1e-10}));
+        EXPECT_EQ(model.computeFittedMulticollinearity(shuffled).eigenvalues.size(), 4u);
+        EXPECT_EQ(model.computeMulticollinearity(shuffled).eigenvalues.size(), 5u);
+    }
+}
+
+/// A design of one of five kinds and its rank with the constant.
+struct Design {
+    Matrix x;
+    int rank;
+};
+
+Design designOf(int kind, int n, int p, unsigned seed) {
+    Matrix x = normalMatrix(n, p, seed);
+    for (int j = 0; j < p; ++j) x(Util::all, j) *= std::pow(10.0, (7 * j + int(seed)) % 15 - 2);
+    switch (kind) {
+        case 0:  // units far apart
+            x(Util::all, 0) *= 0.01 / std::abs(x(0, 0));
+            x(Util::all, 1) *= 1e12 / std::abs(x(0, 1));
+            return {x, p + 1};
+        case 1:  // seconds since 1970
+            for (int i = 0; i < n; ++i) x(i, 1) = 1.7e9 + std::pow(10.0, seed % 6) * i;
+            return {x, p + 1};
+        case 2:  // a total of amounts in cents
+            for (int i = 0; i < n; ++i) {
+                double cents = 0.0;
+                for (int j = 1; j < p; ++j) {
+                    const double amount =
+                        std::round(std::pow(10.0, std::fmod(std::abs(x(i, j)), 1.0) * 10.0));
+                    cents += amount;
+                    x(i, j) = amount / 100.0;
+                }
+                x(i, 0) = cents / 100.0;
+            }
+            return {x, p};
+        case 3:  // a combination of all others and the constant
+            x(Util::all, 1) *= 0.0;
+            x(Util::all, 1) = x * Vector(static_cast<std::uint64_t>(p), 0.7) + 3.0;
+            return {x, p};
+        default:  // twins
+            x(Util::all, p - 1) = x(Util::all, 0);
+            return {x, p};
+    }
+}
+
+TEST(OLS, NeitherUnitsNorRoundedTotalsDecideTheRank) {
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        const int kind = static_cast<int>(seed % 5);
+        const int n = 12 + static_cast<int>(seed * seed % 400);
+        const auto [x, rank] = designOf(kind, n, 3 + static_cast<int>(seed % 4), seed);
+        Model model;
+        model.fit(x, normalVector(n, seed), true);
+        EXPECT_EQ(model.getRank(), rank) << "kind " << kind << ", seed " << seed;
+        const Matrix design = Engine::LinearModel::designMatrix(x, true);
+        EXPECT_EQ(Engine::LinearModel::screenPredictors(design).rank, rank) << seed;
+    }
+}
+
+// A record with a column of its own has leverage 1: its fit says nothing about it.
+TEST(OLS, NothingIsSaidOfARecordWithLeverageOne) {
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        const int n = 60;
+        Matrix x = normalMatrix(n, 5, seed) * 1e3;
+        for (int i = 0; i < n; ++i) x(i, 1) += 4e4;
+        x(Util::all, 2) *= 0.0;
+        x(7, 2) = 1.0;
+        const Vector y = normalVector(n, seed + 1);
+        Model model;
+        model.fit(x, y, true);
+        ASSERT_EQ(model.getLeverages()[7], 1.0);
+        const auto residuals = model.computeResiduals(y, model.predict(x));
+        const auto influence = model.computeDiagnostics(residuals.raw);
+        for (const Vector& values :
+             {residuals.studentized, residuals.deleted, influence.deleteOneVariances,
+              influence.dffits, influence.cooksDistances, influence.covarianceRatios}) {
+            EXPECT_TRUE(std::isnan(values[7]));
+            EXPECT_EQ(Util::countNaNInfinity(values), 1);
+        }
+    }
+}
+
+// Where the predictors explain nothing, rounding must not take R² out of its range.
+TEST(OLS, DeterminationStaysInItsRange) {
+    for (unsigned seed = 1; seed <= 50; ++seed) {
+        Matrix x(40, 1);
+        Vector y(40);
+        const Vector noise = normalVector(20, seed);
+        for (int i = 0; i < 40; ++i) {
+            x(i, 0) = i % 2 == 0 ? 1.0 : -1.0;
+            y[static_cast<std::uint64_t>(i)] = noise[static_cast<std::uint64_t>(i / 2)];
+        }
+        Model model;
+        const auto evaluation = model.fit(x, y, true).computeFitEvaluation(y);
+        EXPECT_GE(evaluation.R2, 0.0);
+        EXPECT_LE(evaluation.adjustedR2, 0.0);
+    }
 }
 
 TEST(OLS, SpecialShapes) {
@@ -204,7 +302,14 @@ TEST(OLS, SandwichCovariance) {
 }
 
 TEST(OLS, UnfittedModelsAnswerNaN) {
-    const Model model;
+    Model source;
+    source.fit(kX, kY, true);
+    const Model copy = source;
+    Model taken = std::move(source);
+    EXPECT_EQ(taken.toJson(), copy.toJson());
+    source = std::move(taken);
+    const Model& model = taken;  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(model.toJson(), Model().toJson());
     EXPECT_FALSE(model.rankDeficient());
     const auto residuals = model.computeResiduals(kY, kY);
     const auto diagnostics = model.computeDiagnostics(kY);
@@ -256,6 +361,9 @@ TEST(OLS, BadInputIsRefusedAndLeavesTheModel) {
         {"confidence level nan", [](Model& m) { m.computeFittedPredictionIntervals(kY, kNaN); }},
         {"3 columns", [](Model& m) { m.predict(Matrix(2, 3)); }},
         {"4 residuals", [](Model& m) { m.computeDiagnostics(Vector(4)); }},
+        {"1 columns, the model has 2",
+         [](Model& m) { m.computeFittedMulticollinearity(Matrix(5, 1)); }},
+        {"4 records, expected 5", [](Model& m) { m.computeMulticollinearity(Matrix(4, 2)); }},
     };
     Model model;
     model.fit(kX, kY, true);
@@ -313,6 +421,12 @@ TEST(OLS, DamagedStorageNamesTheKey) {
         {replaced("\"estimable\":[0,1,2]", "\"estimable\":[0,1,3]"), "estimable"},
         {replaced("\"tolerance\"", "\"tolerances\""), "tolerance"},
         {replaced("\"SSE\"", "\"SSQ\""), "SSE"},
+        {replaced("\"residualDf\":2", "\"residualDf\":3"), "residualDf"},
+        {replaced("\"regressionDf\":2", "\"regressionDf\":1"), "regressionDf"},
+        {replaced("\"totalDf\":4", "\"totalDf\":5"), "totalDf"},
+        {replaced("\"leverages\":[", "\"leverages\":[1"), "leverages"},
+        {replaced("\"weights\":[1,1", "\"weights\":[1,-1"), "weight of record 1"},
+        {replaced("\"weights\":[1,1,1,1,1]", "\"weights\":[0,0,0,0,0]"), "weights"},
     };
     for (const auto& [text, key] : cases) {
         Model victim = model;
@@ -326,17 +440,6 @@ TEST(OLS, DamagedStorageNamesTheKey) {
     }
 }
 
-TEST(OLS, CopiesAreIndependent) {
-    Model model;
-    model.fit(kX, kY, true);
-    const Vector before = model.predict(kX);
-    Model copy = model;
-    copy.setWeights({}).fit(kX, Vector{9, 1, 8, 2, 7}, false);
-    EXPECT_EQ(model.predict(kX), before);
-    const Model moved = std::move(copy);
-    EXPECT_EQ(moved.getNumCols(), 2);
-}
-
 TEST(DesignMatrix, Forms) {
     using namespace Engine::LinearModel;
     const Vector w{4, 9, 1, 0, 16};
@@ -347,6 +450,16 @@ TEST(DesignMatrix, Forms) {
     EXPECT_EQ(weightedDesignMatrix(kX, w, false)(4, 0), 80.0);
     EXPECT_THROW(weightedDesignMatrix(kX, Vector(4), true), Exception);
     EXPECT_EQ(designMatrix(Matrix(3, 0), true).getNumCols(), 1);
+}
+
+TEST(Collinearity, ColumnOfZeros) {
+    Matrix x = kX;
+    x.insertColumn(1, Vector(5));
+    const auto result = Engine::LinearModel::Model::multicollinearity(x);
+    EXPECT_EQ(result.eigenvalues[0], 0.0);
+    EXPECT_EQ(result.conditionIndices[0], kInfinity);
+    EXPECT_EQ(result.varianceProportions(1, 0), 1.0);
+    EXPECT_EQ(result.varianceProportions(0, 0), 0.0);
 }
 
 // Dependent columns are set aside wherever they stand, and do not disturb what comes after them.
