@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
@@ -43,21 +44,33 @@ double scaledGradient(const Vector& gradient, const Vector& x, double value) {
 }
 
 /// H after a step with gradient change dg (Broyden, Fletcher, Goldfarb, Shanno); H as it was when
-/// the curvature along the step is not safely positive, so that H stays positive definite.
+/// the curvature along the step is not safely positive, so that H stays positive definite. Step and
+/// change enter as unit vectors, whose products do not overflow where those of the vectors would.
 Matrix updated(const Matrix& h, const Vector& step, const Vector& dg) {
-    const Vector hdg = h * dg;
-    const double fac = Veltrix::Util::dotProduct(dg, step);
-    const double fae = Veltrix::Util::dotProduct(dg, hdg);
-    const double sumdg = Veltrix::Util::innerProduct(dg);
-    const double sumxi = Veltrix::Util::innerProduct(step);
-    if (!(fac > std::sqrt(kEpsilon * sumdg * sumxi))) return h;
+    const double stepLength = length(step);
+    const double dgLength = length(dg);
+    const Vector along = step / stepLength;
+    const Vector turn = dg / dgLength;
+    const double cosine = Veltrix::Util::dotProduct(turn, along);
+    if (!(cosine > std::sqrt(kEpsilon))) return h;
+    const double ratio = stepLength / dgLength;
     Matrix result = h;
-    const Vector u = step / fac - hdg / fae;
+    Vector image = h * turn;
+    double curvature = Veltrix::Util::dotProduct(turn, image);
+    if (ratio < kEpsilon * curvature) {
+        // The rounding of H alone would outweigh what the step has shown: start afresh at its
+        // scale.
+        result = Veltrix::Util::eye(h.getNumRows(), h.getNumCols()) * ratio;
+        image = turn * ratio;
+        curvature = ratio;
+    }
+    const Vector u = along / cosine - image / curvature;
     for (int j = 0; j < h.getNumCols(); ++j) {
         const auto c = static_cast<std::uint64_t>(j);
         for (std::uint64_t r = 0; r <= c; ++r) {
             const int i = static_cast<int>(r);
-            result(i, j) += step[r] * step[c] / fac - hdg[r] * hdg[c] / fae + fae * u[r] * u[c];
+            result(i, j) += ratio * along[r] * along[c] / cosine - image[r] * image[c] / curvature +
+                            curvature * u[r] * u[c];
             result(j, i) = result(i, j);
         }
     }
@@ -65,9 +78,27 @@ Matrix updated(const Matrix& h, const Vector& step, const Vector& dg) {
     return isFinite(result.getAsDoubleVector()) ? result : h;
 }
 
+/// Cuts the direction so that it is no longer than the longest step and that the slope along it,
+/// at most the product of the lengths, is a finite number.
+void limit(Vector& direction, const Vector& gradient, double maxStep) {
+    constexpr double kLargestSlope = 1e300;
+    const double most = std::min(maxStep, kLargestSlope / length(gradient));
+    const double found = length(direction);
+    if (found > most) direction *= most / found;
+}
+
 }  // namespace
 
 QuasiNewtonOptimizer::~QuasiNewtonOptimizer() = default;
+
+QuasiNewtonOptimizer& QuasiNewtonOptimizer::operator=(const QuasiNewtonOptimizer& other) {
+    Matrix inverseHessian = other.inverseHessian_;
+    inverseHessian_ = std::move(inverseHessian);
+    maxIterations_ = other.maxIterations_;
+    numIterations_ = other.numIterations_;
+    gradientTolerance_ = other.gradientTolerance_;
+    return *this;
+}
 
 static_assert(std::is_nothrow_move_assignable_v<Matrix>);
 
@@ -85,20 +116,26 @@ Vector QuasiNewtonOptimizer::getGradient(const Vector& x) {
 Vector QuasiNewtonOptimizer::minimize(const Vector& x0) {
     checkStart(x0);
     const int n = static_cast<int>(x0.size());
-    numIterations_ = 0;
-    inverseHessian_ = Veltrix::Util::eye(n, n);
+    int iterations = 0;
+    Matrix inverseHessian = Veltrix::Util::eye(n, n);
+    Vector x = search(x0, inverseHessian, iterations);
+    numIterations_ = iterations;
+    inverseHessian_ = std::move(inverseHessian);
+    return x;
+}
 
-    Vector x = x0;
+Vector QuasiNewtonOptimizer::search(Vector x, Matrix& inverseHessian, int& iterations) {
     double value = function(x);
     if (!std::isfinite(value)) return x;
     Vector gradient = getGradient(x);
     checkGradient(gradient, x);
     if (!isFinite(gradient) || scaledGradient(gradient, x, value) < gradientTolerance_) return x;
     Vector direction = -gradient;
-    const double maxStep = kMaxStepFactor * std::max(length(x), static_cast<double>(n));
+    const double maxStep = kMaxStepFactor * std::max(length(x), static_cast<double>(x.size()));
 
-    while (numIterations_ < maxIterations_) {
-        ++numIterations_;
+    while (iterations < maxIterations_) {
+        ++iterations;
+        limit(direction, gradient, maxStep);
         const double slope = Veltrix::Util::dotProduct(gradient, direction);
         auto found = LineSearchOptimizer(*this, x, direction).minimize(value, slope, maxStep);
         const Vector step = found.point - x;
@@ -112,8 +149,8 @@ Vector QuasiNewtonOptimizer::minimize(const Vector& x0) {
         if (!isFinite(gradient)) return x;
         change += gradient;
         if (scaledGradient(gradient, x, value) < gradientTolerance_) return x;
-        inverseHessian_ = updated(inverseHessian_, step, change);
-        direction = -(inverseHessian_ * gradient);
+        inverseHessian = updated(inverseHessian, step, change);
+        direction = -(inverseHessian * gradient);
     }
     return x;
 }

@@ -16,28 +16,29 @@ constexpr double kSufficientDecrease = 1e-4;
 constexpr double kLeastShrink = 0.1;
 constexpr double kMostShrink = 0.5;
 
-/// A step and how far the objective there lies above its tangent at step 0.
+/// A step and how far the objective there lies above its tangent at step 0, as a multiple of the
+/// tangent's descent for step 1: so squares of large slopes do not overflow.
 struct Trial {
     double step;
     double excess;
 };
 
-/// Minimum of the parabola with this slope at 0 that passes through the trial.
-double quadraticMinimum(const Trial& trial, double slope) {
-    return -slope * trial.step * trial.step / (2.0 * trial.excess);
+/// Minimum of the parabola b s² − s that passes through the trial.
+double quadraticMinimum(const Trial& trial) {
+    return trial.step * trial.step / (2.0 * trial.excess);
 }
 
-/// Minimum of the cubic a s³ + b s² + slope s through both trials; NaN when it has none.
-double cubicMinimum(const Trial& trial, const Trial& before, double slope) {
+/// Minimum of the cubic a s³ + b s² − s through both trials; NaN when it has none.
+double cubicMinimum(const Trial& trial, const Trial& before) {
     const double now = trial.excess / (trial.step * trial.step);
     const double then = before.excess / (before.step * before.step);
     const double width = trial.step - before.step;
     const double a = (now - then) / width;
     const double b = (trial.step * then - before.step * now) / width;
-    if (a == 0.0) return -slope / (2.0 * b);
-    const double root = std::sqrt(b * b - 3.0 * a * slope);
+    if (a == 0.0) return 1.0 / (2.0 * b);
+    const double root = std::sqrt(b * b + 3.0 * a);
     // The second form keeps its digits when b is positive.
-    return b <= 0.0 ? (root - b) / (3.0 * a) : -slope / (b + root);
+    return b <= 0.0 ? (root - b) / (3.0 * a) : 1.0 / (b + root);
 }
 
 }  // namespace
@@ -86,11 +87,11 @@ LineSearchOptimizer::Result LineSearchOptimizer::minimize(double value, double s
         if (std::isfinite(found) && found <= value + kSufficientDecrease * step * slope) {
             return {step, found, at(step)};
         }
-        const Trial trial{step, found - value - slope * step};
+        const Trial trial{step, (found - value) / -slope + step};
         double next = kMostShrink * step;
         if (std::isfinite(trial.excess)) {
-            const double minimum = std::isfinite(before.excess) ? cubicMinimum(trial, before, slope)
-                                                                : quadraticMinimum(trial, slope);
+            const double minimum = std::isfinite(before.excess) ? cubicMinimum(trial, before)
+                                                                : quadraticMinimum(trial);
             next = std::max(std::fmin(minimum, next), kLeastShrink * step);  // fmin passes over NaN
         }
         before = trial;

@@ -23,7 +23,7 @@ class VELTRIX_ENGINE_API QuasiNewtonOptimizer {
     QuasiNewtonOptimizer() = default;
     QuasiNewtonOptimizer(const QuasiNewtonOptimizer&) = default;
     QuasiNewtonOptimizer(QuasiNewtonOptimizer&&) noexcept = default;
-    QuasiNewtonOptimizer& operator=(const QuasiNewtonOptimizer&) = default;
+    QuasiNewtonOptimizer& operator=(const QuasiNewtonOptimizer& other);
     QuasiNewtonOptimizer& operator=(QuasiNewtonOptimizer&&) noexcept = default;
     virtual ~QuasiNewtonOptimizer();
 
@@ -36,7 +36,7 @@ class VELTRIX_ENGINE_API QuasiNewtonOptimizer {
     /// The minimiser, started from x0: the last point reached, also when the iterations run out,
     /// which is not an error. A start with zero gradient, or where f or its gradient is not finite,
     /// is returned after 0 iterations. Throws `Exception` when x0 holds a value that is not finite;
-    /// what `function` throws passes through.
+    /// what `function` throws passes through, and the optimiser is then as it was.
     Vector minimize(const Vector& x0);
 
     /// The approximation of the inverse Hessian, n × n, symmetric, with which the last search
@@ -57,6 +57,9 @@ class VELTRIX_ENGINE_API QuasiNewtonOptimizer {
     double getGradiendTolerance() const noexcept { return gradientTolerance_; }
 
   private:
+    /// The search from x; counts the iterations and leaves the last H.
+    Vector search(Vector x, Matrix& inverseHessian, int& iterations);
+
     int maxIterations_ = 200;
     int numIterations_ = 0;
     double gradientTolerance_ = 2.220446049250313e-16;
