@@ -58,11 +58,11 @@ void DataJson::write(JsonWriter& json, const Data& data) {
     Support::beginStored(json, kType);
     json.member("numLags", data.numLags_).member("numSeasonalLags", data.numSeasonalLags_);
     json.member("period", data.period_);
-    json.member("mean", data.mean_).member("variance", data.variance_);
+    json.member("mean", data.outcome_.mean).member("variance", data.outcome_.variance);
     json.member("original", std::span<const double>(data.original_));
-    json.member("working", std::span<const double>(data.working_));
-    writeOperations(json, data.operations_);
-    json.member("applied", data.numApplied_);
+    json.member("working", std::span<const double>(data.outcome_.working));
+    writeOperations(json, data.outcome_.operations);
+    json.member("applied", data.outcome_.numApplied);
     json.member("acvf", std::span<const double>(data.acvf_));
     json.member("pacf", std::span<const double>(data.pacf_));
     json.endObject();
@@ -72,24 +72,24 @@ Data DataJson::read(const JsonView& view) {
     Support::checkStored(view, kType);
     Data data(view.at("numLags").asUint64(), view.at("numSeasonalLags").asUint64(),
               view.at("period").asUint64());
-    data.mean_ = view.at("mean").asDouble();
-    data.variance_ = view.at("variance").asDouble();
+    data.outcome_.mean = view.at("mean").asDouble();
+    data.outcome_.variance = view.at("variance").asDouble();
     data.original_ = view.at("original").asDoubles();
-    data.working_ = view.at("working").asDoubles();
-    if (data.working_.size() != data.original_.size()) {
+    data.outcome_.working = view.at("working").asDoubles();
+    if (data.outcome_.working.size() != data.original_.size()) {
         view.at("working").fail("expected as many values as in the original series");
     }
-    data.operations_ = readOperations(view.at("operations"));
-    data.numApplied_ = view.at("applied").asUint64();
-    if (data.numApplied_ > data.operations_.size()) {
+    data.outcome_.operations = readOperations(view.at("operations"));
+    data.outcome_.numApplied = view.at("applied").asUint64();
+    if (data.outcome_.numApplied > data.outcome_.operations.size()) {
         view.at("applied").fail("expected at most the number of operations");
     }
-    const auto applied = std::span(data.operations_).first(data.numApplied_);
+    const auto applied = std::span(data.outcome_.operations).first(data.outcome_.numApplied);
     const auto length = lengthAfter(data.original_.size(), applied);
     if (!length) view.at("operations").fail("expected no more differences than values");
     // The processed series is what the applied operations left at the end of the working copy.
-    const auto processed = std::span(data.working_).last(*length);
-    data.processed_.assign(processed.begin(), processed.end());
+    const auto processed = std::span(data.outcome_.working).last(*length);
+    data.outcome_.processed.assign(processed.begin(), processed.end());
     data.acvf_ = view.at("acvf").asDoubles();
     data.pacf_ = view.at("pacf").asDoubles();
     return data;

@@ -170,10 +170,19 @@ TEST(SeriesData, TooShort) {
         Data tried;
         tried.load(thirteen);
         list(tried);
+        const WString before = tried.toJson();
         EXPECT_THROW(tried.apply(), TooFewRecords);
         EXPECT_THROW(tried.computePACF(), TooFewRecords);
-        EXPECT_EQ(tried.lagInfo(), thirteen);
+        EXPECT_EQ(tried.toJson(), before);
     }
+    // What fails is not listed: the next series is differenced once.
+    Data once(1, 0, 0);
+    EXPECT_THROW(once.load({1}).preprocess(), TooFewRecords);
+    EXPECT_EQ(once.load({1, 4, 9}).preprocess().processedData(), (Values{-1, 1}));
+    Data moved = std::move(once);
+    once.postprocess({1, 2});  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(once.toJson(), Data(1, 0, 0).toJson());
+    EXPECT_EQ(moved.postprocess({-1, 1, 3}), (Values{1, 4, 9, 16}));
     Data empty;
     empty.load({}).preprocess().computePACF();
     EXPECT_EQ(empty.mean(), 0.0);

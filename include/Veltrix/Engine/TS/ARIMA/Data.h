@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "Veltrix/Data/JSON.h"
@@ -32,8 +33,8 @@ struct LagOperation {
 ///
 /// N is the length of the series, n ≤ N that of the processed one. NaN and infinite values are not
 /// refused: they spread by the rules of arithmetic, so that one NaN makes the mean, the variance
-/// and, after a mean subtraction, every processed value NaN. A copy shares nothing with its
-/// original.
+/// and, after a mean subtraction, every processed value NaN. An operation that throws leaves the
+/// series, its list and its results as they were.
 class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::StringImportable {
   public:
     Data() = default;
@@ -42,9 +43,10 @@ class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::Stri
     /// With seasonal differencing of order D = `numSeasonalLags` at lag s = `period`.
     Data(std::uint64_t numLags, std::uint64_t numSeasonalLags, std::uint64_t period);
     Data(const Data&) = default;
-    Data(Data&&) noexcept = default;
-    Data& operator=(const Data&) = default;
-    Data& operator=(Data&&) noexcept = default;
+    /// What was moved from holds an empty series and no operations.
+    Data(Data&& other) noexcept;
+    Data& operator=(const Data& other) { return *this = Data(other); }
+    Data& operator=(Data&& other) noexcept;
     ~Data() override;
 
     /// Takes a series, which is the processed one too until `apply`. Mean and variance are those of
@@ -59,11 +61,12 @@ class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::Stri
     /// Lists the subtraction of a given mean.
     Data& subtractMean(double mean);
     /// Carries out all listed operations in order, always from the original series on. A mean that
-    /// is exactly 0 is not subtracted. Throws `TooFewRecords`, leaving everything as it was, when a
-    /// difference would leave less than one value.
+    /// is exactly 0 is not subtracted. Throws `TooFewRecords` when a difference would leave less
+    /// than one value.
     Data& apply();
     /// Lists the seasonal differences, the ordinary ones and a mean subtraction, and applies the
-    /// list. What was listed before stays in front: a second call differences once more.
+    /// list. What was listed before stays in front: a second call differences once more. Throws as
+    /// `apply`, and then lists nothing.
     Data& preprocess();
 
     /// Brings `y`, a series on the processed scale, back to the original one by undoing the applied
@@ -101,19 +104,19 @@ class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::Stri
     const std::vector<double>& pacf() const noexcept { return pacf_; }
     /// The working copy, length N: its last n entries are the processed series, those before them
     /// the first values of the series with only the earlier differences taken.
-    const std::vector<double>& lagInfo() const noexcept { return working_; }
+    const std::vector<double>& lagInfo() const noexcept { return outcome_.working; }
     /// Mean after the last difference, before any mean is subtracted; that of the series itself
     /// when no difference was taken.
-    double mean() const noexcept { return mean_; }
+    double mean() const noexcept { return outcome_.mean; }
     /// Variance of the processed series with divisor n; 0 for less than two values.
-    double variance() const noexcept { return variance_; }
+    double variance() const noexcept { return outcome_.variance; }
     std::uint64_t period() const noexcept { return period_; }
     std::uint64_t numLags() const noexcept { return numLags_; }
     std::uint64_t numSeasonalLags() const noexcept { return numSeasonalLags_; }
     std::uint64_t numOriginalRecords() const noexcept { return original_.size(); }
-    std::uint64_t numProcessedRecords() const noexcept { return processed_.size(); }
+    std::uint64_t numProcessedRecords() const noexcept { return outcome_.processed.size(); }
     const std::vector<double>& originalData() const noexcept { return original_; }
-    const std::vector<double>& processedData() const noexcept { return processed_; }
+    const std::vector<double>& processedData() const noexcept { return outcome_.processed; }
     /// The last listed operation subtracts a mean other than 0; without any operation: the mean of
     /// the series is 0.
     bool isMeanSubtracted() const noexcept;
@@ -126,16 +129,26 @@ class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::Stri
   private:
     friend struct DataJson;
 
+    /// The listed operations and what they have made of the series.
+    struct Outcome {
+        double mean = 0.0;
+        double variance = 0.0;
+        std::vector<double> processed;
+        std::vector<double> working;
+        std::vector<LagOperation> operations;
+        std::uint64_t numApplied = 0;  ///< leading operations that the processed series shows
+    };
+
+    /// The series with all of these operations carried out.
+    static Outcome applied(const std::vector<double>& series, std::vector<LagOperation> operations);
+    /// The outcome with a mean subtraction listed and applied, where the series has none.
+    std::optional<Outcome> centred() const;
+
     std::uint64_t numLags_ = 0;
     std::uint64_t numSeasonalLags_ = 0;
     std::uint64_t period_ = 0;
-    double mean_ = 0.0;
-    double variance_ = 0.0;
     std::vector<double> original_;
-    std::vector<double> processed_;
-    std::vector<double> working_;
-    std::vector<LagOperation> operations_;
-    std::uint64_t numApplied_ = 0;  ///< leading operations that the processed series shows
+    Outcome outcome_;
     std::vector<double> acvf_;
     std::vector<double> pacf_;
 };
