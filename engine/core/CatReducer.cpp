@@ -45,7 +45,7 @@ CatReducer& CatReducer::setManualMapping(bool manual) {
 }
 
 CatReducer& CatReducer::setMapper(const Mapper& mapper) {
-    mapper_ = mapper;
+    mapper_ = Mapper(mapper);
     return *this;
 }
 

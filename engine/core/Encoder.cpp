@@ -130,13 +130,14 @@ bool Encoder::isEncoded(const WString& colName) const { return mapping_.contains
 
 Encoder& Encoder::setMapping(const WString& colName, const CategoryMap& categories) {
     byPosition(colName, categories);
-    mapping_[colName] = categories;
+    CategoryMap copy = categories;
+    mapping_[colName] = std::move(copy);
     return *this;
 }
 
 Encoder& Encoder::setMapping(const Mapping& mapping) {
     for (const auto& [colName, categories] : mapping) byPosition(colName, categories);
-    mapping_ = mapping;
+    mapping_ = Mapping(mapping);
     return *this;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <type_traits>
+#include <utility>
 
 #include "engine/core/SamplingChecks.h"
 #include "support/RuntimeRandom.h"
@@ -125,10 +126,16 @@ Threshold ScalableSRS::computeThreshold() const {
             std::min(1.0, p + g + std::sqrt((2.0 * p + g) * g))};
 }
 
-int ScalableSRS::generatePairs(const Threshold& threshold) {
-    sample_ = IntVector(static_cast<std::uint64_t>(sampleSize_));
-    waitList_.clear();
-    if (populationSize_ == 0) return 0;
+struct ScalableSRS::Draw {
+    IntVector sample;
+    std::vector<WaitListEntry> waitList;
+    int accepted = 0;
+};
+
+ScalableSRS::Draw ScalableSRS::draw(const Threshold& threshold) const {
+    Draw drawn;
+    drawn.sample = IntVector(static_cast<std::uint64_t>(sampleSize_));
+    if (populationSize_ == 0) return drawn;
     const std::uint32_t takeBelow = outputsBelow(threshold.q1);
     const std::uint32_t waitBelow = std::max(takeBelow, outputsBelow(threshold.q2));
     const auto population = static_cast<std::uint32_t>(populationSize_);
@@ -143,24 +150,43 @@ int ScalableSRS::generatePairs(const Threshold& threshold) {
             if (outputs[j] >= waitBelow) continue;
             const int index = randomIndex_ ? static_cast<int>(outputs[j + 1] % population) : i;
             if (outputs[j] >= takeBelow) {
-                waitList_.push_back({outputs[j] / kKeyScale, index});
+                drawn.waitList.push_back({outputs[j] / kKeyScale, index});
                 continue;
             }
-            sample_[static_cast<std::uint64_t>(accepted)] = index;
+            drawn.sample[static_cast<std::uint64_t>(accepted)] = index;
             if (++accepted == sampleSize_) break;
         }
     }
+    drawn.accepted = accepted;
+    return drawn;
+}
+
+void ScalableSRS::adopt(Draw&& drawn) noexcept {
+    sample_ = std::move(drawn.sample);
+    waitList_ = std::move(drawn.waitList);
+}
+
+int ScalableSRS::generatePairs(const Threshold& threshold) {
+    Draw drawn = draw(threshold);
+    const int accepted = drawn.accepted;
+    adopt(std::move(drawn));
     return accepted;
 }
 
 IntVector ScalableSRS::sample() {
-    const auto accepted = static_cast<std::uint64_t>(generatePairs(computeThreshold()));
-    if (accepted < sample_.size()) {
-        sortByKey(waitList_);
-        const auto needed = std::min<std::uint64_t>(sample_.size() - accepted, waitList_.size());
-        for (std::uint64_t i = 0; i < needed; ++i) sample_[accepted + i] = waitList_[i].index;
+    Draw drawn = draw(computeThreshold());
+    const auto accepted = static_cast<std::uint64_t>(drawn.accepted);
+    if (accepted < drawn.sample.size()) {
+        sortByKey(drawn.waitList);
+        const auto needed =
+            std::min<std::uint64_t>(drawn.sample.size() - accepted, drawn.waitList.size());
+        for (std::uint64_t i = 0; i < needed; ++i) {
+            drawn.sample[accepted + i] = drawn.waitList[i].index;
+        }
     }
-    return sample_;
+    IntVector result = drawn.sample;
+    adopt(std::move(drawn));
+    return result;
 }
 
 Partitioning::Partitioning(int numRecords, double proportion)

@@ -129,8 +129,8 @@ IntVector StratifiedSRS::sample() {
             }
         }
     }
-    sample_ = std::move(result);
-    return sample_;
+    sample_ = IntVector(result);
+    return result;
 }
 
 static_assert(std::is_nothrow_move_constructible_v<StratifiedSRS>);

@@ -20,7 +20,7 @@ class VELTRIX_ENGINE_API CatReducer : public JSON::StringExportable, public JSON
     CatReducer() = default;
     CatReducer(const CatReducer&) = default;
     CatReducer(CatReducer&&) noexcept = default;
-    CatReducer& operator=(const CatReducer&) = default;
+    CatReducer& operator=(const CatReducer& other) { return *this = CatReducer(other); }
     CatReducer& operator=(CatReducer&&) noexcept = default;
     ~CatReducer() override;
 

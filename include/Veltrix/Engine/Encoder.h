@@ -26,7 +26,7 @@ class VELTRIX_ENGINE_API Encoder : public JSON::StringExportable, public JSON::S
     Encoder() = default;
     Encoder(const Encoder&) = default;
     Encoder(Encoder&&) noexcept = default;
-    Encoder& operator=(const Encoder&) = default;
+    Encoder& operator=(const Encoder& other) { return *this = Encoder(other); }
     Encoder& operator=(Encoder&&) noexcept = default;
     ~Encoder() override;
 

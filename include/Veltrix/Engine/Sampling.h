@@ -71,7 +71,7 @@ class VELTRIX_ENGINE_API ScalableSRS : public Base {
     explicit ScalableSRS(int populationSize = 0, int sampleSize = 0);
     ScalableSRS(const ScalableSRS&) = default;
     ScalableSRS(ScalableSRS&&) noexcept = default;
-    ScalableSRS& operator=(const ScalableSRS&) = default;
+    ScalableSRS& operator=(const ScalableSRS& other) { return *this = ScalableSRS(other); }
     ScalableSRS& operator=(ScalableSRS&&) noexcept = default;
     ~ScalableSRS() override;
 
@@ -107,6 +107,11 @@ class VELTRIX_ENGINE_API ScalableSRS : public Base {
     int generatePairs(const Threshold& threshold);
 
   private:
+    struct Draw;
+    /// What `generatePairs` does, into an object of its own.
+    Draw draw(const Threshold& threshold) const;
+    void adopt(Draw&& drawn) noexcept;
+
     int populationSize_ = 0;
     int sampleSize_ = 0;
     bool randomIndex_ = false;
@@ -128,7 +133,7 @@ class VELTRIX_ENGINE_API Partitioning : public ScalableSRS {
     explicit Partitioning(int numRecords = 0, double proportion = 0.0);
     Partitioning(const Partitioning&) = default;
     Partitioning(Partitioning&&) noexcept = default;
-    Partitioning& operator=(const Partitioning&) = default;
+    Partitioning& operator=(const Partitioning& other) { return *this = Partitioning(other); }
     Partitioning& operator=(Partitioning&&) noexcept = default;
     ~Partitioning() override;
 
@@ -160,7 +165,7 @@ class VELTRIX_ENGINE_API StratifiedSRS : public Base {
     StratifiedSRS() = default;
     StratifiedSRS(const StratifiedSRS&) = default;
     StratifiedSRS(StratifiedSRS&&) noexcept = default;
-    StratifiedSRS& operator=(const StratifiedSRS&) = default;
+    StratifiedSRS& operator=(const StratifiedSRS& other) { return *this = StratifiedSRS(other); }
     StratifiedSRS& operator=(StratifiedSRS&&) noexcept = default;
     ~StratifiedSRS() override;
 
@@ -228,7 +233,9 @@ class VELTRIX_ENGINE_API OversamplingPartitioning {
     explicit OversamplingPartitioning(const Params& params, double validationShare = 0.0);
     OversamplingPartitioning(const OversamplingPartitioning&) = default;
     OversamplingPartitioning(OversamplingPartitioning&&) noexcept = default;
-    OversamplingPartitioning& operator=(const OversamplingPartitioning&) = default;
+    OversamplingPartitioning& operator=(const OversamplingPartitioning& other) {
+        return *this = OversamplingPartitioning(other);
+    }
     OversamplingPartitioning& operator=(OversamplingPartitioning&&) noexcept = default;
     virtual ~OversamplingPartitioning();
 
