@@ -2,20 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string>
 
-#include "Veltrix/Data/Exception.h"
 #include "data/containers/Checks.h"
 
 namespace Veltrix {
 namespace {
-
-void checkLengths(const char* operation, std::uint64_t actual, std::uint64_t predicted) {
-    if (actual == predicted) return;
-    throw Exception(std::string(operation) + ": " + std::to_string(actual) + " actual values, " +
-                        std::to_string(predicted) + " predicted",
-                    static_cast<int>(ErrorCode::sizeMismatch));
-}
 
 /// Letters whose lower case stands at a fixed distance: all of a run, or every second one where
 /// upper and lower case alternate.
@@ -58,7 +49,7 @@ bool equalWithoutCase(const WString& a, const WString& b) {
 }  // namespace
 
 double Metrics::RMSE(const Vector& actual, const Vector& predicted) {
-    checkLengths("RMSE", actual.size(), predicted.size());
+    Checks::counts("RMSE", actual.size(), "actual values", predicted.size(), "predicted");
     double sum = 0.0;
     for (std::uint64_t i = 0; i < actual.size(); ++i) {
         const double difference = actual[i] - predicted[i];
@@ -70,7 +61,7 @@ double Metrics::RMSE(const Vector& actual, const Vector& predicted) {
 
 double Metrics::accuracy(const StringVector& actual, const StringVector& predicted,
                          bool caseSensitive) {
-    checkLengths("Accuracy", actual.size(), predicted.size());
+    Checks::counts("Accuracy", actual.size(), "actual values", predicted.size(), "predicted");
     std::uint64_t equal = 0;
     for (std::uint64_t i = 0; i < actual.size(); ++i) {
         const bool same =

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Veltrix/Data/Decompositions.h"
+#include "Veltrix/Data/Progress.h"
 #include "data/containers/Checks.h"
 #include "data/containers/Lines.h"
 #include "data/factorisations/DesignBlock.h"
@@ -93,12 +94,14 @@ Matrix foldBlocks(const DesignRows& design, const Vector* b) {
     const std::int64_t step = std::min(cachedRows(columns), std::max<std::int64_t>(n, 1));
     DesignBlock block(design, step, columns);
     TriangleBuilder builder(columns);
+    ProgressPhase phase("Factorising", static_cast<std::uint64_t>(n));
     for (std::int64_t first = 0; first < n; first += step) {
         block.start(first, std::min(step, n - first));
         for (int j = 0; j < p; ++j) block.load(j, j);
         if (b != nullptr) block.load(*b, p);
         for (std::int64_t j = used; j < columns; ++j) block.clear(j);
         if (!builder.add(block)) reportNotFinite(design, b);
+        phase.advance(static_cast<std::uint64_t>(block.count()));
     }
     return builder.take(used);
 }
@@ -149,6 +152,7 @@ Vector rowSquaredNorms(const DesignRows& design, const IntVector& columns, const
     DesignBlock block(design, step, k);
     Storage::Buffer<double> blockNorms(static_cast<std::size_t>(step + Kernels::kRowMultiple));
     Vector norms(static_cast<std::uint64_t>(n));
+    ProgressPhase phase("Computing row norms", static_cast<std::uint64_t>(n));
     for (std::int64_t first = 0; first < n; first += step) {
         block.start(first, std::min(step, n - first));
         for (std::int64_t j = 0; j < k; ++j) {
@@ -161,6 +165,7 @@ Vector rowSquaredNorms(const DesignRows& design, const IntVector& columns, const
                                 blockNorms.data());
         }
         std::copy_n(blockNorms.begin(), block.count(), norms.data() + first);
+        phase.advance(static_cast<std::uint64_t>(block.count()));
     }
     return norms;
 }
@@ -179,6 +184,7 @@ Vector normalResidual(const DesignRows& design, const Vector& b, const Vector& c
     Storage::Buffer<double> work(static_cast<std::size_t>(2 * (step + Kernels::kRowMultiple)));
     Vector sums(static_cast<std::uint64_t>(p));
     Vector rests(static_cast<std::uint64_t>(p));
+    ProgressPhase phase("Forming residuals", static_cast<std::uint64_t>(n));
     for (std::int64_t first = 0; first < n; first += step) {
         block.start(first, std::min(step, n - first));
         for (int j = 0; j < p; ++j) block.load(j, j);
@@ -191,6 +197,7 @@ Vector normalResidual(const DesignRows& design, const Vector& b, const Vector& c
             block.ld(), p, block.data(), block.data() + p * block.ld(),
             design.scale == nullptr ? nullptr : factors.data(), coefficients.data(), work.data(),
             sums.data(), rests.data());
+        phase.advance(static_cast<std::uint64_t>(block.count()));
     }
     return sums + rests;
 }

@@ -1,15 +1,39 @@
 #include "Veltrix/Engine/CatReducer.h"
 
 #include <cstdint>
-#include <span>
 #include <type_traits>
 #include <vector>
 
 #include "Veltrix/Data/DataFrame.h"
 #include "Veltrix/Data/Util.h"
-#include "engine/core/ModelJson.h"
+#include "engine/core/Stored.h"
 
-namespace Veltrix::Engine {
+namespace Veltrix {
+
+template <>
+struct Stored<Engine::CatReducer> {
+    static void fields(auto& a, auto& reducer) {
+        a("numCategories", reducer.numCategories_)("manualMapping", reducer.manualMapping_);
+        StringVector levels;  // ascending, so that the text does not depend on a hash map
+        for (const auto& entry : reducer.mapper_) levels.push_back(entry.first);
+        levels = Util::uniqueElements(levels);
+        IntVector codes = reducer.transform(levels);
+        a("levels", levels);
+        a("codes", codes, Support::Length{static_cast<std::int64_t>(levels.size())});
+        setMapper(a, reducer, levels, codes);
+    }
+
+  private:
+    static void setMapper(const Support::StoredWriter& /*a*/, const Engine::CatReducer& /*reducer*/,
+                          const StringVector& /*levels*/, const IntVector& /*codes*/) {}
+    static void setMapper(const Support::StoredReader& a, Engine::CatReducer& reducer,
+                          const StringVector& levels, const IntVector& codes) {
+        Support::expectDistinct(a.view().at("levels"));
+        for (std::uint64_t i = 0; i < levels.size(); ++i) reducer.setMapping(levels[i], codes[i]);
+    }
+};
+
+namespace Engine {
 namespace {
 
 constexpr const char* kType = "CatReducer";
@@ -89,31 +113,11 @@ IntVector CatReducer::transform(const ConstDataFrameColumn& column) const {
     return Veltrix::Util::bind(reduced, codes);
 }
 
-WString CatReducer::toJson() const {
-    StringVector levels;
-    for (const auto& entry : mapper_) levels.push_back(entry.first);
-    levels = Veltrix::Util::uniqueElements(levels);
-    const IntVector codes = transform(levels);
-    Support::JsonWriter json = ModelJson::begin(kType);
-    json.member("numCategories", numCategories_).member("manualMapping", manualMapping_);
-    ModelJson::member(json, "levels", levels);
-    json.member("codes", std::span<const std::int32_t>(codes.data(), codes.size()));
-    return ModelJson::finish(json);
+void CatReducer::writeJson(JSON::TextSink& sink) const { writeStoredText(sink, kType, *this); }
+
+void CatReducer::readJson(std::string_view utf8) {
+    *this = readStoredText<CatReducer>(kType, utf8);
 }
 
-void CatReducer::fromJsonString(const WString& json) {
-    *this = ModelJson::read(kType, json, [](const Support::JsonView& root) {
-        CatReducer reducer;
-        reducer.numCategories_ = root.at("numCategories").asInt32();
-        reducer.manualMapping_ = root.at("manualMapping").asBool();
-        const StringVector levels = ModelJson::distinctTexts(root.at("levels"));
-        const std::vector<std::int32_t> codes = root.at("codes").asInt32s();
-        if (codes.size() != levels.size()) {
-            root.at("codes").fail("as many codes as levels expected");
-        }
-        for (std::uint64_t i = 0; i < levels.size(); ++i) reducer.setMapping(levels[i], codes[i]);
-        return reducer;
-    });
-}
-
-}  // namespace Veltrix::Engine
+}  // namespace Engine
+}  // namespace Veltrix

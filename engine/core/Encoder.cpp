@@ -5,16 +5,18 @@
 #include <utility>
 #include <vector>
 
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "Veltrix/Engine/Util.h"
-#include "engine/core/ModelJson.h"
+#include "engine/core/Checks.h"
+#include "engine/core/Stored.h"
 
-namespace Veltrix::Engine {
+namespace Veltrix {
 namespace {
 
 constexpr const char* kType = "Encoder";
+
+using Engine::Encoder;
 
 /// Every level with its place in the list.
 Encoder::CategoryMap toMap(const StringVector& levels) {
@@ -31,10 +33,11 @@ StringVector byPosition(const WString& colName, const Encoder::CategoryMap& cate
     for (const auto& [category, position] : categories) {
         const auto place = static_cast<std::uint64_t>(position);  // huge when negative
         if (place >= taken.size() || taken[place] != 0) {
-            throw Exception("Encoder mapping of column \"" + colName.toUtf8() +
-                            "\": positions 0 to " + std::to_string(taken.size() - 1) +
-                            ", each once, expected, " + std::to_string(position) +
-                            " found for category \"" + category.toUtf8() + "\"");
+            Checks::fail(ErrorCode::invalidArgument,
+                         "Encoder mapping of column \"" + colName.toUtf8() + "\"",
+                         "positions 0 to " + std::to_string(taken.size() - 1) +
+                             ", each once, expected, " + std::to_string(position) +
+                             " found for category \"" + category.toUtf8() + "\"");
         }
         taken[place] = 1;
         result[place] = category;
@@ -43,10 +46,56 @@ StringVector byPosition(const WString& colName, const Encoder::CategoryMap& cate
 }
 
 [[noreturn]] void failColumn(const WString& colName, const char* problem) {
-    throw Exception("Encoder transform: column \"" + colName.toUtf8() + "\" " + problem);
+    Checks::fail(ErrorCode::invalidArgument, "Encoder transform",
+                 "column \"" + colName.toUtf8() + "\" " + problem);
 }
 
+/// One column as it is stored, its categories in the order of their positions.
+struct StoredColumn {
+    WString name;
+    StringVector categories;
+};
+
 }  // namespace
+
+template <>
+struct Stored<StoredColumn> {
+    static void fields(auto& a, auto& column) {
+        a("name", column.name)("categories", column.categories);
+        expectDistinct(a);
+    }
+
+  private:
+    static void expectDistinct(const Support::StoredWriter& /*a*/) {}
+    static void expectDistinct(const Support::StoredReader& a) {
+        Support::expectDistinct(a.view().at("categories"));
+    }
+};
+
+template <>
+struct Stored<Encoder> {
+    static void fields(Support::StoredWriter& a, const Encoder& encoder) {
+        std::vector<StoredColumn> columns;
+        for (const WString& name : encoder.getEncodedColNames()) {
+            columns.push_back({name, byPosition(name, encoder.mapping_.at(name))});
+        }
+        a("columns", columns);
+    }
+    static void fields(Support::StoredReader& a, Encoder& encoder) {
+        std::vector<StoredColumn> columns;
+        a("columns", columns);
+        std::int64_t k = 0;
+        for (const StoredColumn& column : columns) {
+            if (!encoder.mapping_.emplace(column.name, toMap(column.categories)).second) {
+                a.view().at("columns").at(k).at("name").fail("\"" + column.name.toUtf8() +
+                                                             "\" occurs twice");
+            }
+            ++k;
+        }
+    }
+};
+
+namespace Engine {
 
 Encoder::~Encoder() = default;
 
@@ -141,32 +190,9 @@ Encoder& Encoder::setMapping(const Mapping& mapping) {
     return *this;
 }
 
-WString Encoder::toJson() const {
-    Support::JsonWriter json = ModelJson::begin(kType);
-    json.key("columns").beginArray();
-    for (const WString& name : getEncodedColNames()) {
-        json.beginObject().member("name", std::string_view(name.toUtf8()));
-        ModelJson::member(json, "categories", byPosition(name, mapping_.at(name)));
-        json.endObject();
-    }
-    json.endArray();
-    return ModelJson::finish(json);
-}
+void Encoder::writeJson(JSON::TextSink& sink) const { writeStoredText(sink, kType, *this); }
 
-void Encoder::fromJsonString(const WString& json) {
-    mapping_ = ModelJson::read(kType, json, [](const Support::JsonView& root) {
-        Mapping mapping;
-        const Support::JsonView columns = root.at("columns");
-        for (std::int64_t i = 0; i < columns.size(); ++i) {
-            const Support::JsonView column = columns.at(i);
-            const Support::JsonView name = column.at("name");
-            const StringVector categories = ModelJson::distinctTexts(column.at("categories"));
-            if (!mapping.emplace(ModelJson::text(name), toMap(categories)).second) {
-                name.fail("\"" + name.asString() + "\" occurs twice");
-            }
-        }
-        return mapping;
-    });
-}
+void Encoder::readJson(std::string_view utf8) { *this = readStoredText<Encoder>(kType, utf8); }
 
-}  // namespace Veltrix::Engine
+}  // namespace Engine
+}  // namespace Veltrix

@@ -7,13 +7,16 @@
 #include <type_traits>
 #include <utility>
 
-#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
+#include "engine/core/Checks.h"
 #include "engine/core/OptimizationScale.h"
+#include "support/NumberText.h"
 
 namespace Veltrix::Engine::Optimization {
 namespace {
 
+constexpr const char* kOperation = "Minimisation";
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 constexpr double kMaxStepFactor = 100.0;
 
@@ -22,16 +25,16 @@ bool isFinite(const Vector& values) { return Veltrix::Util::countNaNInfinity(val
 void checkStart(const Vector& x) {
     for (std::uint64_t i = 0; i < x.size(); ++i) {
         if (std::isfinite(x[i])) continue;
-        throw Exception("Minimisation: starting point: finite values expected, " +
-                        std::to_string(x[i]) + " found at position " + std::to_string(i));
+        Checks::fail(ErrorCode::notFinite, kOperation,
+                     "starting point: finite values expected, " + Support::numberText(x[i]) +
+                         " found at position " + std::to_string(i));
     }
 }
 
 /// Functions that supply their own gradient may get its length wrong.
 void checkGradient(const Vector& gradient, const Vector& x) {
-    if (gradient.size() == x.size()) return;
-    throw Exception("Minimisation: gradient of length " + std::to_string(gradient.size()) +
-                    ", expected " + std::to_string(x.size()));
+    Veltrix::Checks::counts(kOperation, gradient.size(), "entries in the gradient", x.size(),
+                            "variables");
 }
 
 /// max |gᵢ| max(|xᵢ|, 1) / max(f, 1), the relative change of f for a relative change of x.
@@ -105,10 +108,12 @@ static_assert(std::is_nothrow_move_assignable_v<Matrix>);
 Vector QuasiNewtonOptimizer::getGradient(const Vector& x) {
     Vector gradient(x.size());
     Vector axis(x.size());
+    ProgressPhase phase("Differentiating", x.size());
     for (std::uint64_t i = 0; i < x.size(); ++i) {
         axis[i] = 1.0;
         gradient[i] = LineSearchOptimizer(*this, x, axis).getDerivative();
         axis[i] = 0.0;
+        phase.advance();
     }
     return gradient;
 }
@@ -133,8 +138,10 @@ Vector QuasiNewtonOptimizer::search(Vector x, Matrix& inverseHessian, int& itera
     Vector direction = -gradient;
     const double maxStep = kMaxStepFactor * std::max(length(x), static_cast<double>(x.size()));
 
+    ProgressPhase phase("Minimising", static_cast<std::uint64_t>(std::max(maxIterations_, 0)));
     while (iterations < maxIterations_) {
         ++iterations;
+        phase.advance();
         limit(direction, gradient, maxStep);
         const double slope = Veltrix::Util::dotProduct(gradient, direction);
         auto found = LineSearchOptimizer(*this, x, direction).minimize(value, slope, maxStep);

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Veltrix/Data/Progress.h"
 #include "engine/core/SamplingChecks.h"
 #include "support/RuntimeRandom.h"
 
@@ -97,8 +98,8 @@ Base::~Base() = default;
 Threshold Base::computeThreshold() const { return {0.0, 2.0}; }
 
 ScalableSRS::ScalableSRS(int populationSize, int sampleSize)
-    : populationSize_(Checks::count("Random sample", "population size", populationSize)),
-      sampleSize_(Checks::count("Random sample", "sample size", sampleSize)) {}
+    : populationSize_(Checks::count("Random sample", "records in the population", populationSize)),
+      sampleSize_(Checks::count("Random sample", "records to draw", sampleSize)) {}
 ScalableSRS::~ScalableSRS() = default;
 
 ScalableSRS& ScalableSRS::setSeed(std::uint32_t seed) noexcept {
@@ -144,7 +145,10 @@ ScalableSRS::Draw ScalableSRS::draw(const Threshold& threshold) const {
     const std::size_t outputsPerRecord = randomIndex_ ? 2 : 1;
     OutputBlocks blocks(seed_);
     int accepted = 0;
+    constexpr int kReportEvery = 1 << 18;
+    ProgressPhase phase("Drawing records", static_cast<std::uint64_t>(limit));
     for (int i = 0; i < limit && accepted < sampleSize_;) {
+        if (i % kReportEvery == 0 && i > 0) phase.advance(kReportEvery);
         const auto& outputs = blocks.next();
         for (std::size_t j = 0; j < kBlockSize && i < limit; j += outputsPerRecord, ++i) {
             if (outputs[j] >= waitBelow) continue;

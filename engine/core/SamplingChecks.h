@@ -1,8 +1,9 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
-#include "Veltrix/Data/Exception.h"
+#include "engine/core/Checks.h"
 #include "support/NumberText.h"
 
 /// @file
@@ -10,22 +11,23 @@
 
 namespace Veltrix::Engine::Sampling::Checks {
 
-inline int count(const char* operation, const char* argument, int value) {
-    if (value >= 0) return value;
-    throw Exception(std::string(operation) + ": " + argument + " of at least 0 expected, found " +
-                    std::to_string(value));
+using namespace Veltrix::Engine::Checks;
+
+inline int count(std::string_view operation, std::string_view what, int value) {
+    atLeast(operation, what, value, 0);
+    return value;
 }
 
-inline double share(const char* operation, const char* argument, double value) {
+inline double share(std::string_view operation, std::string_view what, double value) {
     if (value >= 0.0 && value <= 1.0) return value;
-    throw Exception(std::string(operation) + ": " + argument + " in [0, 1] expected, found " +
-                    Support::numberText(value));
+    fail(ErrorCode::invalidArgument, operation,
+         std::string(what) + " in [0, 1] expected, found " + Support::numberText(value));
 }
 
 inline double failureProbability(double value) {
     if (value > 0.0 && value <= 1.0) return value;
-    throw Exception("Random sample: failure probability in (0, 1] expected, found " +
-                    Support::numberText(value));
+    fail(ErrorCode::invalidArgument, "Random sample",
+         "failure probability in (0, 1] expected, found " + Support::numberText(value));
 }
 
 }  // namespace Veltrix::Engine::Sampling::Checks

@@ -5,7 +5,7 @@
 #include <string>
 #include <type_traits>
 
-#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Engine/Sampling.h"
 #include "engine/core/SamplingChecks.h"
 #include "support/NumberText.h"
@@ -51,7 +51,11 @@ struct Groups {
         IntVector order(labels.size());
         std::iota(order.begin(), order.end(), 0);
         order.shuffle(static_cast<std::uint32_t>(seed));
+        ProgressPhase phase("Grouping records", labels.size());
+        constexpr std::uint64_t kReportEvery = 4096;
+        std::uint64_t seen = 0;
         for (const int record : order) {
+            if (++seen % kReportEvery == 0) phase.advance(kReportEvery);
             const bool succeeded = labels[static_cast<std::uint64_t>(record)] == successClass;
             (succeeded ? success : others).push(record);
         }
@@ -60,8 +64,9 @@ struct Groups {
 
 void checkGroups(const Groups& groups, const WString& successClass, double successShare) {
     const auto fail = [&successClass](const char* found) {
-        throw Exception(std::string(kOperation) + ": records with and without success class \"" +
-                        successClass.toUtf8() + "\" expected, found none " + found);
+        Checks::fail(ErrorCode::invalidArgument, kOperation,
+                     "records with and without success class \"" + successClass.toUtf8() +
+                         "\" expected, found none " + found);
     };
     if (groups.success.left() == 0) fail("with it");
     if (groups.others.left() == 0 && successShare < 1.0) fail("without");
@@ -100,17 +105,17 @@ OversamplingPartitioning& OversamplingPartitioning::setTrainingShare(double shar
 }
 
 OversamplingPartitioning& OversamplingPartitioning::setMaxTrainingSize(std::int32_t size) {
-    params_.maxTrainingSize = Checks::count(kOperation, "largest training size", size);
+    params_.maxTrainingSize = Checks::count(kOperation, "records in training at most", size);
     return *this;
 }
 
 OversamplingPartitioning& OversamplingPartitioning::partition(const StringVector& labels,
                                                               const WString& successClass) {
     if (trainingShare_ + validationShare_ > 1.0 + kRoundingError) {
-        throw Exception(std::string(kOperation) +
-                        ": training and validation shares that sum to at most 1 expected, found " +
-                        Support::numberText(trainingShare_) + " and " +
-                        Support::numberText(validationShare_));
+        Checks::fail(ErrorCode::invalidArgument, kOperation,
+                     "training and validation shares that sum to at most 1 expected, found " +
+                         Support::numberText(trainingShare_) + " and " +
+                         Support::numberText(validationShare_));
     }
     Groups groups(labels, successClass, params_.seed);
     checkGroups(groups, successClass, params_.successShare);

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Sampling.h"
 #include "engine/core/SamplingChecks.h"
@@ -84,7 +84,7 @@ StratifiedSRS& StratifiedSRS::setSeed(std::uint32_t seed) noexcept {
 }
 
 StratifiedSRS& StratifiedSRS::setSampleSize(int sampleSize) {
-    sampleSize_ = Checks::count("Stratified sample", "sample size", sampleSize);
+    sampleSize_ = Checks::count("Stratified sample", "records to draw", sampleSize);
     return *this;
 }
 
@@ -94,7 +94,7 @@ StratifiedSRS& StratifiedSRS::setAllocationMode(int mode) noexcept {
 }
 
 StratifiedSRS& StratifiedSRS::setStratumSize(int stratumSize) {
-    stratumSize_ = Checks::count("Stratified sample", "size per stratum", stratumSize);
+    stratumSize_ = Checks::count("Stratified sample", "records per stratum", stratumSize);
     return *this;
 }
 
@@ -112,8 +112,9 @@ IntVector StratifiedSRS::sample() {
     const int numRows = data_.getNumRows();
     const bool proportional = mode_ == kProportional;
     if (numRows == 0 && proportional && sampleSize_ > 0) {
-        throw Exception("Stratified sample: data with at least one row expected to draw " +
-                        std::to_string(sampleSize_) + " rows from, found none");
+        Checks::fail(ErrorCode::invalidArgument, "Stratified sample",
+                     "data with at least one row expected to draw " + std::to_string(sampleSize_) +
+                         " rows from, found none");
     }
     IntVector result;
     if (numRows > 0) {
@@ -121,12 +122,14 @@ IntVector StratifiedSRS::sample() {
         const std::vector<int> allocation =
             proportional ? allocateProportionally(strata, sampleSize_, numRows)
                          : std::vector<int>(strata.size(), stratumSize_);
+        ProgressPhase phase("Drawing from the strata", strata.size());
         for (std::size_t h = 0; h < strata.size(); ++h) {
             ScalableSRS sampler(static_cast<int>(strata[h].size()), allocation[h]);
             sampler.setSeed(seed_).setRandomIndex(randomIndex_).setDelta(delta_);
             for (const int position : sampler.sample()) {
                 result.push_back(strata[h][static_cast<std::uint64_t>(position)]);
             }
+            phase.advance();
         }
     }
     sample_ = IntVector(result);

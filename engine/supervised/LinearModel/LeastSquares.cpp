@@ -5,8 +5,9 @@
 #include <limits>
 #include <utility>
 
-#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
+#include "engine/core/Checks.h"
 #include "engine/supervised/LinearModel/ColumnRank.h"
 
 namespace Veltrix::Engine::LinearModel {
@@ -52,6 +53,7 @@ void refine(const DesignRows& design, const Vector& b, const IntVector& columns,
             const Matrix& inverse, double squaredLength, Vector& coefficients) {
     constexpr int kMostSteps = 5;
     double previous = squaredLength;
+    ProgressPhase phase("Refining the coefficients", kMostSteps);
     for (int step = 0; step < kMostSteps; ++step) {
         const Vector residual =
             Veltrix::Util::select(normalResidual(design, b, coefficients), columns);
@@ -64,6 +66,7 @@ void refine(const DesignRows& design, const Vector& b, const IntVector& columns,
         for (std::uint64_t k = 0; k < columns.size(); ++k) {
             coefficients[static_cast<std::uint64_t>(columns[k])] += change[k];
         }
+        phase.advance();
     }
 }
 
@@ -77,12 +80,14 @@ double roundedLeverage(double leverage) {
 }  // namespace
 
 LeastSquares solveLeastSquares(const DesignRows& design, const Vector& b) {
-    if (design.getNumRows() == 0) throw Exception("Least squares: no records");
-    if (design.getNumCols() == 0) throw Exception("Least squares: no columns");
+    Checks::atLeast("Least squares", "records", design.getNumRows(), 1);
+    Checks::atLeast("Least squares", "columns", design.getNumCols(), 1);
     const int n = design.getNumRows();
     const int p = design.getNumCols();
+    ProgressPhase phase("Fitting the regression", 3);
     ColumnRank f = factoriseColumns(triangularise(design, b), p, n, ColumnOrder::longestFirst);
     const IntVector& columns = f.columns;
+    phase.advance();
 
     LeastSquares result;
     result.rank = static_cast<int>(columns.size());
@@ -108,6 +113,7 @@ LeastSquares solveLeastSquares(const DesignRows& design, const Vector& b) {
         refine(design, b, columns, inverse, Veltrix::Util::innerProduct(fitted),
                result.coefficients);
     }
+    phase.advance();
     result.unscaledCovariance = Matrix(p, p);
     result.unscaledCovariance.set(columns, columns, inverse * Veltrix::Util::transpose(inverse));
     result.leverages = rowSquaredNorms(design, columns, inverse);

@@ -1,19 +1,21 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <string>
 #include <type_traits>
 #include <utility>
 
-#include "Veltrix/Data/Convert.h"
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Distributions.h"
 #include "Veltrix/Engine/LinearModel/OLS.h"
+#include "engine/core/Checks.h"
 #include "engine/supervised/LinearModel/LeastSquares.h"
-#include "engine/supervised/LinearModel/Weights.h"
 
 namespace Veltrix::Engine::LinearModel::OLS {
+namespace {
+
+constexpr const char* kOperation = "Linear regression";
+
+}  // namespace
 Model::~Model() = default;
 
 Model& Model::setWeights(const Vector& weights) {
@@ -26,8 +28,14 @@ Model& Model::normalizeWeights() {
     return *this;
 }
 
+Model::Model(Model&& other) noexcept
+    : LinearModel::Model(std::move(other)),
+      FrameForms(std::move(other)),
+      statistics_(std::exchange(other.statistics_, {})) {}
+
 Model& Model::operator=(Model&& other) noexcept {
     LinearModel::Model::operator=(std::move(other));
+    FrameForms::operator=(std::move(other));
     statistics_ = std::exchange(other.statistics_, {});
     return *this;
 }
@@ -42,23 +50,13 @@ Model& Model::fit(const Matrix& x, const Vector& y, bool intercept) {
 }
 
 Model& Model::fit(const Matrix& x, const Vector& y, const Vector& weights, bool intercept) {
-    checkWeights(static_cast<std::uint64_t>(x.getNumRows()), weights);
+    Checks::weights(kOperation, weights, x.getNumRows(), true);
     Model fitted;
     const Vector roots = Veltrix::Util::sqrt(weights);
     fitted.fitHelper({x, intercept, &roots}, y);
     fitted.setWeights(weights);
     fitted.computeANOVA(y);
     return *this = std::move(fitted);
-}
-
-Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& y, bool intercept) {
-    return fit(Convert::toMatrix(x), Convert::toDoubleVector(y), intercept);
-}
-
-Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& y,
-                  const ConstDataFrameColumn& weights, bool intercept) {
-    return fit(Convert::toMatrix(x), Convert::toDoubleVector(y), Convert::toDoubleVector(weights),
-               intercept);
 }
 
 void Model::fitHelper(const DesignRows& design, const Vector& y) {
@@ -106,27 +104,18 @@ double Model::computeSST(const Vector& y, const Vector& weights, bool intercept)
     return Veltrix::Util::sum(centred * centred * weights);
 }
 
-void Model::checkPredictors(int found) const {
-    const int expected = solution_.numCols - (solution_.intercept ? 1 : 0);
-    if (found == expected) return;
-    throw Exception("Linear regression: " + std::to_string(found) + " columns, the model has " +
-                    std::to_string(expected));
-}
-
 Vector Model::predict(const Matrix& x) const {
     if (!solution_.fitted) {
         return Vector(static_cast<std::uint64_t>(x.getNumRows()),
                       std::numeric_limits<double>::quiet_NaN());
     }
-    checkPredictors(x.getNumCols());
+    Checks::columns(kOperation, x.getNumCols(), numPredictors());
     const auto first = static_cast<std::ptrdiff_t>(solution_.intercept ? 1 : 0);
     const Vector& coefficients = solution_.coefficients;
     Vector predictions = x * Vector(coefficients.begin() + first, coefficients.end());
     if (solution_.intercept) predictions += coefficients[0];
     return predictions;
 }
-
-Vector Model::predict(const DataFrame& x) const { return predict(Convert::toMatrix(x)); }
 
 static_assert(std::is_nothrow_move_constructible_v<Model>);
 static_assert(std::is_nothrow_move_assignable_v<Model>);

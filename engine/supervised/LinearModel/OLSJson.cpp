@@ -1,135 +1,114 @@
 #include <algorithm>
-#include <span>
-#include <string>
-#include <utility>
+#include <cstdint>
+#include <type_traits>
 
 #include "Veltrix/Engine/LinearModel/OLS.h"
-#include "engine/core/ModelJson.h"
-#include "engine/supervised/LinearModel/Weights.h"
-#include "support/Json.h"
+#include "engine/core/Checks.h"
+#include "engine/core/Stored.h"
 
-namespace Veltrix::Engine::LinearModel::OLS {
+namespace Veltrix {
+
+using Engine::LinearModel::OLS::ANOVA;
+using Engine::LinearModel::OLS::Model;
+using Support::Length;
+
+template <>
+struct Stored<ANOVA> {
+    static void fields(auto& a, auto& anova) {
+        a("residualDf", anova.residualDf)("regressionDf", anova.regressionDf);
+        a("totalDf", anova.totalDf)("SSE", anova.SSE)("SSR", anova.SSR)("SST", anova.SST);
+        a("MSE", anova.MSE)("MSR", anova.MSR)("MST", anova.MST);
+        a("standardErrorOfEstimate", anova.standardErrorOfEstimate);
+        a("F", anova.F)("pValue", anova.pValue);
+    }
+};
+
+template <>
+struct Stored<Model> {
+    static void fields(auto& a, auto& model) {
+        auto& found = model.solution_;
+        a("fitted", found.fitted)("intercept", found.intercept);
+        a.count("numRows", found.numRows).count("numCols", found.numCols).count("rank", found.rank);
+        a.check(
+            "numCols", [&] { return !found.fitted || found.numCols > 0; }, "expected at least 1");
+        a.check(
+            "rank", [&] { return found.rank <= std::min(found.numRows, found.numCols); },
+            "expected at most the number of rows and of columns");
+        const std::int64_t p = found.numCols;
+        a("tolerance", found.tolerance)("coefficients", found.coefficients, Length{p});
+        a("columnNorms", found.columnNorms, Length{p});
+        a("estimable", found.estimable, Length{found.rank});
+        a.check(
+            "estimable", [&] { return areAscendingBelow(found.estimable, found.numCols); },
+            "expected ascending columns of the design matrix");
+        a("anova", model.statistics_.anova);
+        a.check(
+            "anova", [&] { return !found.fitted || areWhatSizesLeave(model); },
+            "expected the degrees of freedom of the rows and the rank");
+        a.property(
+            "covariance", [&] { return model.statistics_.covariance.getAsDoubleVector(); },
+            [&](const Vector& values) { setCovariance(model, values); }, Length{p * p});
+        a.property(
+            "weights", [&] { return model.getWeights(); },
+            [&](const Vector& weights) { setWeights(a, model, weights); });
+        a("leverages", model.statistics_.leverages, Length{found.numRows});
+        a.check(
+            "leverages", [&] { return areShares(model.statistics_.leverages); },
+            "expected numbers between 0 and 1");
+        // A fit on a matrix has none.
+        if (std::remove_reference_t<decltype(a)>::kReads || !model.columns_.getNames().empty()) {
+            a.optional("columns", model.columns_);
+        }
+    }
+
+  private:
+    static bool areAscendingBelow(const IntVector& columns, int limit) {
+        int least = 0;
+        for (const int column : columns) {
+            if (column < least || column >= limit) return false;
+            least = column + 1;
+        }
+        return true;
+    }
+    static bool areWhatSizesLeave(const Model& model) {
+        const ANOVA& anova = model.getANOVA();
+        const int n = model.getNumRows();
+        return anova.residualDf == n - model.getRank() &&
+               anova.totalDf == (model.hasIntercept() ? n - 1 : n) &&
+               anova.regressionDf == anova.totalDf - anova.residualDf;
+    }
+    static bool areShares(const Vector& values) {
+        return std::ranges::all_of(values, [](double h) { return h >= 0.0 && h <= 1.0; });
+    }
+    static void setCovariance(const Model& /*model*/, const Vector& /*values*/) {}
+    static void setCovariance(Model& model, const Vector& values) {
+        model.statistics_.covariance = Matrix(model.getNumCols(), model.getNumCols(), values);
+    }
+    static void setWeights(const Support::StoredWriter& /*a*/, const Model& /*model*/,
+                           const Vector& /*weights*/) {}
+    static void setWeights(Support::StoredReader& a, Model& model, const Vector& weights) {
+        try {
+            // An unfitted model may hold any weights already.
+            if (model.isFitted()) {
+                Engine::Checks::weights("Linear regression", weights, model.getNumRows(), true);
+            }
+        } catch (const Exception& error) {
+            a.view().at("weights").fail(error.what());
+        }
+        model.setWeights(weights);
+    }
+};
+
+namespace Engine::LinearModel::OLS {
 namespace {
-
-using Support::JsonView;
-using Support::JsonWriter;
 
 constexpr const char* kType = "LinearModel::OLS::Model";
 
-struct AnovaField {
-    const char* key;
-    double ANOVA::*member;
-};
-
-constexpr AnovaField kAnovaFields[] = {
-    {"residualDf", &ANOVA::residualDf},
-    {"regressionDf", &ANOVA::regressionDf},
-    {"totalDf", &ANOVA::totalDf},
-    {"SSE", &ANOVA::SSE},
-    {"SSR", &ANOVA::SSR},
-    {"SST", &ANOVA::SST},
-    {"MSE", &ANOVA::MSE},
-    {"MSR", &ANOVA::MSR},
-    {"MST", &ANOVA::MST},
-    {"standardErrorOfEstimate", &ANOVA::standardErrorOfEstimate},
-    {"F", &ANOVA::F},
-    {"pValue", &ANOVA::pValue},
-};
-
-/// Column numbers, ascending and within [0, columns).
-IntVector readColumns(const JsonView& parent, const char* key, int columns) {
-    const JsonView list = parent.at(key);
-    IntVector result;
-    for (const std::int32_t column : list.asInt32s()) {
-        const int least = result.empty() ? 0 : result.back() + 1;
-        if (column < least || column >= columns) {
-            list.fail("expected ascending columns below " + std::to_string(columns));
-        }
-        result.push_back(column);
-    }
-    return result;
-}
-
-/// What a fit of these sizes cannot have given.
-void checkFit(const JsonView& root, const Model& model) {
-    const int n = model.getNumRows();
-    if (model.getRank() > std::min(n, model.getNumCols())) {
-        root.at("rank").fail("expected at most the number of rows and of columns");
-    }
-    const ANOVA& anova = model.getANOVA();
-    const std::pair<const char*, bool> degrees[] = {
-        {"residualDf", anova.residualDf == n - model.getRank()},
-        {"totalDf", anova.totalDf == (model.hasIntercept() ? n - 1 : n)},
-        {"regressionDf", anova.regressionDf == anova.totalDf - anova.residualDf},
-    };
-    for (const auto& [key, right] : degrees) {
-        if (!right) root.at("anova").at(key).fail("expected what rows and rank leave");
-    }
-    const Vector& leverages = model.getLeverages();
-    if (!std::all_of(leverages.begin(), leverages.end(),
-                     [](double h) { return h >= 0.0 && h <= 1.0; })) {
-        root.at("leverages").fail("expected numbers between 0 and 1");
-    }
-    const std::string problem = weightsProblem(static_cast<std::uint64_t>(n), model.getWeights());
-    if (!problem.empty()) root.at("weights").fail(problem);
-}
-
 }  // namespace
 
-WString Model::toJson() const {
-    JsonWriter json = ModelJson::begin(kType);
-    json.member("fitted", solution_.fitted).member("intercept", solution_.intercept);
-    json.member("numRows", solution_.numRows)
-        .member("numCols", solution_.numCols)
-        .member("rank", solution_.rank);
-    json.member("tolerance", solution_.tolerance);
-    json.member("coefficients", ModelJson::values(solution_.coefficients))
-        .member("columnNorms", ModelJson::values(solution_.columnNorms));
-    json.member("estimable", std::span<const std::int32_t>(solution_.estimable.data(),
-                                                           solution_.estimable.size()));
-    json.key("anova").beginObject();
-    for (const AnovaField& field : kAnovaFields)
-        json.member(field.key, statistics_.anova.*field.member);
-    json.endObject();
-    const Vector covariance = statistics_.covariance.getAsDoubleVector();
-    json.member("covariance", ModelJson::values(covariance));
-    json.member("weights", ModelJson::values(getWeights()))
-        .member("leverages", ModelJson::values(statistics_.leverages));
-    return ModelJson::finish(json);
-}
+void Model::writeJson(JSON::TextSink& sink) const { writeStoredText(sink, kType, *this); }
 
-void Model::fromJsonString(const WString& json) {
-    *this = ModelJson::read(kType, json, [](const JsonView& root) {
-        Model model;
-        model.solution_.fitted = root.at("fitted").asBool();
-        model.solution_.intercept = root.at("intercept").asBool();
-        model.solution_.numRows = ModelJson::count(root.at("numRows"));
-        model.solution_.numCols = ModelJson::count(root.at("numCols"));
-        model.solution_.rank = ModelJson::count(root.at("rank"));
-        model.solution_.tolerance = root.at("tolerance").asDouble();
-        if (model.solution_.fitted && model.solution_.numCols < 1) {
-            root.at("numCols").fail("expected at least 1");
-        }
-        const std::int64_t p = model.solution_.numCols;
-        model.solution_.coefficients = ModelJson::vector(root.at("coefficients"), p);
-        model.solution_.columnNorms = ModelJson::vector(root.at("columnNorms"), p);
-        model.solution_.estimable = readColumns(root, "estimable", model.solution_.numCols);
-        if (model.solution_.estimable.size() != static_cast<std::uint64_t>(model.solution_.rank)) {
-            root.at("estimable").fail("expected as many columns as the rank");
-        }
-        const JsonView anova = root.at("anova");
-        for (const AnovaField& field : kAnovaFields) {
-            model.statistics_.anova.*field.member = anova.at(field.key).asDouble();
-        }
-        model.statistics_.covariance = Matrix(model.solution_.numCols, model.solution_.numCols,
-                                              ModelJson::vector(root.at("covariance"), p * p));
-        model.statistics_.leverages =
-            ModelJson::vector(root.at("leverages"), model.solution_.numRows);
-        model.setWeights(ModelJson::vector(root.at("weights")));
-        // An unfitted model may hold any weights already.
-        if (model.solution_.fitted) checkFit(root, model);
-        return model;
-    });
-}
+void Model::readJson(std::string_view utf8) { *this = readStoredText<Model>(kType, utf8); }
 
-}  // namespace Veltrix::Engine::LinearModel::OLS
+}  // namespace Engine::LinearModel::OLS
+}  // namespace Veltrix

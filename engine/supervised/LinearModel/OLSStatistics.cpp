@@ -4,35 +4,25 @@
 #include <numbers>
 
 #include "Veltrix/Data/Convert.h"
-#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Distributions.h"
 #include "Veltrix/Engine/LinearModel/OLS.h"
+#include "engine/core/Checks.h"
 #include "engine/supervised/LinearModel/Collinearity.h"
 #include "engine/supervised/LinearModel/LeastSquares.h"
 
 namespace Veltrix::Engine::LinearModel::OLS {
 namespace {
 
+constexpr const char* kOperation = "Linear regression";
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 Vector unknown(std::uint64_t length) { return Vector(length, kNaN); }
 
-void checkConfidence(double confidence) {
-    if (confidence > 0.0 && confidence < 1.0) return;
-    throw Exception("Linear regression: confidence level " +
-                    Convert::toString(confidence).toUtf8() + ", expected one between 0 and 1");
-}
-
-void checkRecords(const char* what, std::uint64_t found, std::uint64_t expected) {
-    if (found == expected) return;
-    throw Exception("Linear regression: " + std::to_string(found) + " " + what + ", expected " +
-                    std::to_string(expected));
-}
-
 /// Student-t quantile at (1 + confidence)/2.
 double criticalValue(double confidence, double residualDf) {
-    checkConfidence(confidence);
+    Checks::inside(kOperation, "confidence level", confidence, 0.0, 1.0);
     return Distributions::studentTQuantile(0.5 + 0.5 * confidence, residualDf);
 }
 
@@ -54,6 +44,7 @@ Vector newLeverages(const Matrix& x, bool intercept, const Matrix& covariance) {
     constexpr int kBlockRows = 4096;
     Vector result;
     result.reserve(static_cast<std::uint64_t>(x.getNumRows()));
+    ProgressPhase phase("Computing leverages", static_cast<std::uint64_t>(x.getNumRows()));
     for (int first = 0; first < x.getNumRows(); first += kBlockRows) {
         const IntVector rows =
             Veltrix::Util::range(first, std::min(first + kBlockRows, x.getNumRows()));
@@ -63,6 +54,7 @@ Vector newLeverages(const Matrix& x, bool intercept, const Matrix& covariance) {
              products* Vector(static_cast<std::uint64_t>(products.getNumCols()), 1.0)) {
             result.push_back(value);
         }
+        phase.advance(rows.size());
     }
     return result;
 }
@@ -116,7 +108,7 @@ FitEvaluation Model::computeFitEvaluation(const Vector& y) const {
     if (!solution_.fitted) return result;
     const ANOVA& anova = statistics_.anova;
     const Vector& w = getWeights();
-    checkRecords("responses", y.size(), w.size());
+    Checks::onePerRecord(kOperation, "responses", y.size(), solution_.numRows);
     const double n = solution_.numRows;
     const bool constant = anova.SST == 0.0;
     // Rounding may leave SSE a little above SST.
@@ -160,7 +152,7 @@ Vector Model::computeDelete1Variance(const Vector& residuals) const {
 Residuals Model::computeResiduals(const Vector& y, const Vector& fitted) const {
     const std::uint64_t n = y.size();
     if (!solution_.fitted) return {unknown(n), unknown(n), unknown(n), unknown(n)};
-    checkRecords("responses", n, statistics_.leverages.size());
+    Checks::onePerRecord(kOperation, "responses", n, solution_.numRows);
     Residuals result;
     result.raw = y - fitted;
     const Vector spread = Veltrix::Util::sqrt(restsOf(statistics_.leverages));
@@ -174,7 +166,7 @@ Residuals Model::computeResiduals(const Vector& y, const Vector& fitted) const {
 Diagnostics Model::computeDiagnostics(const Vector& residuals) const {
     const std::uint64_t n = residuals.size();
     if (!solution_.fitted) return {unknown(n), unknown(n), unknown(n), unknown(n), unknown(n)};
-    checkRecords("residuals", n, statistics_.leverages.size());
+    Checks::onePerRecord(kOperation, "residuals", n, solution_.numRows);
     Diagnostics result;
     result.leverages = statistics_.leverages;
     result.deleteOneVariances = computeDelete1Variance(residuals);
@@ -198,7 +190,7 @@ Diagnostics Model::computeDiagnostics(const Vector& residuals) const {
 PredictionIntervals Model::computeFittedPredictionIntervals(const Vector& fitted,
                                                             double confidence) const {
     if (!solution_.fitted) return unknownIntervals(fitted.size());
-    checkRecords("fitted values", fitted.size(), statistics_.leverages.size());
+    Checks::onePerRecord(kOperation, "fitted values", fitted.size(), solution_.numRows);
     const double q = criticalValue(confidence, statistics_.anova.residualDf);
     return intervalsAround(fitted, statistics_.leverages,
                            q * statistics_.anova.standardErrorOfEstimate);
@@ -208,7 +200,7 @@ PredictionIntervals Model::computeNewPredictionIntervals(const Matrix& x, const 
                                                          double confidence) const {
     if (!solution_.fitted) return unknownIntervals(predicted.size());
     const double q = criticalValue(confidence, statistics_.anova.residualDf);
-    checkRecords("predictions", predicted.size(), static_cast<std::uint64_t>(x.getNumRows()));
+    Checks::onePerRecord(kOperation, "predictions", predicted.size(), x.getNumRows());
     return intervalsAround(
         predicted,
         newLeverages(x, solution_.intercept, statistics_.covariance) / statistics_.anova.MSE,
@@ -217,7 +209,8 @@ PredictionIntervals Model::computeNewPredictionIntervals(const Matrix& x, const 
 
 /// Triangle of the root-weighted design matrix of X, which has to have the training records.
 Matrix Model::weightedTriangle(const Matrix& x) const {
-    checkRecords("records", static_cast<std::uint64_t>(x.getNumRows()), getWeights().size());
+    Checks::onePerRecord(kOperation, "rows", static_cast<std::uint64_t>(x.getNumRows()),
+                         solution_.numRows);
     const Vector roots = Veltrix::Util::sqrt(getWeights());
     return triangularise({x, solution_.intercept, &roots});
 }
@@ -231,7 +224,7 @@ Multicollinearity Model::computeMulticollinearity(const Matrix& x) const {
 Multicollinearity Model::computeFittedMulticollinearity(const Matrix& x) const {
     const int p = x.getNumCols() + (solution_.intercept ? 1 : 0);
     if (!solution_.fitted) return unknownCollinearity(p);
-    checkPredictors(x.getNumCols());
+    Checks::columns(kOperation, x.getNumCols(), numPredictors());
     return collinearityDiagnostics(weightedTriangle(x)(Veltrix::Util::all, solution_.estimable));
 }
 

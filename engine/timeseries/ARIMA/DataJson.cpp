@@ -1,108 +1,82 @@
-#include "engine/timeseries/ARIMA/DataJson.h"
-
-#include <cstdint>
 #include <span>
-#include <string>
-#include <string_view>
-#include <vector>
 
-#include "engine/core/ModelJson.h"
+#include "Veltrix/Engine/TS/ARIMA/Data.h"
+#include "engine/core/Stored.h"
 #include "engine/timeseries/ARIMA/Operations.h"
 
-namespace Veltrix::Engine::TS::ARIMA {
-namespace {
+namespace Veltrix {
 
-using Support::JsonView;
-using Support::JsonWriter;
+using Engine::TS::ARIMA::Data;
+using Engine::TS::ARIMA::LagOperation;
+
+/// A mean or a difference, told apart by their keys.
+template <>
+struct Stored<LagOperation> {
+    static void fields(auto& a, auto& operation) {
+        choose(a, operation);
+        if (operation.isMean) {
+            a("mean", operation.value)("given", operation.valueGiven);
+            return;
+        }
+        a("count", operation.count)("lag", operation.lag);
+        a.check(
+            "count", [&] { return operation.count > 0; }, "expected at least 1");
+        a.check(
+            "lag", [&] { return operation.lag > 0; }, "expected at least 1");
+    }
+
+  private:
+    static void choose(const Support::StoredWriter& /*a*/, const LagOperation& /*operation*/) {}
+    static void choose(const Support::StoredReader& a, LagOperation& operation) {
+        operation.isMean = a.view().find("mean").has_value();
+    }
+};
+
+template <>
+struct Stored<Data> {
+    static void fields(auto& a, auto& data) {
+        auto& outcome = data.outcome_;
+        a("numLags", data.numLags_)("numSeasonalLags", data.numSeasonalLags_);
+        a("period", data.period_)("mean", outcome.mean)("variance", outcome.variance);
+        a("original", data.original_)("working", outcome.working);
+        a.check(
+            "working", [&] { return outcome.working.size() == data.original_.size(); },
+            "expected as many values as in the original series");
+        a("operations", outcome.operations)("applied", outcome.numApplied);
+        a.check(
+            "applied", [&] { return outcome.numApplied <= outcome.operations.size(); },
+            "expected at most the number of operations");
+        a.check(
+            "operations", [&] { return process(data); },
+            "expected no more differences than values");
+        a("acvf", data.acvf_)("pacf", data.pacf_);
+    }
+
+  private:
+    /// The processed series is what the applied operations left at the end of the working copy.
+    /// False when they leave none.
+    static bool process(Data& data) {
+        Data::Outcome& outcome = data.outcome_;
+        const auto applied = std::span(outcome.operations).first(outcome.numApplied);
+        const auto length = Engine::TS::ARIMA::lengthAfter(data.original_.size(), applied);
+        if (!length) return false;
+        const auto processed = std::span(outcome.working).last(*length);
+        outcome.processed.assign(processed.begin(), processed.end());
+        return true;
+    }
+    static bool process(const Data& /*data*/) { return true; }
+};
+
+namespace Engine::TS::ARIMA {
+namespace {
 
 constexpr const char* kType = "TS::ARIMA::Data";
 
-void writeOperations(JsonWriter& json, std::span<const LagOperation> operations) {
-    json.key("operations").beginArray();
-    for (const LagOperation& operation : operations) {
-        json.beginObject();
-        if (operation.isMean) {
-            json.member("mean", operation.value).member("given", operation.valueGiven);
-        } else {
-            json.member("count", operation.count).member("lag", operation.lag);
-        }
-        json.endObject();
-    }
-    json.endArray();
-}
-
-LagOperation readOperation(const JsonView& view) {
-    LagOperation operation;
-    if (const auto mean = view.find("mean")) {
-        operation.isMean = true;
-        operation.value = mean->asDouble();
-        operation.valueGiven = view.at("given").asBool();
-        return operation;
-    }
-    operation.count = view.at("count").asUint64();
-    operation.lag = view.at("lag").asUint64();
-    if (operation.count == 0) view.at("count").fail("expected at least 1");
-    if (operation.lag == 0) view.at("lag").fail("expected at least 1");
-    return operation;
-}
-
-std::vector<LagOperation> readOperations(const JsonView& list) {
-    std::vector<LagOperation> operations;
-    for (std::int64_t k = 0; k < list.size(); ++k) operations.push_back(readOperation(list.at(k)));
-    return operations;
-}
-
 }  // namespace
 
-void DataJson::write(JsonWriter& json, const Data& data) {
-    Support::beginStored(json, kType);
-    json.member("numLags", data.numLags_).member("numSeasonalLags", data.numSeasonalLags_);
-    json.member("period", data.period_);
-    json.member("mean", data.outcome_.mean).member("variance", data.outcome_.variance);
-    json.member("original", std::span<const double>(data.original_));
-    json.member("working", std::span<const double>(data.outcome_.working));
-    writeOperations(json, data.outcome_.operations);
-    json.member("applied", data.outcome_.numApplied);
-    json.member("acvf", std::span<const double>(data.acvf_));
-    json.member("pacf", std::span<const double>(data.pacf_));
-    json.endObject();
-}
+void Data::writeJson(JSON::TextSink& sink) const { writeStoredText(sink, kType, *this); }
 
-Data DataJson::read(const JsonView& view) {
-    Support::checkStored(view, kType);
-    Data data(view.at("numLags").asUint64(), view.at("numSeasonalLags").asUint64(),
-              view.at("period").asUint64());
-    data.outcome_.mean = view.at("mean").asDouble();
-    data.outcome_.variance = view.at("variance").asDouble();
-    data.original_ = view.at("original").asDoubles();
-    data.outcome_.working = view.at("working").asDoubles();
-    if (data.outcome_.working.size() != data.original_.size()) {
-        view.at("working").fail("expected as many values as in the original series");
-    }
-    data.outcome_.operations = readOperations(view.at("operations"));
-    data.outcome_.numApplied = view.at("applied").asUint64();
-    if (data.outcome_.numApplied > data.outcome_.operations.size()) {
-        view.at("applied").fail("expected at most the number of operations");
-    }
-    const auto applied = std::span(data.outcome_.operations).first(data.outcome_.numApplied);
-    const auto length = lengthAfter(data.original_.size(), applied);
-    if (!length) view.at("operations").fail("expected no more differences than values");
-    // The processed series is what the applied operations left at the end of the working copy.
-    const auto processed = std::span(data.outcome_.working).last(*length);
-    data.outcome_.processed.assign(processed.begin(), processed.end());
-    data.acvf_ = view.at("acvf").asDoubles();
-    data.pacf_ = view.at("pacf").asDoubles();
-    return data;
-}
+void Data::readJson(std::string_view utf8) { *this = readStoredText<Data>(kType, utf8); }
 
-WString Data::toJson() const {
-    JsonWriter json;
-    DataJson::write(json, *this);
-    return WString::fromUtf8(json.take());
-}
-
-void Data::fromJsonString(const WString& json) {
-    *this = ModelJson::read(kType, json, DataJson::read);
-}
-
-}  // namespace Veltrix::Engine::TS::ARIMA
+}  // namespace Engine::TS::ARIMA
+}  // namespace Veltrix

@@ -6,6 +6,7 @@
 #include <limits>
 #include <numeric>
 
+#include "Veltrix/Data/Progress.h"
 #include "support/LinearAlgebra.h"
 
 namespace Veltrix::Engine::TS::ARIMA {
@@ -35,9 +36,12 @@ std::vector<double> laggedProducts(std::span<const double> series, std::size_t f
     constexpr std::size_t kBlock = 2048;
     const std::size_t n = series.size();
     std::vector<double> products(to - from);
+    constexpr std::size_t kReportEvery = 64;
+    ProgressPhase phase("Computing autocovariances", (n + kBlock - 1) / kBlock * (to - from));
     for (std::size_t start = 0; start < n; start += kBlock) {
         const double* block = series.data() + start;
         for (std::size_t h = from; h < std::min(to, n - start); ++h) {
+            if (h % kReportEvery == 0) phase.advance(kReportEvery);
             const auto length = static_cast<std::int64_t>(std::min(kBlock, n - start - h));
             products[h - from] += Support::dot(length, block, 1, block + h, 1);
         }
@@ -54,6 +58,7 @@ std::vector<double> partialAutocorrelations(const std::vector<double>& acvf) {
     std::vector<double> phi;
     std::vector<double> previous;
     phi.reserve(lags);
+    ProgressPhase phase("Computing partial autocorrelations", lags);
     double variance = acvf[0];  // of the one-step prediction from k values
     for (std::size_t k = 0; k + 1 < lags; ++k) {
         const double predicted = Support::dot(static_cast<std::int64_t>(k), phi.data(), 1,
@@ -64,6 +69,7 @@ std::vector<double> partialAutocorrelations(const std::vector<double>& acvf) {
         phi.push_back(partial);
         pacf[k + 1] = partial;
         variance *= 1.0 - partial * partial;
+        phase.advance();
     }
     return pacf;
 }

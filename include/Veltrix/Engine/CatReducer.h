@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string_view>
 #include <unordered_map>
 
 #include "Veltrix/Data/DataFrameViews.h"
@@ -13,7 +14,7 @@ namespace Veltrix::Engine {
 
 /// Reduces a categorical variable to k codes: the k − 1 most frequent levels get codes 1 to k − 1,
 /// most frequent first and equal counts in ascending order of the level; all others share code k.
-class VELTRIX_ENGINE_API CatReducer : public JSON::StringExportable, public JSON::StringImportable {
+class VELTRIX_ENGINE_API CatReducer : public JSON::Storable {
   public:
     using Mapper = std::unordered_map<WString, int>;
 
@@ -46,11 +47,13 @@ class VELTRIX_ENGINE_API CatReducer : public JSON::StringExportable, public JSON
     IntVector transform(const StringVector& values) const;
     IntVector transform(const ConstDataFrameColumn& column) const;
 
-    using JSON::StringExportable::toJson;
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
+  protected:
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
 
   private:
+    friend struct Stored<CatReducer>;
+
     int numCategories_ = 1;
     bool manualMapping_ = false;
     Mapper mapper_;

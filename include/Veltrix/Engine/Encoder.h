@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <string_view>
 #include <unordered_map>
 
 #include "Veltrix/Data/DataFrame.h"
@@ -15,7 +16,7 @@ namespace Veltrix::Engine {
 /// One-hot encoding: replaces a categorical column by one 0/1 column per category, 1 in the rows
 /// that hold the category. No category is left out as a base. A missing cell of a text column is
 /// the empty text, a category like any other; cells of a column of numbers are taken by their text.
-class VELTRIX_ENGINE_API Encoder : public JSON::StringExportable, public JSON::StringImportable {
+class VELTRIX_ENGINE_API Encoder : public JSON::Storable {
   public:
     /// The categories of one column and the positions of their indicator columns: 0, 1, …, each
     /// once.
@@ -60,11 +61,13 @@ class VELTRIX_ENGINE_API Encoder : public JSON::StringExportable, public JSON::S
     /// Replaces all that is known; throws as for one column and then changes nothing.
     Encoder& setMapping(const Mapping& mapping);
 
-    using JSON::StringExportable::toJson;
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
+  protected:
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
 
   private:
+    friend struct Stored<Encoder>;
+
     Mapping mapping_;
 };
 

@@ -36,7 +36,8 @@ class VELTRIX_ENGINE_API QuasiNewtonOptimizer {
     /// The minimiser, started from x0: the last point reached, also when the iterations run out,
     /// which is not an error. A start with zero gradient, or where f or its gradient is not finite,
     /// is returned after 0 iterations. Throws `Exception` when x0 holds a value that is not finite;
-    /// what `function` throws passes through, and the optimiser is then as it was.
+    /// what `function` throws passes through, and the optimiser is then as it was. Reports
+    /// progress.
     Vector minimize(const Vector& x0);
 
     /// The approximation of the inverse Hessian, n × n, symmetric, with which the last search

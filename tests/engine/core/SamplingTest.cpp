@@ -275,15 +275,16 @@ TEST(OversamplingPartitioning, DependsOnTheSeedAlone) {
 TEST(Sampling, RefusesBadInput) {
     const StringVector yes(3, L"yes");
     const std::pair<const char*, std::function<void()>> cases[] = {
-        {"population size of at least 0 expected, found -1", [] { ScalableSRS(-1, 0); }},
-        {"sample size of at least 0 expected, found -2", [] { ScalableSRS(5, -2); }},
+        {"-1 records in the population, at least 0 expected", [] { ScalableSRS(-1, 0); }},
+        {"-2 records to draw, at least 0", [] { ScalableSRS(5, -2); }},
         {"failure probability in (0, 1] expected, found 0", [] { ScalableSRS().setDelta(0.0); }},
-        {"population size of at least 0 expected", [] { Partitioning(-1, 0.5); }},
+        {"-1 records in the population", [] { Partitioning(-1, 0.5); }},
         {"proportion in [0, 1] expected, found nan", [] { Partitioning(3, kNaN); }},
-        {"size per stratum of at least 0", [] { StratifiedSRS().setStratumSize(-1); }},
+        {"-1 records per stratum", [] { StratifiedSRS().setStratumSize(-1); }},
         {"draw 4 rows from, found none", [] { StratifiedSRS().setSampleSize(4).sample(); }},
         {"training share in [0, 1]", [] { OversamplingPartitioning().setTrainingShare(kNaN); }},
-        {"largest training size", [] { OversamplingPartitioning().setMaxTrainingSize(-1); }},
+        {"-1 records in training at most",
+         [] { OversamplingPartitioning().setMaxTrainingSize(-1); }},
         {"sum to at most 1 expected, found 0.5 and 0.6",
          [&] { OversamplingPartitioning(Params(), 0.6).partition(yes, L"yes"); }},
         {"found none with it", [] { OversamplingPartitioning().partition({}, L"no"); }},
@@ -295,6 +296,7 @@ TEST(Sampling, RefusesBadInput) {
             ADD_FAILURE() << "accepted: " << text;
         } catch (const Exception& error) {
             EXPECT_THAT(error.what(), testing::HasSubstr(text));
+            EXPECT_NE(error.getCode(), 0);
         }
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <limits>
+#include <string_view>
 #include <utility>
 
 #include "Veltrix/Data/DataFrame.h"
@@ -8,6 +9,7 @@
 #include "Veltrix/Data/JSON.h"
 #include "Veltrix/Data/Matrix.h"
 #include "Veltrix/Data/Vector.h"
+#include "Veltrix/Engine/FrameForms.h"
 #include "Veltrix/Engine/LinearModel/DesignMatrix.h"
 #include "Veltrix/Engine/LinearModel/Model.h"
 #include "Veltrix/Export.h"
@@ -86,36 +88,33 @@ struct PredictionIntervals {
 /// Shapes: X is n × p₀, y and w have length n, coefficients p = p₀ + 1 with an intercept. A fit
 /// throws `Exception` when shapes disagree, there is no record or no column, a value is NaN or
 /// infinite (naming row and column), a weight is negative or all are 0; the model is then as it was
-/// before. Every statistic asked of an unfitted model is NaN-filled with the right length. A fitted
-/// model may be read from several threads.
+/// before. It reports progress. Every statistic asked of an unfitted model is NaN-filled with the
+/// right length. A fitted model may be read from several threads.
 class VELTRIX_ENGINE_API Model : public LinearModel::Model,
-                                 public JSON::StringExportable,
-                                 public JSON::StringImportable {
+                                 public FrameForms<Model, Vector>,
+                                 public JSON::Storable {
   public:
     Model() = default;
     Model(const Model&) = default;
-    Model(Model&& other) noexcept
-        : LinearModel::Model(std::move(other)), statistics_(std::exchange(other.statistics_, {})) {}
+    Model(Model&& other) noexcept;
     Model& operator=(const Model& other) { return *this = Model(other); }
     Model& operator=(Model&& other) noexcept;
     ~Model() override;
 
+    using FrameForms::fit;
     using Weightable::fit;
     /// Fits with the weights that the model holds, else with unit weights, which it then holds.
     Model& fit(const Matrix& x, const Vector& y, bool intercept);
-    /// Fits with `weights`, which the model holds from then on.
+    /// Fits with `weights`, which the model holds from then on. The frame forms fit(x, y,
+    /// intercept) and fit(x, y, weights, intercept) convert their columns to numbers.
     Model& fit(const Matrix& x, const Vector& y, const Vector& weights, bool intercept);
-    /// The frame forms convert their columns to numbers (bad-cast error when one is not).
-    Model& fit(const DataFrame& x, const ConstDataFrameColumn& y, bool intercept);
-    Model& fit(const DataFrame& x, const ConstDataFrameColumn& y,
-               const ConstDataFrameColumn& weights, bool intercept);
     Model& setWeights(const Vector& weights) override;
     Model& normalizeWeights() override;
 
     /// Predictions designMatrix(X)·β, length = rows. Throws `Exception` when the number of columns
-    /// differs from training.
+    /// differs from training. The frame form takes the columns of training in any order.
     Vector predict(const Matrix& x) const;
-    Vector predict(const DataFrame& x) const;
+    using FrameForms::predict;
 
     const ANOVA& getANOVA() const noexcept { return statistics_.anova; }
     /// Diagonal of the hat matrix, one entry per training record; exactly 1 within 64 ε of 1.
@@ -156,12 +155,14 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     static Matrix weightedCovarianceMatrix(const Matrix& x, const Vector& weights,
                                            const Vector& variances, bool intercept);
 
-    using JSON::StringExportable::toJson;
+  protected:
     /// The fitted model with all that its queries need.
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
 
   private:
+    friend struct Stored<Model>;
+
     struct Statistics {
         ANOVA anova;
         Vector leverages;
@@ -171,7 +172,7 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     void fitHelper(const DesignRows& design, const Vector& y);
     const ANOVA& computeANOVA(const Vector& y);
     Vector computeDelete1Variance(const Vector& residuals) const;
-    void checkPredictors(int found) const;
+    int numPredictors() const noexcept { return solution_.numCols - (solution_.intercept ? 1 : 0); }
     Matrix weightedTriangle(const Matrix& x) const;
 
     Statistics statistics_;

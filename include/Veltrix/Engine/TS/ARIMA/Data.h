@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "Veltrix/Data/JSON.h"
@@ -35,7 +36,7 @@ struct LagOperation {
 /// refused: they spread by the rules of arithmetic, so that one NaN makes the mean, the variance
 /// and, after a mean subtraction, every processed value NaN. An operation that throws leaves the
 /// series, its list and its results as they were.
-class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::StringImportable {
+class VELTRIX_ENGINE_API Data : public JSON::Storable {
   public:
     Data() = default;
     /// Ordinary differencing of order d = `numLags`.
@@ -121,13 +122,13 @@ class VELTRIX_ENGINE_API Data : public JSON::StringExportable, public JSON::Stri
     /// the series is 0.
     bool isMeanSubtracted() const noexcept;
 
-    using JSON::StringExportable::toJson;
+  protected:
     /// The series with its operations and all results.
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
 
   private:
-    friend struct DataJson;
+    friend struct Stored<Data>;
 
     /// The listed operations and what they have made of the series.
     struct Outcome {
