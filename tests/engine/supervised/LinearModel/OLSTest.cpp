@@ -280,6 +280,7 @@ TEST(OLS, FramesGiveTheSameModel) {
     DataFrame frame(L"data");
     frame.append(kX.getSubColumn(Util::range(0, 5), 0));
     frame.append(IntVector{2, 1, 4, 3, 7});
+    frame.setColNames(StringVector{L"a", L"b"});
     DataFrame extra;
     extra.append(kY);
     extra.append(StringVector{L"1", L"2", L"1", L"0", L"3"}, L"w");
