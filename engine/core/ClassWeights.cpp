@@ -5,14 +5,23 @@
 
 namespace Veltrix::Engine {
 
-std::vector<double> classWeights(const Classification::Priorable& model, const Vector& totals) {
+std::vector<double> countedPriors(const Classification::Priorable& model,
+                                  std::span<const double> totals) {
     const StringVector& classes = model.getClasses();
-    std::vector<double> weights(classes.size(), 0.0);
+    std::vector<double> priors(totals.size(), 0.0);
+    for (std::size_t c = 0; c < priors.size(); ++c) {
+        if (totals[c] != 0.0) priors[c] = model.getPrior(classes[c]);
+    }
+    return priors;
+}
+
+std::vector<double> classWeights(std::span<const double> priors, std::span<const double> totals) {
+    std::vector<double> weights(totals.size(), 0.0);
     double least = std::numeric_limits<double>::infinity();
     double largest = 0.0;
-    for (std::uint64_t c = 0; c < classes.size(); ++c) {
-        if (totals[c] == 0.0) continue;
-        weights[c] = model.getPrior(classes[c]) / totals[c];
+    for (std::size_t c = 0; c < weights.size(); ++c) {
+        if (totals[c] == 0.0 || priors[c] == 0.0) continue;
+        weights[c] = priors[c] / totals[c];
         least = std::min(least, weights[c]);
         largest = std::max(largest, weights[c]);
     }

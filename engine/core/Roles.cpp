@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 #include "Veltrix/Data/Util.h"
 
@@ -92,19 +93,31 @@ Priorable& Priorable::setSuccessProbabilityCutoff(double cutoff) {
     return *this;
 }
 
-Priorable& Priorable::fit(const StringVector& labels, const Vector& weights) {
-    if (getClasses().empty()) setClasses(Veltrix::Util::uniqueElements(labels));
-    if (!priors_.empty()) return *this;
+namespace {
+
+/// The classes' shares of the weights, or of the records.
+Priorable::PriorMap sharesOf(const StringVector& labels, const Vector& weights,
+                             const StringVector& classes) {
     const bool weighted = weights.size() == labels.size();
     const double total =
         weighted ? Veltrix::Util::sum(weights) : static_cast<double>(labels.size());
-    PriorMap priors;
-    for (const WString& label : getClasses()) priors[label] = 0.0;
+    Priorable::PriorMap shares;
+    for (const WString& label : classes) shares[label] = 0.0;
     for (std::uint64_t i = 0; i < labels.size(); ++i) {
-        priors[labels[i]] += weighted ? weights[i] : 1.0;
+        shares[labels[i]] += weighted ? weights[i] : 1.0;
     }
-    for (auto& [label, prior] : priors) prior /= total;
-    priors_ = std::move(priors);
+    for (auto& [label, share] : shares) share /= total;
+    return shares;
+}
+
+}  // namespace
+
+Priorable& Priorable::fit(const StringVector& labels, const Vector& weights) {
+    const StringVector classes =
+        getClasses().empty() ? Veltrix::Util::uniqueElements(labels) : getClasses();
+    PriorMap priors = priors_.empty() ? sharesOf(labels, weights, classes) : PriorMap();
+    if (getClasses().empty()) setClasses(classes);
+    if (priors_.empty()) priors_ = std::move(priors);  // nothing is left to fail
     return *this;
 }
 
@@ -130,7 +143,7 @@ Priorable& Priorable::setPrior(const WString& label, double prior) {
 }
 
 Priorable& Priorable::setPrior(const PriorMap& priors) {
-    priors_ = priors;
+    priors_ = PriorMap(priors);  // moved as a whole
     return *this;
 }
 

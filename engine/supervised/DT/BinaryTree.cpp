@@ -1,3 +1,4 @@
+#include <limits>
 #include <utility>
 
 #include "Veltrix/Engine/DT/Tree.h"
@@ -70,6 +71,10 @@ std::vector<std::shared_ptr<const Node>> BinaryTree::getNodes() const {
         nodes.push_back(node.right);
     }
     return nodes;
+}
+
+double BinaryTree::probabilityOfLabel(const Node& /*node*/) const {
+    return std::numeric_limits<double>::quiet_NaN();
 }
 
 void BinaryTree::computeBranchStrength() {

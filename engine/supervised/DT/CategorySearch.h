@@ -16,25 +16,32 @@ namespace Veltrix::Engine::DT {
 /// Columns with more categories are not enumerated: 2²⁰ subsets take milliseconds a node.
 constexpr int kMostEnumerated = 20;
 
-/// Sums of the response by category for the categories that a node has.
+/// Sums of the response by category for the categories that a node has. One object serves all
+/// nodes of a tree: only the categories of the node at hand are touched.
 class CategoryTotals {
   public:
+    /// `size` numbers for each category of the column that has most.
+    CategoryTotals(std::size_t size, int mostCategories)
+        : size_(size), all_(static_cast<std::size_t>(mostCategories) * size, 0.0) {}
+
     template <class Target>
-    CategoryTotals(const Target& target, std::span<const std::int32_t> records,
-                   const std::vector<int>& codes, int numCategories)
-        : size_(target.totalsSize()) {
-        std::vector<double> all(static_cast<std::size_t>(numCategories) * size_, 0.0);
+    void gather(const Target& target, std::span<const std::int32_t> records,
+                const std::vector<int>& codes) {
+        present_.clear();
         for (const std::int32_t record : records) {
             const int code = codes[static_cast<std::size_t>(record)];
-            target.addTo(all.data() + static_cast<std::size_t>(code) * size_, record);
+            double* totals = of(code);
+            if (totals[0] == 0.0) present_.push_back(code);
+            target.addTo(totals, record);
         }
+        std::ranges::sort(present_);
+        totals_.clear();
         whole_.assign(size_, 0.0);
-        for (int code = 0; code < numCategories; ++code) {
-            const double* totals = all.data() + static_cast<std::size_t>(code) * size_;
-            if (totals[0] == 0.0) continue;
-            present_.push_back(code);
+        for (const int code : present_) {
+            double* totals = of(code);
             totals_.insert(totals_.end(), totals, totals + size_);
             add(whole_.data(), totals);
+            std::fill_n(totals, size_, 0.0);
         }
     }
 
@@ -64,21 +71,27 @@ class CategoryTotals {
     }
 
   private:
+    double* of(int code) { return all_.data() + static_cast<std::size_t>(code) * size_; }
+
     std::size_t size_;
+    std::vector<double> all_;   ///< by code; zeros between two nodes
     std::vector<int> present_;  ///< ascending
     std::vector<double> totals_;
     std::vector<double> whole_;
 };
 
-/// Takes `left` as sums of the left child, if it beats the best; `subset` gives the codes.
-template <class Target, class Subset>
-void tryCategories(const Target& target, const CategoryTotals& totals, const double* left,
-                   double* right, std::size_t leastChild, int column, Subset subset, Split& best) {
+/// Whether `left` as sums of the left child beats the best, which then is that of the column; the
+/// caller adds the subset.
+template <class Target>
+bool improves(const Target& target, const CategoryTotals& totals, const double* left, double* right,
+              std::size_t leastChild, int column, Split& best) {
     totals.subtract(left, right);
     const auto least = static_cast<double>(leastChild);
-    if (left[0] < least || right[0] < least) return;
+    if (left[0] < least || right[0] < least) return false;
     const double score = target.score(left, right);
-    if (score > best.scoreToExceed) best = {column, 0.0, 0, subset(), target.raised(score)};
+    if (!(score > best.scoreToExceed)) return false;
+    best = {column, 0.0, 0, {}, target.raised(score)};
+    return true;
 }
 
 /// Every subset in ascending order of its mask. Categories that the node does not have are left out
@@ -94,18 +107,17 @@ void tryAllSubsets(const Target& target, const CategoryTotals& totals, std::size
     const std::vector<double> high = totals.subsetSums(half, count);
     std::vector<double> left(totals.size());
     std::vector<double> right(totals.size());
+    std::size_t bestMask = 0;
     for (std::size_t mask = 1; mask < std::size_t{1} << count; ++mask) {
         const std::size_t lowMask = mask & ((std::size_t{1} << half) - 1);
         std::copy_n(low.data() + lowMask * totals.size(), totals.size(), left.data());
         totals.add(left.data(), high.data() + (mask >> half) * totals.size());
-        const auto subset = [&] {
-            std::vector<int> codes;
-            for (std::size_t k = 0; k < count; ++k) {
-                if (((mask >> k) & 1U) != 0) codes.push_back(totals.present()[k]);
-            }
-            return codes;
-        };
-        tryCategories(target, totals, left.data(), right.data(), leastChild, column, subset, best);
+        if (improves(target, totals, left.data(), right.data(), leastChild, column, best)) {
+            bestMask = mask;
+        }
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+        if (((bestMask >> k) & 1U) != 0) best.subset.push_back(totals.present()[k]);
     }
 }
 
@@ -120,21 +132,21 @@ void tryOrderedSubsets(const Target& target, const CategoryTotals& totals, std::
     std::ranges::stable_sort(order, {}, [&](std::size_t k) { return target.mean(totals[k]); });
     std::vector<double> left(totals.size(), 0.0);
     std::vector<double> right(totals.size());
-    for (std::size_t last = 0; last + 1 < order.size(); ++last) {
-        totals.add(left.data(), totals[order[last]]);
-        const auto subset = [&] {
-            const auto cut = order.begin() + static_cast<std::ptrdiff_t>(last) + 1;
-            // The part without the last category, as in the search of all subsets.
-            const bool first = std::find(order.begin(), cut, present.size() - 1) == cut;
-            std::vector<int> codes;
-            for (auto k = first ? order.begin() : cut; k != (first ? cut : order.end()); ++k) {
-                codes.push_back(present[*k]);
-            }
-            std::ranges::sort(codes);
-            return codes;
-        };
-        tryCategories(target, totals, left.data(), right.data(), leastChild, column, subset, best);
+    std::size_t bestCut = 0;
+    for (std::size_t cut = 1; cut < order.size(); ++cut) {
+        totals.add(left.data(), totals[order[cut - 1]]);
+        if (improves(target, totals, left.data(), right.data(), leastChild, column, best)) {
+            bestCut = cut;
+        }
     }
+    if (bestCut == 0) return;
+    // The part without the last category, as in the search of all subsets.
+    const auto cut = order.begin() + static_cast<std::ptrdiff_t>(bestCut);
+    const bool first = std::find(order.begin(), cut, present.size() - 1) == cut;
+    for (auto k = first ? order.begin() : cut; k != (first ? cut : order.end()); ++k) {
+        best.subset.push_back(present[*k]);
+    }
+    std::ranges::sort(best.subset);
 }
 
 }  // namespace Veltrix::Engine::DT

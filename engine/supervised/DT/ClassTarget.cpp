@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace Veltrix::Engine::DT {
 namespace {
@@ -79,63 +80,48 @@ class ClassTarget::WeightedSides {
     std::vector<int> right_;
 };
 
-ClassTarget::ClassTarget(const IntVector& codes, const std::vector<double>& weights,
-                         int successClass, double cutoff)
+ClassTarget::ClassTarget(const IntVector& codes, ClassShares shares, LabelRule rule)
     : codes_(codes.data(), codes.size()),
-      probabilities_(weights),
-      weights_(makeRecord().relativeWeights()),
-      equal_(std::ranges::all_of(weights_, [](double w) { return w == 1.0; })),
-      successClass_(successClass),
-      cutoff_(cutoff) {}
+      shares_(std::move(shares)),
+      weights_(shares_.equal() ? std::vector<double>(shares_.numClasses(), 1.0)
+                               : shares_.weights()),
+      rule_(rule) {}
 
-TrainingRecord ClassTarget::makeRecord() const {
-    return {{}, static_cast<int>(probabilities_.size()), {}, probabilities_};
-}
+TrainingRecord ClassTarget::makeRecord() const { return {{}, shares_, {}}; }
 
 void ClassTarget::label(Node& node, std::span<const std::int32_t> records,
                         TrainingRecord& training) const {
     const std::size_t start = training.classCounts.size();
-    training.classCounts.resize(start + probabilities_.size(), 0);
+    training.classCounts.resize(start + weights_.size(), 0);
     int* counts = training.classCounts.data() + start;
     for (const std::int32_t record : records) ++counts[classOf(record)];
 
-    // Shares are formed of relative weights, so that those of equal weights are shares of counts.
-    std::vector<double> shares(weights_.size());
-    double total = 0.0;
-    for (std::size_t c = 0; c < shares.size(); ++c) {
-        shares[c] = weights_[c] * counts[c];
-        total += shares[c];
-    }
-    std::size_t largest = 0;
+    std::vector<double> probabilities(weights_.size());
+    shares_.probabilities(counts, probabilities);
+    const auto largest = static_cast<std::size_t>(LabelRule().label(probabilities));
     double squares = 0.0;
-    for (std::size_t c = 0; c < shares.size(); ++c) {
-        shares[c] /= total;
-        squares += shares[c] * shares[c];
-        if (shares[c] > shares[largest]) largest = c;
-    }
+    for (const double p : probabilities) squares += p * p;
     node.impurity = 1.0 - squares;
     // (1 − max P(c)) p as the sum of the other classes, which is exactly 0 for a pure node.
+    const auto joint = [&](std::size_t c) { return shares_.weights()[c] * counts[c]; };
     node.risk = 0.0;
-    for (std::size_t c = 0; c < shares.size(); ++c) {
-        if (c != largest) node.risk += probabilities_[c] * counts[c];
+    for (std::size_t c = 0; c < probabilities.size(); ++c) {
+        if (c != largest) node.risk += joint(c);
     }
-    node.probability = node.risk + probabilities_[largest] * counts[largest];
-    node.label = static_cast<double>(largest);
-    if (successClass_ >= 0) {
-        const bool success = shares[static_cast<std::size_t>(successClass_)] >= cutoff_;
-        node.label = success ? successClass_ : 1 - successClass_;
-    }
+    node.probability = node.risk + joint(largest);
+    node.label = rule_.label(probabilities);
 }
 
 double ClassTarget::begin(const Node& node, std::span<const std::int32_t> /*records*/,
                           const TrainingRecord& training) {
     const int* counts = training.countsOf(node);
-    nodeCounts_.assign(counts, counts + probabilities_.size());
+    nodeCounts_.assign(counts, counts + weights_.size());
     double total = 0.0;
     for (std::size_t c = 0; c < weights_.size(); ++c) total += weights_[c] * nodeCounts_[c];
     const double unit = node.probability / total;  // of the weights in probabilities
     // Every term of a score is rounded by ε of at most the total.
-    slack_ = (equal_ ? 4.0 : 4.0 * static_cast<double>(weights_.size())) * kEpsilon * total;
+    slack_ =
+        (shares_.equal() ? 4.0 : 4.0 * static_cast<double>(weights_.size())) * kEpsilon * total;
     return raised(total - node.impurity / unit);
 }
 
@@ -144,7 +130,7 @@ void ClassTarget::sweep(std::span<const SortedColumns::Entry> entries, const Spl
     const auto run = [&](auto sides) {
         sweepThresholds(*this, std::move(sides), entries, data, column, best);
     };
-    if (equal_) {
+    if (shares_.equal()) {
         run(EqualSides(codes_.data(), nodeCounts_));
     } else {
         run(WeightedSides(codes_.data(), nodeCounts_, weights_));

@@ -8,6 +8,7 @@
 
 #include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Engine/DT/Tree.h"
+#include "engine/supervised/DT/ClassShares.h"
 #include "engine/supervised/DT/Split.h"
 #include "engine/supervised/DT/TrainingRecord.h"
 
@@ -20,13 +21,10 @@ namespace Veltrix::Engine::DT {
 ///
 /// which grows with the measure: p(L)i(L) + p(R)i(R) is the node's probability less the score.
 /// Equal weights are taken as 1, so that counts of records, which are exact, stand for
-/// probabilities.
+/// probabilities. A split with a side of weight 0 has the score NaN and is never made.
 class ClassTarget {
   public:
-    /// `weights`: w(c), by class. `successClass` is −1 where there is none; else nodes are labelled
-    /// with it from probability `cutoff` on.
-    ClassTarget(const IntVector& codes, const std::vector<double>& weights, int successClass,
-                double cutoff);
+    ClassTarget(const IntVector& codes, ClassShares shares, LabelRule rule);
 
     /// Empty lists for the nodes to come.
     TrainingRecord makeRecord() const;
@@ -65,11 +63,9 @@ class ClassTarget {
     double sideScore(const double* totals) const;
 
     std::span<const int> codes_;
-    std::vector<double> probabilities_;  ///< w(c) as given
-    std::vector<double> weights_;        ///< w(c), or 1 when all are equal
-    bool equal_ = true;
-    int successClass_;
-    double cutoff_;
+    ClassShares shares_;
+    std::vector<double> weights_;  ///< w(c), or 1 when all are equal
+    LabelRule rule_;
     std::vector<int> nodeCounts_;
     double slack_ = 0.0;
 };

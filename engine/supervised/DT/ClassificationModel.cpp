@@ -8,7 +8,7 @@
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Engine/DT.h"
-#include "engine/core/ClassWeights.h"
+#include "engine/supervised/DT/ClassShares.h"
 #include "engine/supervised/DT/ClassTarget.h"
 #include "engine/supervised/DT/FrameCoding.h"
 #include "engine/supervised/DT/Growth.h"
@@ -71,6 +71,27 @@ void checkCategories(const std::vector<int>& numCategories, std::size_t numClass
     }
 }
 
+/// The name that takes the place of a class; any other text stays.
+WString renamedClass(const WString& label, const StringVector& from, const StringVector& to) {
+    const auto found = std::find(begin(from), end(from), label);
+    return found == end(from) ? label : to[static_cast<std::uint64_t>(found - begin(from))];
+}
+
+Model::PriorMap renamedPriors(const Model& model, const StringVector& names) {
+    Model::PriorMap priors;
+    for (const auto& [label, prior] : model.getPriors()) {
+        priors[renamedClass(label, model.getClasses(), names)] = prior;
+    }
+    return priors;
+}
+
+/// Refuses a column of numbers that are not all there.
+void checkLabels(const char* operation, const ConstDataFrameColumn& response) {
+    if (response.getKind() == ColumnKind::numeric) {
+        checkResponse(operation, response.toDoubleVector());
+    }
+}
+
 }  // namespace
 
 Model::~Model() = default;
@@ -87,21 +108,19 @@ void Model::grow(const Features& features, const IntVector& codes, const StringV
     roles.setClasses(classes);
     // A record for each class that weighs as many as there are gives the same shares.
     roles.fit(classes, counts);
-    const std::vector<double> weights = classWeights(roles, counts);
     Categories categories = readCategories(features, categorical);
     checkCategories(categories.counts, classes.size(), colNames);
-    const int success = roles.isBinary() ? roles.getSuccessClassIndex() : -1;
+    const ClassShares shares(roles, std::vector<int>(counts.begin(), counts.end()));
     Growth growth(features, std::move(categories), params_,
-                  ClassTarget(codes, weights, success, roles.getSuccessProbabilityCutoff()));
-    GrownTree tree = growth.run();
-    Modelable::operator=(std::move(roles));
-    adopt(std::move(tree), std::move(inputs), colNames);
+                  ClassTarget(codes, shares, LabelRule(roles)));
+    Model fitted(params_);  // so that a failure leaves this model as it is
+    fitted.adopt(growth.run(), std::move(inputs), colNames);
+    fitted.Modelable::operator=(std::move(roles));
+    *this = std::move(fitted);
 }
 
 Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
-    if (response.getKind() == ColumnKind::numeric) {
-        checkResponse("Tree fit", response.toDoubleVector());
-    }
+    checkLabels("Tree fit", response);
     const StringVector classes = getClasses().empty() ? response.getLevels() : getClasses();
     const IntVector codes = classCodes(response, classes);
     const auto unknown = std::find(codes.begin(), codes.end(), -1);
@@ -127,6 +146,7 @@ Model& Model::fit(const Matrix& features, const Vector& response) {
 
 Model& Model::prune(const DataFrame& features, const ConstDataFrameColumn& response) {
     checkColumns("Tree prune", features.getNumCols());
+    checkLabels("Tree prune", response);
     const IntVector codes = classCodes(response, getClasses());
     prune(encodeFrame(features, inputs_), Vector(codes.begin(), codes.end()));
     return *this;
@@ -158,8 +178,14 @@ Model& Model::setColNames(const StringVector& names) {
 }
 
 Model& Model::setClasses(const StringVector& classes) {
+    Modelable renamed(*this);
+    if (getRoot() != nullptr && classes.size() == getClasses().size()) {
+        renamed.setPrior(renamedPriors(*this, classes));
+        renamed.setSuccessClass(renamedClass(getSuccessClass(), getClasses(), classes));
+    }
+    renamed.setClasses(classes);
     if (classes.size() != getClasses().size()) forget();
-    Modelable::setClasses(classes);
+    Modelable::operator=(std::move(renamed));
     return *this;
 }
 
@@ -184,23 +210,36 @@ Model& Model::setPrior(const PriorMap& priors) {
 }
 
 Matrix Model::posteriors(const std::vector<const Node*>& leaves) const {
-    Matrix result(static_cast<int>(leaves.size()), getNumClasses(),
-                  std::numeric_limits<double>::quiet_NaN());
+    if (!root_) throw Exception("Tree prediction: no tree was grown, its classes are not known");
+    const ClassShares shares(*this, root_->training->totals());
+    Matrix result(static_cast<int>(leaves.size()), getNumClasses());
+    std::vector<double> row(shares.numClasses());
     for (int i = 0; i < result.getNumRows(); ++i) {
-        const Node* leaf = leaves[static_cast<std::size_t>(i)];
-        if (leaf == nullptr) continue;
-        const Vector probabilities = leaf->classProbabilities();
-        for (int c = 0; c < result.getNumCols(); ++c) {
-            result(i, c) = probabilities[static_cast<std::uint64_t>(c)];
-        }
+        const Node& leaf = *leaves[static_cast<std::size_t>(i)];
+        shares.probabilities(leaf.training->countsOf(leaf), row);
+        for (int c = 0; c < result.getNumCols(); ++c)
+            result(i, c) = row[static_cast<std::size_t>(c)];
+    }
+    return result;
+}
+
+Vector Model::predictionsAt(const std::vector<const Node*>& nodes) const {
+    Vector result(nodes.size(), std::numeric_limits<double>::quiet_NaN());
+    if (!root_) return result;
+    const ClassShares shares(*this, root_->training->totals());
+    const LabelRule rule(*this);
+    std::vector<double> probabilities(shares.numClasses());
+    for (std::size_t k = 0; k < nodes.size(); ++k) {
+        shares.probabilities(nodes[k]->training->countsOf(*nodes[k]), probabilities);
+        result[k] = rule.label(probabilities);
     }
     return result;
 }
 
 StringVector Model::labels(const std::vector<const Node*>& leaves) const {
     StringVector result;
-    for (const Node* leaf : leaves) {
-        result.push_back(leaf != nullptr ? describeLabel(*leaf) : WString(L"nan"));
+    for (const double code : predictionsAt(leaves)) {
+        result.push_back(root_ ? getClasses()[static_cast<std::uint64_t>(code)] : WString(L"nan"));
     }
     return result;
 }
@@ -226,8 +265,11 @@ double Model::computeStdDevMinError() const {
     return std::sqrt(e * (1.0 - e) / n);
 }
 
-WString Model::describeLabel(const Node& node) const {
-    return getClasses()[static_cast<std::uint64_t>(node.label)];
+WString Model::describeLabel(const Node& node) const { return labels({&node})[0]; }
+
+double Model::probabilityOfLabel(const Node& node) const {
+    const Vector label = predictionsAt({&node});
+    return posteriors({&node})(0, static_cast<int>(label[0]));
 }
 
 }  // namespace Veltrix::Engine::DT::Classification

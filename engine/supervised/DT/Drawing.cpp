@@ -131,15 +131,11 @@ std::vector<Rule> BinaryTree::getRules() const {
         const auto [node, path] = std::move(waiting.back());
         waiting.pop_back();
         if (node->isLeaf(alpha_)) {
-            Rule rule{.node = node->id,
-                      .condition = joined(path),
-                      .outcome = describeLabel(*node),
-                      .numRecords = node->numRecords};
-            const Vector probabilities = node->classProbabilities();
-            if (!probabilities.empty()) {
-                rule.probability = probabilities[static_cast<std::uint64_t>(node->label)];
-            }
-            rules.push_back(std::move(rule));
+            rules.push_back({.node = node->id,
+                             .condition = joined(path),
+                             .outcome = describeLabel(*node),
+                             .numRecords = node->numRecords,
+                             .probability = probabilityOfLabel(*node)});
             continue;
         }
         const bool isBound = !isCategorical(node->splitVariable);

@@ -54,7 +54,9 @@ class Growth {
           training_(std::make_shared<TrainingRecord>(target_.makeRecord())),
           goesLeft_(static_cast<std::size_t>(features.numRows())),
           scratch_(goesLeft_.size()),
-          leastChild_(params.minRecords < 1 ? 1 : static_cast<std::size_t>(params.minRecords)) {
+          leastChild_(params.minRecords < 1 ? 1 : static_cast<std::size_t>(params.minRecords)),
+          inSubset_(static_cast<std::size_t>(*std::ranges::max_element(numCategories_)), 0),
+          totals_(target_.totalsSize(), static_cast<int>(inSubset_.size())) {
         tree_.categories = std::move(categories.seen);
     }
 
@@ -95,6 +97,8 @@ class Growth {
     std::vector<std::uint8_t> goesLeft_;  ///< by record
     std::vector<std::int32_t> scratch_;
     std::size_t leastChild_;
+    std::vector<std::uint8_t> inSubset_;  ///< by category code; zeros between two nodes
+    CategoryTotals totals_;
     GrownTree tree_;
 };
 
@@ -190,12 +194,12 @@ void Growth<Target>::trySplits(const Node& node, int column, Split& best) {
         target_.sweep(entries, {features_, leastChild_}, column, best);
         return;
     }
-    const CategoryTotals totals(target_, recordsOf(node), codes_[j], categories);
-    if (totals.present().size() < 2) return;
+    totals_.gather(target_, recordsOf(node), codes_[j]);
+    if (totals_.present().size() < 2) return;
     if (categories <= kMostEnumerated) {
-        tryAllSubsets(target_, totals, leastChild_, column, best);
+        tryAllSubsets(target_, totals_, leastChild_, column, best);
     } else {
-        tryOrderedSubsets(target_, totals, leastChild_, column, best);
+        tryOrderedSubsets(target_, totals_, leastChild_, column, best);
     }
 }
 
@@ -212,13 +216,13 @@ std::size_t Growth<Target>::markLeft(const Node& node, const Split& best) {
         }
         return numLeft;
     }
-    std::vector<std::uint8_t> inSubset(static_cast<std::size_t>(numCategories_[j]), 0);
-    for (const int code : best.subset) inSubset[static_cast<std::size_t>(code)] = 1;
+    for (const int code : best.subset) inSubset_[static_cast<std::size_t>(code)] = 1;
     for (const std::int32_t record : recordsOf(node)) {
         const auto r = static_cast<std::size_t>(record);
-        goesLeft_[r] = inSubset[static_cast<std::size_t>(codes_[j][r])];
+        goesLeft_[r] = inSubset_[static_cast<std::size_t>(codes_[j][r])];
         numLeft += goesLeft_[r];
     }
+    for (const int code : best.subset) inSubset_[static_cast<std::size_t>(code)] = 0;
     return numLeft;
 }
 

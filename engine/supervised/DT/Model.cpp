@@ -8,20 +8,13 @@
 #include "engine/supervised/DT/FrameCoding.h"
 #include "engine/supervised/DT/Growth.h"
 #include "engine/supervised/DT/Traversal.h"
+#include "engine/supervised/DT/WeakestLinks.h"
 
 namespace Veltrix::Engine::DT {
-namespace {
-
-/// The tree before any cut, and that without the splits that gain nothing.
-constexpr double kFullTree = -1.0;
-constexpr double kNoGain = 0.0;
-
-}  // namespace
-
 Model::~Model() = default;
 
 Model& Model::setParams(const Params& params) {
-    params_ = params;
+    params_ = Params(params);  // moved as a whole
     return *this;
 }
 
@@ -49,7 +42,7 @@ void Model::adopt(GrownTree tree, Factorizer inputs, const StringVector& colName
     alpha_ = kFullTree;
 }
 
-void Model::forget() {
+void Model::forget() noexcept {
     root_.reset();
     numNodes_ = 0;
     alpha_ = 0.0;
@@ -153,52 +146,23 @@ Model& Model::prune(const Matrix& features, const Vector& response) {
     }
     if (response.empty()) fail("0 records, at least 1 expected");
     checkResponse("Tree prune", response);
-    const std::vector<Cut> cuts = computeSequence();
-    computePrunedTreesError(features, response, cuts);
-    pruning_.findMinErrorTree();
+    const std::vector<Node*> nodes = nodesById(*root_);
+    PruningRollback rollback(nodes);
+    computeBranchStrength();
+    PrunedSequence sequence = cutWeakestLinks(*root_);
+    addErrors(nodes, fillNumValidationRecords(nodes, features, response), sequence);
+    sequence.pruning.numValidationRecords = features.getNumRows();
+    sequence.pruning.findMinErrorTree();
+    rollback.keep();
+    pruning_ = std::move(sequence.pruning);
     pruning_.findBestPrunedTree(pruning_.minError() +
                                 pruning_.numValidationRecords * computeStdDevMinError());
     return select(pruning_.fullTree);
 }
 
-std::vector<Model::Cut> Model::computeSequence() {
-    constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
-    computeBranchStrength();
-    Pruning sequence;
-    sequence.complexity = {kFullTree, kNoGain};
-    std::vector<Cut> cuts;
-    std::vector<Node*> path;
-    sequence.numLeaves.push_back(root_->leaves);
-    while (root_->leaves != 1) {
-        const double alpha = root_->minStrength;
-        if (alpha > sequence.complexity.back() + kEpsilon) {
-            sequence.complexity.push_back(alpha);
-            sequence.numLeaves.push_back(root_->leaves);
-        }
-        Node* node = root_.get();
-        path.clear();
-        while (node->strength - kEpsilon > node->minStrength) {
-            path.push_back(node);
-            const bool left = node->left->minStrength == node->minStrength;
-            node = left ? node->left.get() : node->right.get();
-        }
-        // Rounding must not leave the node uncut at the complexity of its own tree.
-        const double last = sequence.complexity.back();
-        if (!(node->strength <= last)) node->strength = last;
-        node->init();
-        cuts.push_back({node, sequence.numTrees() - 1});
-        for (std::size_t k = path.size(); k-- > 0;) path[k]->update();
-    }
-    // The number of leaves was noted when a tree was complete and the next one began.
-    sequence.numLeaves.push_back(root_->leaves);
-    for (const int leaves : sequence.numLeaves) sequence.numDecisionNodes.push_back(leaves - 1);
-    sequence.resize(sequence.numTrees());
-    pruning_ = std::move(sequence);
-    return cuts;
-}
-
-Vector Model::fillNumValidationRecords(const Matrix& features, const Vector& response) {
-    const std::vector<Node*> nodes = nodesById(*root_);
+Vector Model::fillNumValidationRecords(const std::vector<Node*>& nodes, const Matrix& features,
+                                       const Vector& response) const {
+    const Vector predictions = predictionsAt({nodes.begin(), nodes.end()});
     for (Node* node : nodes) node->numValidationRecords = 0;
     Vector errors(nodes.size());
     for (int i = 0; i < features.getNumRows(); ++i) {
@@ -207,42 +171,11 @@ Vector Model::fillNumValidationRecords(const Matrix& features, const Vector& res
         while (node != nullptr) {
             const auto place = static_cast<std::uint64_t>(node->id - 1);
             ++nodes[place]->numValidationRecords;
-            errors[place] += predictionError(node->label, actual);
+            errors[place] += predictionError(predictions[place], actual);
             node = node->isLeaf() ? nullptr : &child(*node, features(i, node->splitVariable));
         }
     }
     return errors;
-}
-
-/// The error of a tree is the sum over its leaves. Sums are kept for every subtree, so that a cut
-/// changes those on the way to the root only, and not at all where no record falls.
-void Model::computePrunedTreesError(const Matrix& features, const Vector& response,
-                                    const std::vector<Cut>& cuts) {
-    const Vector own = fillNumValidationRecords(features, response);
-    const std::vector<Node*> nodes = nodesById(*root_);
-    const auto place = [](const Node* node) { return static_cast<std::size_t>(node->id - 1); };
-    std::vector<Node*> parents(nodes.size(), nullptr);
-    Vector below = own;
-    const auto addChildren = [&](const Node* node) {
-        below[place(node)] = below[place(node->left.get())] + below[place(node->right.get())];
-    };
-    for (std::size_t k = nodes.size(); k-- > 0;) {
-        if (nodes[k]->isLeaf()) continue;
-        parents[place(nodes[k]->left.get())] = nodes[k];
-        parents[place(nodes[k]->right.get())] = nodes[k];
-        addChildren(nodes[k]);
-    }
-    pruning_.numValidationRecords = features.getNumRows();
-    auto cut = cuts.begin();
-    for (int tree = 0; tree < pruning_.numTrees(); ++tree) {
-        for (; cut != cuts.end() && cut->tree == tree; ++cut) {
-            below[place(cut->node)] = own[place(cut->node)];
-            for (Node* up = parents[place(cut->node)]; up != nullptr; up = parents[place(up)]) {
-                addChildren(up);
-            }
-        }
-        pruning_.errors[static_cast<std::uint64_t>(tree)] = below[0];
-    }
 }
 
 }  // namespace Veltrix::Engine::DT

@@ -6,19 +6,29 @@
 
 namespace Veltrix::Engine::DT {
 
-Node::~Node() {
-    std::vector<std::shared_ptr<Node>> waiting;
-    const auto release = [&waiting](Node& node) {
-        if (node.left) waiting.push_back(std::move(node.left));
-        if (node.right) waiting.push_back(std::move(node.right));
-    };
-    release(*this);
-    while (!waiting.empty()) {
-        const std::shared_ptr<Node> last = std::move(waiting.back());
-        waiting.pop_back();
-        // A subtree that others hold stays whole.
-        if (last.use_count() == 1) release(*last);
+namespace {
+
+/// Releases a subtree in constant space: left children are rotated up until the top has none and
+/// can go. What others hold stays whole.
+void release(std::shared_ptr<Node> top) noexcept {
+    while (top && top.use_count() == 1) {
+        if (top->left && top->left.use_count() == 1) {
+            std::shared_ptr<Node> left = std::move(top->left);
+            top->left = std::move(left->right);
+            left->right = std::move(top);
+            top = std::move(left);
+        } else {
+            top->left.reset();
+            top = std::move(top->right);
+        }
     }
+}
+
+}  // namespace
+
+Node::~Node() {
+    release(std::move(left));
+    release(std::move(right));
 }
 
 void Node::init() noexcept {
@@ -45,21 +55,16 @@ IntVector Node::records() const {
 }
 
 Vector Node::classCounts() const {
-    if (!training || training->numClasses == 0) return {};
+    if (!training || training->numClasses() == 0) return {};
     const int* counts = training->countsOf(*this);
-    return {counts, counts + training->numClasses};
+    return {counts, counts + training->numClasses()};
 }
 
 Vector Node::classProbabilities() const {
-    Vector shares = classCounts();
-    if (shares.empty()) return shares;
-    const std::vector<double> weights = training->relativeWeights();
-    double total = 0.0;
-    for (std::uint64_t c = 0; c < shares.size(); ++c) {
-        shares[c] *= weights[c];
-        total += shares[c];
-    }
-    return shares /= total;
+    if (!training || training->numClasses() == 0) return {};
+    Vector result(training->numClasses());
+    training->shares.probabilities(training->countsOf(*this), {result.data(), result.size()});
+    return result;
 }
 
 }  // namespace Veltrix::Engine::DT

@@ -1,7 +1,9 @@
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "Veltrix/Engine/DT.h"
 #include "engine/supervised/DT/Drawing.h"
@@ -21,7 +23,9 @@ void Model::grow(const Features& features, const Vector& response, const IntVect
     checkShape(features.numRows(), features.numCols(), response.size());
     checkResponse("Tree fit", response);
     Growth growth(features, readCategories(features, categorical), params_, NumberTarget(response));
-    adopt(growth.run(), std::move(inputs), colNames);
+    Model fitted(params_);  // so that a failure leaves this model as it is
+    fitted.adopt(growth.run(), std::move(inputs), colNames);
+    *this = std::move(fitted);
 }
 
 Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
@@ -68,21 +72,16 @@ Model& Model::setColNames(const StringVector& names) {
     return *this;
 }
 
-namespace {
-
-Vector labelsOf(const std::vector<const Node*>& leaves) {
-    Vector result;
-    result.reserve(leaves.size());
-    for (const Node* leaf : leaves) {
-        result.push_back(leaf != nullptr ? leaf->label : std::numeric_limits<double>::quiet_NaN());
+Vector Model::predictionsAt(const std::vector<const Node*>& nodes) const {
+    Vector result(nodes.size(), std::numeric_limits<double>::quiet_NaN());
+    for (std::size_t k = 0; k < nodes.size(); ++k) {
+        if (nodes[k] != nullptr) result[k] = nodes[k]->label;
     }
     return result;
 }
 
-}  // namespace
-
-Vector Model::predict(const DataFrame& records) const { return labelsOf(findLeaves(records)); }
-Vector Model::predict(const Matrix& records) const { return labelsOf(findLeaves(records)); }
+Vector Model::predict(const DataFrame& records) const { return predictionsAt(findLeaves(records)); }
+Vector Model::predict(const Matrix& records) const { return predictionsAt(findLeaves(records)); }
 
 double Model::predictionError(double prediction, double actual) const {
     return (prediction - actual) * (prediction - actual);

@@ -189,7 +189,7 @@ void TreeJson::write(JsonWriter& json, const Model& model) {
     const TrainingRecord& training = model.root_ ? *model.root_->training : empty;
     json.member("records", std::span<const std::int32_t>(training.order));
     json.member("classCounts", std::span<const std::int32_t>(training.classCounts));
-    json.member("classWeights", std::span<const double>(training.weights));
+    json.member("classPriors", std::span<const double>(training.shares.priors()));
     writeNodes(json, model.root_ ? nodesById(*model.root_) : std::vector<Node*>());
 }
 
@@ -212,16 +212,29 @@ void TreeJson::readCategories(const JsonView& root, Model& model) {
     }
 }
 
+namespace {
+
+/// Earlier files hold prior/total for each class.
+ClassShares readShares(const JsonView& root, int numClasses, std::vector<int> totals) {
+    totals.resize(static_cast<std::size_t>(numClasses));
+    const auto stored = root.find("classPriors");
+    const JsonView list = stored ? *stored : root.at("classWeights");
+    ModelJson::expectSize(list, numClasses);
+    std::vector<double> priors = list.asDoubles();
+    for (std::size_t c = 0; c < priors.size() && !stored; ++c) priors[c] *= totals[c];
+    return {std::move(priors), totals};
+}
+
+}  // namespace
+
 void TreeJson::readNodes(const JsonView& root, int numClasses, Model& model) {
     const JsonView stored = root.at("nodes");
     const std::int64_t count = stored.at("depth").size();
     auto training = std::make_shared<TrainingRecord>();
     training->order = root.at("records").asInt32s();
-    training->numClasses = numClasses;
     ModelJson::expectSize(root.at("classCounts"), count * numClasses);
     training->classCounts = root.at("classCounts").asInt32s();
-    if (count > 0) ModelJson::expectSize(root.at("classWeights"), numClasses);
-    training->weights = root.at("classWeights").asDoubles();
+    if (count > 0) training->shares = readShares(root, numClasses, training->classCounts);
 
     std::vector<std::shared_ptr<Node>> nodes(static_cast<std::size_t>(count));
     for (std::int64_t k = 0; k < count; ++k) {

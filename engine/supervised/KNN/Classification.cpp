@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -17,6 +18,8 @@
 
 namespace Veltrix::Engine::Classification::KNN {
 namespace {
+
+constexpr const wchar_t* kMeasure = L"% Misclassification";
 
 /// Posterior probabilities, one vector per class.
 using Posteriors = std::vector<Vector>;
@@ -45,6 +48,7 @@ class Votes {
         : codes_(classCodes(response, classes)), totals_(classes.size()) {}
 
     void clear() {
+        numVotes_ = 0;
         total_ = 0.0;
         totals_.assign(totals_.size(), 0.0);
     }
@@ -53,11 +57,13 @@ class Votes {
             const double weight = weights[static_cast<std::uint64_t>(i)];
             totals_[codes_[static_cast<std::size_t>(neighbours(i, 0))]] += weight;
             total_ += weight;
+            ++numVotes_;
         }
     }
+    /// 0 for every class where nobody voted.
     void writeShares(std::uint64_t record, Posteriors& posteriors) const {
         for (std::uint64_t c = 0; c < totals_.size(); ++c) {
-            posteriors[c][record] = totals_[c] / total_;
+            posteriors[c][record] = numVotes_ == 0 ? 0.0 : totals_[c] / total_;
         }
     }
 
@@ -65,6 +71,7 @@ class Votes {
     std::vector<std::uint64_t> codes_;
     Vector totals_;
     double total_ = 0.0;
+    int numVotes_ = 0;
 };
 
 Posteriors emptyPosteriors(const Matrix& records, const StringVector& classes) {
@@ -157,14 +164,17 @@ Model& Model::normalizeWeights() {
     Vector weights = getWeights();
     Vector totals(getClasses().size());
     for (std::uint64_t i = 0; i < codes.size(); ++i) totals[codes[i]] += weights[i];
-    const std::vector<double> factors = classWeights(*this, totals);
+    const std::span<const double> perClass(totals.data(), totals.size());
+    const std::vector<double> factors = classWeights(countedPriors(*this, perClass), perClass);
     for (std::uint64_t i = 0; i < codes.size(); ++i) weights[i] *= factors[codes[i]];
     return setWeights(weights);
 }
 
 DataFrame Model::posteriorProbability(const Matrix& records, int k, bool includeTies, bool skipNaN,
                                       WeightingScheme scheme) const {
-    Engine::KNN::checkQuery(*this, response_.size(), records, k, "k");
+    if (!Engine::KNN::checkQuery(*this, response_.size(), records, k, "k")) {
+        Engine::KNN::failUnfitted();
+    }
     Votes votes(response_, getClasses());
     Posteriors posteriors = emptyPosteriors(records, getClasses());
     Engine::KNN::visitNeighbours(*this, records, {k, includeTies, skipNaN, scheme},
@@ -184,8 +194,9 @@ DataFrame Model::posteriorProbability(const DataFrame& records, int k, bool incl
 
 Model::KSearchInfo Model::kSearch(const Matrix& records, const StringVector& actual, int maxK,
                                   bool includeTies, bool skipNaN, WeightingScheme scheme) const {
-    Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "maxK");
+    const bool fitted = Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "maxK");
     Engine::KNN::checkActual(records, actual.size());
+    if (!fitted) return Engine::KNN::emptySearch(maxK, kMeasure);
     const int differentK = std::min(maxK, getTrainingFeatures().getNumRows());
     Votes votes(response_, getClasses());
     std::vector<Posteriors> posteriors(static_cast<std::size_t>(differentK),
@@ -212,7 +223,7 @@ Model::KSearchInfo Model::kSearch(const Matrix& records, const StringVector& act
         errors.push_back(
             100.0 - 100.0 * Metrics::accuracy(actual, Convert::toStringVector(predicted), true));
     }
-    return Engine::KNN::searchInfo(std::move(errors), maxK, L"% Misclassification");
+    return Engine::KNN::searchInfo(std::move(errors), maxK, kMeasure);
 }
 
 Model::KSearchInfo Model::kSearch(const DataFrame& records, const ConstDataFrameColumn& actual,

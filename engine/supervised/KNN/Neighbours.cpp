@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "Veltrix/Data/Convert.h"
@@ -58,16 +59,20 @@ void checkTraining(const Matrix& features, std::uint64_t responses, const Vector
          Convert::toString(*bad).toUtf8() + ", expected a finite number of at least 0");
 }
 
-void checkQuery(const Model& model, std::uint64_t responses, const Matrix& records, int k,
+bool checkQuery(const Model& model, std::uint64_t responses, const Matrix& records, int k,
                 const char* numberOf) {
     const Matrix& features = model.getTrainingFeatures();
-    checkLengths(features, responses, model.getWeights().size());
     if (k < 1) fail(numberOf + (" " + std::to_string(k)) + ", expected at least 1");
+    if (features.getNumRows() == 0 && responses == 0) return false;
+    checkLengths(features, responses, model.getWeights().size());
     if (records.getNumCols() != features.getNumCols()) {
         fail(std::to_string(records.getNumCols()) + " columns to score, the model has " +
              std::to_string(features.getNumCols()));
     }
+    return true;
 }
+
+void failUnfitted() { fail("no training records, the classes are not known"); }
 
 void checkActual(const Matrix& records, std::uint64_t actual) {
     if (actual == static_cast<std::uint64_t>(records.getNumRows())) return;
@@ -116,6 +121,13 @@ KSearchInfo searchInfo(Vector errors, int maxK, const wchar_t* measure) {
     errors.setName(measure);
     info.searchLog.append(std::move(errors));
     info.searchLog.setRowNames(names);
+    return info;
+}
+
+KSearchInfo emptySearch(int maxK, const wchar_t* measure) {
+    KSearchInfo info =
+        searchInfo(Vector(1, std::numeric_limits<double>::quiet_NaN()), maxK, measure);
+    info.bestK = 0;
     return info;
 }
 

@@ -24,11 +24,16 @@ struct Query {
 /// a finite number of at least 0.
 void checkTraining(const Matrix& features, std::uint64_t responses, const Vector& weights);
 
-/// Throws `Exception` unless the model can score `records`; `numberOf` is the name of k.
-void checkQuery(const Model& model, std::uint64_t responses, const Matrix& records, int k,
+/// Whether the model holds training records. Throws `Exception` unless k is at least 1 and, when
+/// there are training records, they fit together and have the columns of `records`; `numberOf` is
+/// the name of k.
+bool checkQuery(const Model& model, std::uint64_t responses, const Matrix& records, int k,
                 const char* numberOf);
 /// Throws `Exception` unless there is an actual value for every record.
 void checkActual(const Matrix& records, std::uint64_t actual);
+
+/// Throws `Exception` for a query whose answer has a length that only training tells.
+[[noreturn]] void failUnfitted();
 
 /// Receives the neighbours of a record as rows (training record, squared distance), ascending, and
 /// the weight of each.
@@ -45,5 +50,7 @@ int lengthOfList(const Matrix& neighbours, int k, bool includeTies);
 /// The errors of k = 1, 2, …, the last one also that of all further k up to `maxK`, as a log with
 /// the column `measure`, and the first least one.
 KSearchInfo searchInfo(Vector errors, int maxK, const wchar_t* measure);
+/// The same for a model without training records: errors NaN, and none is least.
+KSearchInfo emptySearch(int maxK, const wchar_t* measure);
 
 }  // namespace Veltrix::Engine::KNN

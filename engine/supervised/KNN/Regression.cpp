@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -10,6 +11,8 @@
 
 namespace Veltrix::Engine::Regression::KNN {
 namespace {
+
+constexpr const wchar_t* kMeasure = L"RMSE";
 
 /// Running weighted mean of the neighbours' responses.
 struct Average {
@@ -79,15 +82,17 @@ Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& response,
 
 DataFrame Model::predict(const Matrix& records, int k, bool includeTies, bool skipNaN,
                          WeightingScheme scheme) const {
-    Engine::KNN::checkQuery(*this, response_.size(), records, k, "k");
-    Vector predictions(static_cast<std::uint64_t>(records.getNumRows()));
-    Engine::KNN::visitNeighbours(
-        *this, records, {k, includeTies, skipNaN, scheme},
-        [&](int record, const Matrix& neighbours, const Vector& weights) {
-            Average average;
-            average.add(response_, neighbours, weights, 0, neighbours.getNumRows());
-            predictions[static_cast<std::uint64_t>(record)] = average.mean();
-        });
+    Vector predictions(static_cast<std::uint64_t>(records.getNumRows()),
+                       std::numeric_limits<double>::quiet_NaN());
+    if (Engine::KNN::checkQuery(*this, response_.size(), records, k, "k")) {
+        Engine::KNN::visitNeighbours(
+            *this, records, {k, includeTies, skipNaN, scheme},
+            [&](int record, const Matrix& neighbours, const Vector& weights) {
+                Average average;
+                average.add(response_, neighbours, weights, 0, neighbours.getNumRows());
+                predictions[static_cast<std::uint64_t>(record)] = average.mean();
+            });
+    }
     predictions.setName(L"Prediction");
     DataFrame frame(L"Scores: " + records.getName());
     frame.append(std::move(predictions));
@@ -101,8 +106,9 @@ DataFrame Model::predict(const DataFrame& records, int k, bool includeTies, bool
 
 Model::KSearchInfo Model::kSearch(const Matrix& records, const Vector& actual, int maxK,
                                   bool includeTies, bool skipNaN, WeightingScheme scheme) const {
-    Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "maxK");
+    const bool fitted = Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "maxK");
     Engine::KNN::checkActual(records, actual.size());
+    if (!fitted) return Engine::KNN::emptySearch(maxK, kMeasure);
     const int differentK = std::min(maxK, getTrainingFeatures().getNumRows());
     std::vector<Vector> predictions(static_cast<std::size_t>(differentK), Vector(actual.size()));
     Engine::KNN::visitNeighbours(
@@ -120,7 +126,7 @@ Model::KSearchInfo Model::kSearch(const Matrix& records, const Vector& actual, i
         });
     Vector errors;
     for (const Vector& ofK : predictions) errors.push_back(Metrics::RMSE(actual, ofK));
-    return Engine::KNN::searchInfo(std::move(errors), maxK, L"RMSE");
+    return Engine::KNN::searchInfo(std::move(errors), maxK, kMeasure);
 }
 
 Model::KSearchInfo Model::kSearch(const DataFrame& records, const ConstDataFrameColumn& actual,

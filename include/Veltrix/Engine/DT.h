@@ -71,8 +71,6 @@ class VELTRIX_ENGINE_API Model : public BinaryTree,
     explicit Model(Params params) : params_(std::move(params)) {}
     Model(const Model&) = default;
     Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
-    Model& operator=(Model&&) noexcept = default;
     ~Model() override;
 
     const Params& getParams() const noexcept { return params_; }
@@ -130,6 +128,12 @@ class VELTRIX_ENGINE_API Model : public BinaryTree,
     StringVector getCategories(int column) const;
 
   protected:
+    /// For the models proper, which assign as a whole.
+    Model& operator=(const Model&) = default;
+    Model& operator=(Model&&) noexcept = default;
+
+    /// What the model predicts at nodes: class indexes, or mean responses.
+    virtual Vector predictionsAt(const std::vector<const Node*>& nodes) const = 0;
     /// 0/1 for classes, squared difference for numbers.
     virtual double predictionError(double prediction, double actual) const = 0;
     /// s in the best pruned tree's threshold.
@@ -144,8 +148,8 @@ class VELTRIX_ENGINE_API Model : public BinaryTree,
     /// The name of a column in reports.
     WString nameOf(int column) const;
     /// Goes back to the state before growth.
-    void forget();
-    /// Takes a grown tree over.
+    void forget() noexcept;
+    /// Takes a grown tree over. A failure leaves a part of it: for a model that is built aside.
     void adopt(GrownTree tree, Factorizer inputs, const StringVector& colNames);
 
     Params params_;
@@ -158,16 +162,9 @@ class VELTRIX_ENGINE_API Model : public BinaryTree,
     Pruning pruning_;
 
   private:
-    /// A cut of the sequence: the node, and the first tree without its subtree.
-    struct Cut {
-        Node* node;
-        int tree;
-    };
     const Node& child(const Node& node, double value) const;
-    std::vector<Cut> computeSequence();
-    void computePrunedTreesError(const Matrix& features, const Vector& response,
-                                 const std::vector<Cut>& cuts);
-    Vector fillNumValidationRecords(const Matrix& features, const Vector& response);
+    Vector fillNumValidationRecords(const std::vector<Node*>& nodes, const Matrix& features,
+                                    const Vector& response) const;
 
     friend class TreeJson;
 };
@@ -185,7 +182,12 @@ namespace Classification {
 /// probability is at least the cutoff, and the other class otherwise.
 ///
 /// Classes without an order given are the distinct labels, ascending; priors that are not set are
-/// the shares of the training records. Both are kept by later fits, as roles keep them. A column of
+/// the shares of the training records. Both are kept by later fits, as roles keep them. A prior of
+/// 0 counts as it stands; a node whose records all have it has no P(c) and is never made. Priors,
+/// success class and cutoff set after a fit count from then on wherever P(c) or a label is asked
+/// for, pruning, rules and drawings included; the fields of the nodes stay those of the fit. P(c)
+/// is rounded once, so that shares that are equal tie and reach a cutoff they are equal to. Queries
+/// throw `std::out_of_range` when a class with training records has no prior any more. A column of
 /// more than 20 categories is searched in the order of the categories' class shares when there are
 /// two classes, which finds the same best measure unless `minRecords` rules it out; with three or
 /// more it is refused with an `Exception` that names it.
@@ -195,7 +197,7 @@ class VELTRIX_ENGINE_API Model : public DT::Model, public Engine::Classification
     explicit Model(Params params) : DT::Model(std::move(params)) {}
     Model(const Model&) = default;
     Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
+    Model& operator=(const Model& other) { return *this = Model(other); }
     Model& operator=(Model&&) noexcept = default;
     ~Model() override;
 
@@ -211,17 +213,17 @@ class VELTRIX_ENGINE_API Model : public DT::Model, public Engine::Classification
     Model& selectManual(int maxDecisionNodes) override;
     Model& setParams(const Params& params) override;
     Model& setColNames(const StringVector& names) override;
-    /// Renames the classes of a grown tree; a list of another length forgets the tree.
+    /// Renames the classes of a grown tree, their priors and the success class among them; a list
+    /// of another length forgets the tree.
     Model& setClasses(const StringVector& classes) override;
-    /// These and the priors take effect with the next fit.
     Model& setSuccessClass(const WString& successClass) override;
     Model& setSuccessProbabilityCutoff(double cutoff) override;
     Model& setPrior(const WString& label, double prior) override;
     Model& setPrior(const PriorMap& priors) override;
     bool isClassification() const override { return true; }
 
-    /// P(c) of the leaf of every record, n × classes in the order of the class list; NaN before
-    /// growth. Throws as `findNodes`.
+    /// P(c) of the leaf of every record, n × classes in the order of the class list. Throws
+    /// `Exception` before growth, and as `findNodes`.
     Matrix posteriorProbability(const DataFrame& records) const;
     Matrix posteriorProbability(const Matrix& records) const;
     /// The label of the leaf of every record, "nan" before growth. Throws as `findNodes`.
@@ -234,9 +236,11 @@ class VELTRIX_ENGINE_API Model : public DT::Model, public Engine::Classification
     void fromJsonString(const WString& json) override;
 
   protected:
+    Vector predictionsAt(const std::vector<const Node*>& nodes) const override;
     double predictionError(double prediction, double actual) const override;
     double computeStdDevMinError() const override;
     WString describeLabel(const Node& node) const override;
+    double probabilityOfLabel(const Node& node) const override;
 
   private:
     void grow(const Features& features, const IntVector& codes, const StringVector& classes,
@@ -261,7 +265,7 @@ class VELTRIX_ENGINE_API Model : public DT::Model {
     explicit Model(Params params) : DT::Model(std::move(params)) {}
     Model(const Model&) = default;
     Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
+    Model& operator=(const Model& other) { return *this = Model(other); }
     Model& operator=(Model&&) noexcept = default;
     ~Model() override;
 
@@ -286,6 +290,7 @@ class VELTRIX_ENGINE_API Model : public DT::Model {
     void fromJsonString(const WString& json) override;
 
   protected:
+    Vector predictionsAt(const std::vector<const Node*>& nodes) const override;
     double predictionError(double prediction, double actual) const override;
     double computeStdDevMinError() const override;
     WString describeLabel(const Node& node) const override;

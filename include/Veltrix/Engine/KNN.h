@@ -27,9 +27,11 @@
 /// `skipNaN` leaves out training records whose distance is NaN; otherwise they come last, in
 /// training order. A k above n takes all training records.
 ///
-/// A record without neighbours, or whose neighbours' weights sum to 0 or NaN, gets NaN. A query
-/// throws `Exception` when the model holds no training records, its features, response and weights
-/// differ in length, the number of columns differs from training, or k is below 1. The time is
+/// A record whose neighbours' weights sum to 0 or NaN gets NaN. Without any neighbour every
+/// probability is 0, so that the class prediction falls to the priors, and a mean is NaN. Before a
+/// fit predictions and errors are NaN; probabilities throw `Exception`, for their classes are not
+/// known. So does a query when features, response and weights differ in length, the number of
+/// columns differs from training, or k is below 1. The time is
 /// O(m n p). Memory beyond the result stays below 32 MiB plus 200 bytes for each of the k
 /// neighbours and 16 for each training record, whatever m; when an allocation fails the records are
 /// scored one by one, which needs least, with the same results. A fitted model may be read from
@@ -43,7 +45,7 @@ using KNearestNeighbors::WeightingScheme;
 
 /// What a search over k found.
 struct KSearchInfo {
-    int bestK = 0;        ///< the k of the least error, the smallest such k; 0 before a search
+    int bestK = 0;        ///< the k of the least error, the smallest such k; 0 before a fit
     DataFrame searchLog;  ///< "Search Log": one column, rows "1", "2", …, maxK
 };
 
@@ -82,8 +84,8 @@ namespace Classification::KNN {
 
 /// Posterior probability of class c: the share Σ wᵢ [class of i = c] / Σ wᵢ of the neighbours'
 /// weights. Priors act through the record weights: after a fit those of every class sum to the
-/// class's prior. Unless set before, priors are the shares of the record weights (the counts when
-/// all are 1), and the class list is the distinct labels in ascending order.
+/// class's prior, 0 included. Unless set before, priors are the shares of the record weights (the
+/// counts when all are 1), and the class list is the distinct labels in ascending order.
 ///
 /// A fit throws `Exception` when there is no record, lengths differ, or a weight is negative or not
 /// finite, and `std::out_of_range` when a label has no prior or is no class; the model is then as
@@ -100,7 +102,7 @@ class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
     Model() = default;
     Model(const Model&) = default;
     Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
+    Model& operator=(const Model& other) { return *this = Model(other); }
     Model& operator=(Model&&) noexcept = default;
     ~Model() override;
 
@@ -172,7 +174,7 @@ class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
     Model() = default;
     Model(const Model&) = default;
     Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
+    Model& operator=(const Model& other) { return *this = Model(other); }
     Model& operator=(Model&&) noexcept = default;
     ~Model() override;
 

@@ -9,7 +9,8 @@
 
 /// @file
 /// Small base classes, each of which gives a model one role. All are values. Setters store their
-/// argument unchecked and return the object, so that calls chain.
+/// argument unchecked and return the object, so that calls chain. An operation that fails (for
+/// want of memory) leaves the object as it was.
 
 namespace Veltrix::Engine {
 
@@ -67,7 +68,9 @@ class VELTRIX_ENGINE_API BinaryTargetCategorizable : public TargetCategorizable 
     explicit BinaryTargetCategorizable(const StringVector& classes);
     BinaryTargetCategorizable(const BinaryTargetCategorizable&) = default;
     BinaryTargetCategorizable(BinaryTargetCategorizable&&) noexcept = default;
-    BinaryTargetCategorizable& operator=(const BinaryTargetCategorizable&) = default;
+    BinaryTargetCategorizable& operator=(const BinaryTargetCategorizable& other) {
+        return *this = BinaryTargetCategorizable(other);
+    }
     BinaryTargetCategorizable& operator=(BinaryTargetCategorizable&&) noexcept = default;
     ~BinaryTargetCategorizable() override;
 
@@ -93,7 +96,7 @@ class VELTRIX_ENGINE_API Priorable : public BinaryTargetCategorizable {
     Priorable() = default;
     Priorable(const Priorable&) = default;
     Priorable(Priorable&&) noexcept = default;
-    Priorable& operator=(const Priorable&) = default;
+    Priorable& operator=(const Priorable& other) { return *this = Priorable(other); }
     Priorable& operator=(Priorable&&) noexcept = default;
     ~Priorable() override;
 
@@ -123,7 +126,7 @@ class VELTRIX_ENGINE_API Modelable : public Priorable {
     Modelable() = default;
     Modelable(const Modelable&) = default;
     Modelable(Modelable&&) noexcept = default;
-    Modelable& operator=(const Modelable&) = default;
+    Modelable& operator=(const Modelable& other) { return *this = Modelable(other); }
     Modelable& operator=(Modelable&&) noexcept = default;
     ~Modelable() override;
 

@@ -26,7 +26,7 @@ struct VELTRIX_ENGINE_API Node {
     Node(Node&&) noexcept = default;
     Node& operator=(const Node&) = default;
     Node& operator=(Node&&) noexcept = default;
-    /// Takes subtrees apart one node after the other, however deep they are.
+    /// Takes subtrees apart one node after the other, however deep they are, and allocates nothing.
     ~Node();
 
     std::shared_ptr<Node> left;    ///< empty for a leaf
@@ -71,7 +71,7 @@ struct VELTRIX_ENGINE_API Node {
     IntVector records() const;
     /// Records by class, length = classes; empty in regression.
     Vector classCounts() const;
-    /// P(c), length = classes; empty in regression.
+    /// P(c), length = classes; empty in regression. NaN for a node of probability 0.
     Vector classProbabilities() const;
 };
 
@@ -162,6 +162,8 @@ class VELTRIX_ENGINE_API BinaryTree {
     virtual bool isCategorical(int column) const = 0;
     /// Class label, or mean response.
     virtual WString describeLabel(const Node& node) const = 0;
+    /// P of the class that a node is labelled with; NaN in regression.
+    virtual double probabilityOfLabel(const Node& node) const;
 
     /// `Node::update` of every node, children first: leaves, risks and strengths of the whole tree.
     void computeBranchStrength();
