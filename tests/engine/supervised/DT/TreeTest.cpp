@@ -1,4 +1,5 @@
 // What trees do at the edges: ties, missing and unknown values, limits, mistakes, storage.
+#include <chrono>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -152,16 +153,86 @@ TEST(Tree, SplitsWithoutGainAreNotMade) {
     EXPECT_EQ(numbers.fit(oneColumn({-kInfinity, kInfinity, 1.0}), {1, 9, 2}).getNumNodes(), 3);
 }
 
-TEST(Tree, EqualVotesAreEqualWhateverTheClassSizes) {
+/// Records of class c at value x, by (x, c, records).
+struct Records {
+    double x;
+    int c;
+    int records;
+};
+
+DT::Classification::Model fitted(const std::vector<Records>& data, const Vector& priors) {
+    Vector x;
+    Vector y;
+    for (const Records& each : data) {
+        for (int i = 0; i < each.records; ++i) {
+            x.push_back(each.x);
+            y.push_back(each.c);
+        }
+    }
     DT::Classification::Model model(noLimits());
-    // The shares 2/5 and 3/5 over 2 and 3 records differ in the last digit.
-    model.fit(oneColumn({0, 0, 1, 1, 1}), {0, 1, 0, 1, 1});
-    EXPECT_EQ(model.posteriorProbability(oneColumn({0}))(0, 0), 0.5);
-    EXPECT_EQ(model.getRoot()->left->label, 1.0);  // the second class reaches its cutoff
-    model.fit(oneColumn({1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2}),
-              {0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1});
-    EXPECT_EQ(model.posteriorProbability(oneColumn({1, 2})).getAsDoubleVector(),
-              (Vector{1, 0, 0, 1}));
+    for (std::uint64_t c = 0; c < priors.size(); ++c) {
+        model.setPrior(Convert::toString(static_cast<int>(c)), priors[c]);
+    }
+    model.fit(oneColumn(x), y);
+    return model;
+}
+
+TEST(Tree, EqualSharesTieAndReachTheCutoff) {
+    const struct {
+        std::vector<Records> data;
+        Vector priors;
+        Vector probabilities;  // of the node at 0
+        const char* label;     // the second of two classes is success from 0.5 on
+    } cases[] = {
+        // The shares 2/5 and 3/5 over 2 and 3 records differ in the last digit.
+        {{{0, 0, 1}, {0, 1, 1}, {1, 0, 1}, {1, 1, 2}}, {}, {0.5, 0.5}, "1"},
+        // 0.5/98 rounded would part 49 of 98 from 1 of 2, and so with 7 of 9 and 1 of 3.
+        {{{0, 0, 1}, {0, 1, 49}, {1, 0, 1}, {1, 1, 40}, {2, 1, 9}}, {0.5, 0.5}, {0.5, 0.5}, "1"},
+        {{{0, 0, 7}, {0, 1, 1}, {1, 0, 2}, {1, 1, 2}}, {0.3, 0.7}, {0.5, 0.5}, "1"},
+        // Of three classes the first.
+        {{{0, 1, 1}, {0, 2, 1}, {1, 0, 1}, {1, 1, 5}, {1, 2, 2}},
+         {0.1, 0.6, 0.3},
+         {0, 0.5, 0.5},
+         "1"},
+        {{{0, 0, 5}, {1, 1, 7}}, {}, {1, 0}, "0"},
+    };
+    for (const auto& [data, priors, probabilities, label] : cases) {
+        const DT::Classification::Model model = fitted(data, priors);
+        const Matrix found = model.posteriorProbability(oneColumn({0}));
+        EXPECT_EQ(found.getAsDoubleVector(), probabilities) << label << " " << priors.size();
+        EXPECT_EQ(model.predict(oneColumn({0}))[0].toUtf8(), label) << priors.size();
+    }
+}
+
+TEST(Tree, PriorsCountAsTheyStand) {
+    // Priors 0 and 1 are the probabilities of the root, which then needs no split.
+    const DT::Classification::Model sure = fitted({{0, 0, 3}, {1, 1, 1}}, {0, 1});
+    EXPECT_EQ(sure.getRoot()->classProbabilities(), (Vector{0, 1}));
+    EXPECT_EQ(sure.getRoot()->risk, 0.0);
+    EXPECT_EQ(sure.getNumNodes(), 1);
+    // A class of prior 0 counts nowhere; records of that class alone make no node.
+    DT::Classification::Model model =
+        fitted({{0, 0, 4}, {1, 1, 1}, {1, 0, 9}, {2, 2, 3}}, {0, 0.25, 0.75});
+    EXPECT_EQ(model.getRoot()->classProbabilities(), (Vector{0, 0.25, 0.75}));
+    EXPECT_EQ(model.posteriorProbability(oneColumn({0, 2})).getAsDoubleVector(),
+              (Vector{0, 0, 1, 0, 0, 1}));
+    EXPECT_EQ(model.getNumLeaves(), 2);
+    // Set after the fit they count at the query, in pruning and in what is drawn.
+    model.setPrior({{L"0", 0.5}, {L"1", 0.25}, {L"2", 0.25}});
+    const double share = 0.5 / (0.5 + 0.25);
+    EXPECT_TRUE(allNear(model.posteriorProbability(oneColumn({0})).getAsDoubleVector(),
+                        Vector{share, 1 - share, 0}, {1e-15, 0.0}));
+    EXPECT_EQ(model.predict(oneColumn({0}))[0], L"0");
+    EXPECT_EQ(model.getRules()[0].outcome, L"0");
+    EXPECT_TRUE(isNear(model.getRules()[0].probability, share, {1e-15, 0.0}));
+    EXPECT_EQ(model.prune(oneColumn({0, 2}), {0, 2}).getPruning().errors[0], 0.0);
+    // Classes that are renamed take priors and success along.
+    DT::Classification::Model two = fitted({{0, 0, 3}, {0, 1, 1}, {1, 1, 5}}, {});
+    two.setSuccessClass(L"0").setSuccessProbabilityCutoff(0.8);
+    EXPECT_EQ(two.predict(oneColumn({0}))[0], L"1");
+    EXPECT_EQ(two.setClasses({L"n", L"y"}).predict(oneColumn({0}))[0], L"y");
+    EXPECT_EQ(two.getPrior(L"y"), 2.0 / 3);
+    EXPECT_THROW(two.setPrior({{L"n", 1.0}}).predict(oneColumn({0})), std::out_of_range);
 }
 
 TEST(Tree, MissingNumbersGoRight) {
@@ -256,6 +327,27 @@ TEST(Tree, EnumeratedAndOrderedSubsetsAreBest) {
         model.fit(frame(Util::all, IntVector{0}), all(Util::all, 2));
         EXPECT_TRUE(isNear(model.getRiskLog()[1], leastErrorOfACut(y), {1e-12, 0.0})) << levels;
     }
+}
+
+// The response rises with the level, so that every cut of the root beats the one before it. To
+// build a subset for each took half a minute.
+TEST(Tree, ManyLevelsCostNoMoreThanTheirOrder) {
+    const int levels = 40000;
+    Vector x(levels);
+    Vector y(levels);
+    for (int i = 0; i < levels; ++i) {
+        x[static_cast<std::uint64_t>(i)] = i;
+        y[static_cast<std::uint64_t>(i)] = std::exp(i / 4000.0);
+    }
+    DT::Params params = noLimits();
+    params.categorical = {0};
+    params.maxSplits = 2000;
+    DT::Regression::Model model(params);
+    const auto start = std::chrono::steady_clock::now();
+    model.fit(oneColumn(x), y);
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(model.getNumLeaves(), 2001);
+    EXPECT_LT(seconds.count(), 10.0);
 }
 
 TEST(Tree, DeepTreesArePrunedToTheRoot) {
@@ -385,6 +477,14 @@ TEST(Tree, MistakesAreNamed) {
              classes.setClasses({L"a", L"b"}).fit(x, {0, 1, 2});
          }},
         {"3 columns in the features, 2 in training", [&] { model.predict(Matrix(1, 3)); }},
+        {"classes are not known", [&] { DT::Classification::Model().posteriorProbability(x); }},
+        {"Tree prune: response within",
+         [&] {
+             DataFrame frame = Convert::toDataFrame(x);
+             frame.append(Vector{0, kNaN, 1});
+             classes.setClasses({}).fit(x, {0, 1, 1});
+             classes.prune(frame(Util::all, IntVector{0, 1}), frame(Util::all, 2));
+         }},
         {"no tree was grown",
          [&] {
              DT::Regression::Model().prune(x, {1, 2, 3});
@@ -407,11 +507,9 @@ TEST(Tree, MistakesAreNamed) {
     // Setters after a fit leave a usable model.
     EXPECT_THAT(model.setColNames({L"a"}).toString().toUtf8(), HasSubstr("a < 1.5"));
     EXPECT_THAT(model.setColNames({}).toString().toUtf8(), HasSubstr("X1 < 1.5"));
-    classes.setClasses({}).fit(x, {0, 1, 1});
-    EXPECT_EQ(classes.setClasses({L"n", L"y"}).predict(x)[2], L"y");
     EXPECT_EQ(classes.setClasses({L"a", L"b", L"c"}).getRoot(), nullptr);
-    EXPECT_TRUE(std::isnan(classes.posteriorProbability(x)(0, 2)));
     // Before growth nothing is known.
+    EXPECT_EQ(classes.predict(x)[2], L"nan");
     EXPECT_TRUE(std::isnan(DT::Regression::Model().predict(x)[2]));
     EXPECT_EQ(DT::Regression::Model().findNode(Convert::toDataFrame(x)(0, Util::all)), nullptr);
     // All limits 0 grow a bare root.

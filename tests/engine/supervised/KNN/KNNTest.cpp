@@ -175,7 +175,8 @@ TEST(KNN, SpecialRecords) {
         // Without a distance the first records count, or none.
         {posterior(kNaN, 1, false, false, kEqual), {0, 0, 1, 0}},
         {posterior(kNaN, 1, false, false, kInverse), none},
-        {posterior(kNaN, 1, false, true, kEqual), none},
+        // Without any neighbour nobody votes.
+        {posterior(kNaN, 1, false, true, kEqual), {0, 0, 0, 0}},
     };
     for (const auto& [found, expected] : cases) EXPECT_TRUE(allNear(found, expected, within));
     // Records of weight 0 have no vote, and without any weight there is no answer.
@@ -224,7 +225,7 @@ TEST(KNN, BadInputIsRefused) {
         {"2 columns to score, the model has 1", [&] { scored(m, Matrix(1, 2), 1); }},
         {"1 actual values, 5 records",
          [&] { m.kSearch(kLine, StringVector(1), 1, true, false, kEqual); }},
-        {"no training records", [] { scored(Classifier(), kLine, 1); }},
+        {"the classes are not known", [] { scored(Classifier(), kLine, 1); }},
         {"no training records", [] { Regressor().fit(Matrix(), Vector()); }},
         {"4 responses, 5 training records", [&] { m.fit(kLine, StringVector(4)); }},
         {"3 weights, 5", [&] { m.fit(kLine, kLabels, Vector(3)); }},
