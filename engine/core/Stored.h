@@ -29,15 +29,16 @@ namespace Engine {
 template <class Archive, class Model>
 void storedRoles(Archive& a, Model& model) {
     using Classification::Priorable;
+    // The setters are templates, so that a writer's const model need not have them.
     a.property(
         "classes", [&] { return model.getClasses(); },
-        [&](const StringVector& classes) { model.setClasses(classes); });
+        [&](const auto& classes) { model.setClasses(classes); });
     a.property(
         "successClass", [&] { return model.getSuccessClass(); },
-        [&](const WString& label) { model.setSuccessClass(label); });
+        [&](const auto& label) { model.setSuccessClass(label); });
     a.property(
         "cutoff", [&] { return model.getSuccessProbabilityCutoff(); },
-        [&](double cutoff) { model.setSuccessProbabilityCutoff(cutoff); });
+        [&](const auto& cutoff) { model.setSuccessProbabilityCutoff(cutoff); });
     StringVector labels;
     Vector priors;
     if constexpr (!Archive::kReads) {

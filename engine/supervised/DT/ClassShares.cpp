@@ -1,10 +1,9 @@
 #include "engine/supervised/DT/ClassShares.h"
 
 #include <algorithm>
-#include <string>
 #include <utility>
 
-#include "Veltrix/Data/Exception.h"
+#include "engine/core/Checks.h"
 #include "engine/core/ClassWeights.h"
 
 namespace Veltrix::Engine::DT {
@@ -12,10 +11,8 @@ namespace {
 
 std::vector<double> priorsOf(const Engine::Classification::Priorable& model,
                              const std::vector<int>& totals) {
-    if (model.getClasses().size() != totals.size()) {
-        throw Exception("Tree prediction: " + std::to_string(model.getClasses().size()) +
-                        " classes in the model, " + std::to_string(totals.size()) + " in its tree");
-    }
+    Veltrix::Checks::counts("Tree prediction", model.getClasses().size(), "classes in the model",
+                            totals.size(), "classes in its tree");
     return countedPriors(model, std::vector<double>(totals.begin(), totals.end()));
 }
 

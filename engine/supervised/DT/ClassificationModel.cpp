@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "Veltrix/Data/Convert.h"
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Engine/DT.h"
+#include "engine/core/Checks.h"
 #include "engine/supervised/DT/ClassShares.h"
 #include "engine/supervised/DT/ClassTarget.h"
 #include "engine/supervised/DT/FrameCoding.h"
@@ -37,9 +37,10 @@ IntVector toCodes(const Vector& response, int numClasses) {
     for (std::uint64_t i = 0; i < response.size(); ++i) {
         const double code = response[i];
         if (!(code >= 0.0 && code < numClasses && code == std::floor(code))) {
-            throw Exception("Tree fit: class code from 0 to " + std::to_string(numClasses - 1) +
-                            " expected in row " + std::to_string(i) + ", found " +
-                            Support::numberText(code));
+            Checks::fail(ErrorCode::invalidArgument, "Tree fit",
+                         "class code of record " + std::to_string(i) + " is " +
+                             Support::numberText(code) + ", 0 to " +
+                             std::to_string(numClasses - 1) + " expected");
         }
         codes.push_back(static_cast<int>(code));
     }
@@ -64,10 +65,11 @@ void checkCategories(const std::vector<int>& numCategories, std::size_t numClass
     for (std::size_t j = 0; j < numCategories.size(); ++j) {
         if (numCategories[j] <= kMostEnumerated) continue;
         const std::string name = j < colNames.size() ? " (\"" + colNames[j].toUtf8() + "\")" : "";
-        throw Exception("Tree fit: column " + std::to_string(j) + name + " has " +
-                        std::to_string(numCategories[j]) + " categories, with " +
-                        std::to_string(numClasses) + " classes at most " +
-                        std::to_string(kMostEnumerated) + " expected");
+        Checks::fail(ErrorCode::tooLarge, "Tree fit",
+                     "column " + std::to_string(j) + name + " has " +
+                         std::to_string(numCategories[j]) + " categories, with " +
+                         std::to_string(numClasses) + " classes at most " +
+                         std::to_string(kMostEnumerated) + " expected");
     }
 }
 
@@ -100,7 +102,7 @@ static_assert(std::is_nothrow_move_constructible_v<Model>);
 static_assert(std::is_nothrow_move_assignable_v<Model>);
 
 void Model::grow(const Features& features, const IntVector& codes, const StringVector& classes,
-                 const IntVector& categorical, Factorizer inputs, const StringVector& colNames) {
+                 const IntVector& categorical, InputColumns inputs) {
     checkShape(features.numRows(), features.numCols(), codes.size());
     Vector counts(classes.size());
     for (const int code : codes) counts[static_cast<std::uint64_t>(code)] += 1.0;
@@ -109,12 +111,12 @@ void Model::grow(const Features& features, const IntVector& codes, const StringV
     // A record for each class that weighs as many as there are gives the same shares.
     roles.fit(classes, counts);
     Categories categories = readCategories(features, categorical);
-    checkCategories(categories.counts, classes.size(), colNames);
+    checkCategories(categories.counts, classes.size(), inputs.names);
     const ClassShares shares(roles, std::vector<int>(counts.begin(), counts.end()));
     Growth growth(features, std::move(categories), params_,
                   ClassTarget(codes, shares, LabelRule(roles)));
     Model fitted(params_);  // so that a failure leaves this model as it is
-    fitted.adopt(growth.run(), std::move(inputs), colNames);
+    fitted.adopt(growth.run(), std::move(inputs));
     fitted.Modelable::operator=(std::move(roles));
     *this = std::move(fitted);
 }
@@ -126,13 +128,13 @@ Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& respons
     const auto unknown = std::find(codes.begin(), codes.end(), -1);
     if (unknown != codes.end()) {
         const auto row = static_cast<int>(unknown - codes.begin());
-        throw Exception("Tree fit: response \"" + response(row).toString().toUtf8() + "\" in row " +
-                        std::to_string(row) + " is not in the class list");
+        Checks::fail(ErrorCode::invalidArgument, "Tree fit",
+                     "response of record " + std::to_string(row) + " is \"" +
+                         response(row).toString().toUtf8() + "\", one of the classes expected");
     }
-    const Factorizer inputs = learnCategories(features, params_.categorical);
-    const IntVector categorical = knownColumns(features, inputs);
-    grow(FrameFeatures(features, inputs), codes, classes, categorical, inputs,
-         features.getColNames());
+    const InputColumns inputs = learnColumns(features, params_.categorical);
+    const IntVector categorical = knownColumns(features, inputs.categories);
+    grow(FrameFeatures(features, inputs.categories), codes, classes, categorical, inputs);
     return *this;
 }
 
@@ -140,7 +142,7 @@ Model& Model::fit(const Matrix& features, const Vector& response) {
     checkShape(features.getNumRows(), features.getNumCols(), response.size());
     const StringVector classes = getClasses().empty() ? numberedClasses(response) : getClasses();
     grow(MatrixFeatures(features), toCodes(response, static_cast<int>(classes.size())), classes,
-         params_.categorical, {}, colNames_);
+         params_.categorical, {{}, {}, colNames_});
     return *this;
 }
 
@@ -148,7 +150,7 @@ Model& Model::prune(const DataFrame& features, const ConstDataFrameColumn& respo
     checkColumns("Tree prune", features.getNumCols());
     checkLabels("Tree prune", response);
     const IntVector codes = classCodes(response, getClasses());
-    prune(encodeFrame(features, inputs_), Vector(codes.begin(), codes.end()));
+    prune(encodeFrame(features, frameColumns_, inputs_), Vector(codes.begin(), codes.end()));
     return *this;
 }
 
@@ -210,7 +212,7 @@ Model& Model::setPrior(const PriorMap& priors) {
 }
 
 Matrix Model::posteriors(const std::vector<const Node*>& leaves) const {
-    if (!root_) throw Exception("Tree prediction: no tree was grown, its classes are not known");
+    Checks::fitted("Tree prediction", root_ != nullptr);  // else the classes are not known
     const ClassShares shares(*this, root_->training->totals());
     Matrix result(static_cast<int>(leaves.size()), getNumClasses());
     std::vector<double> row(shares.numClasses());

@@ -10,6 +10,6 @@ Vector MatrixFeatures::column(int j) const {
     return Convert::toDoubleVector(x_(Veltrix::Util::all, j));
 }
 
-Vector FrameFeatures::column(int j) const { return encodeColumn(frame_, j, inputs_); }
+Vector FrameFeatures::column(int j) const { return encodeColumn(frame_, j, j, inputs_); }
 
 }  // namespace Veltrix::Engine::DT

@@ -3,18 +3,19 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "Veltrix/Data/Convert.h"
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
+#include "engine/core/Checks.h"
 #include "support/NumberText.h"
 
 namespace Veltrix::Engine::DT {
 namespace {
 
-/// The column under the name of its position.
-DataFrame renamed(const DataFrame& frame, int column) {
-    DataFrame result = frame(Veltrix::Util::all, IntVector{column});
+/// The column at a position of the frame under the name by which it is known.
+DataFrame renamed(const DataFrame& frame, int position, int column) {
+    DataFrame result = frame(Veltrix::Util::all, IntVector{position});
     result.setColName(0, categoryColumn(column));
     return result;
 }
@@ -23,21 +24,19 @@ DataFrame renamed(const DataFrame& frame, int column) {
 
 WString categoryColumn(int column) { return Convert::toString(column); }
 
-Factorizer learnCategories(const DataFrame& frame, const IntVector& categorical) {
+InputColumns learnColumns(const DataFrame& frame, const IntVector& categorical) {
     for (const int column : categorical) {
-        if (column >= 0 && column < frame.getNumCols()) continue;
-        throw Exception("Tree fit: categorical column " + std::to_string(column) + ", 0 to " +
-                        std::to_string(frame.getNumCols() - 1) + " expected");
+        Checks::index("Tree fit", "categorical column", column, frame.getNumCols());
     }
     Factorizer inputs;
     for (int j = 0; j < frame.getNumCols(); ++j) {
         const bool text = frame(Veltrix::Util::all, j).getKind() == ColumnKind::text;
         if (text || categorical.exists(j)) {
-            const DataFrame column = renamed(frame, j);
+            const DataFrame column = renamed(frame, j, j);
             inputs.fit(column(Veltrix::Util::all, 0));
         }
     }
-    return inputs;
+    return {std::move(inputs), FrameColumns(frame.getColNames()), frame.getColNames()};
 }
 
 IntVector knownColumns(const DataFrame& frame, const Factorizer& inputs) {
@@ -48,21 +47,23 @@ IntVector knownColumns(const DataFrame& frame, const Factorizer& inputs) {
     return columns;
 }
 
-Vector encodeColumn(const DataFrame& frame, int column, const Factorizer& inputs) {
+Vector encodeColumn(const DataFrame& frame, int position, int column, const Factorizer& inputs) {
     if (!inputs.isFactorized(categoryColumn(column))) {
-        return frame(Veltrix::Util::all, column).toDoubleVector();
+        return frame(Veltrix::Util::all, position).toDoubleVector();
     }
-    const DataFrame alone = renamed(frame, column);
+    const DataFrame alone = renamed(frame, position, column);
     const IntVector codes = inputs.transform(alone(Veltrix::Util::all, 0));
     return {codes.begin(), codes.end()};
 }
 
-Matrix encodeFrame(const DataFrame& frame, const Factorizer& inputs) {
+Matrix encodeFrame(const DataFrame& frame, const FrameColumns& columns, const Factorizer& inputs) {
     Matrix result(frame.getNumRows(), frame.getNumCols(), MatrixOrderType::columnMajor,
                   Storage::kUnfilled);
     double* target = result.data();
-    for (int j = 0; j < frame.getNumCols(); ++j) {
-        target = std::ranges::copy(encodeColumn(frame, j, inputs), target).out;
+    int column = 0;
+    for (const int position : columns.positions(frame)) {
+        target = std::ranges::copy(encodeColumn(frame, position, column, inputs), target).out;
+        ++column;
     }
     return result;
 }
@@ -80,20 +81,15 @@ void checkResponse(const char* operation, const Vector& response) {
     const auto bad =
         std::ranges::find_if(response, [](double y) { return !(std::fabs(y) <= kLargest); });
     if (bad == response.end()) return;
-    throw Exception(std::string(operation) + ": response within 1e150 of 0 expected in row " +
-                    std::to_string(bad - response.begin()) + ", found " +
-                    Support::numberText(*bad));
+    Checks::fail(ErrorCode::notFinite, operation,
+                 "response of record " + std::to_string(bad - response.begin()) + " is " +
+                     Support::numberText(*bad) + ", a number within 1e150 of 0 expected");
 }
 
 void checkShape(int rows, int columns, std::uint64_t responses) {
-    if (rows < 1 || columns < 1) {
-        throw Exception("Tree fit: " + std::to_string(rows) + " records of " +
-                        std::to_string(columns) + " columns, at least 1 of each expected");
-    }
-    if (responses != static_cast<std::uint64_t>(rows)) {
-        throw Exception("Tree fit: " + std::to_string(responses) + " responses for " +
-                        std::to_string(rows) + " records");
-    }
+    Checks::atLeast("Tree fit", "records", rows, 1);
+    Checks::atLeast("Tree fit", "columns", columns, 1);
+    Checks::onePerRecord("Tree fit", "responses", responses, rows);
 }
 
 }  // namespace Veltrix::Engine::DT

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "Veltrix/Data/Exception.h"
+#include "engine/core/Checks.h"
 #include "support/NumberText.h"
 
 namespace Veltrix::Engine::DT {
@@ -19,11 +19,10 @@ std::vector<int> readCodes(const Features& features, int column) {
     codes.reserve(values.size());
     for (const double code : values) {
         if (!(code >= 0.0 && code <= kLargest && code == std::floor(code))) {
-            throw Exception(
-                "Tree fit: category code (a whole number from 0 to 1000000) expected "
-                "in row " +
-                std::to_string(codes.size()) + ", column " + std::to_string(column) +
-                " of the features, found " + Support::numberText(code));
+            Checks::fail(ErrorCode::invalidArgument, "Tree fit",
+                         "record " + std::to_string(codes.size()) + " has " +
+                             Support::numberText(code) + " in column " + std::to_string(column) +
+                             ", a category code (a whole number from 0 to 1000000) expected");
         }
         codes.push_back(static_cast<int>(code));
     }
@@ -37,10 +36,7 @@ Categories readCategories(const Features& features, const IntVector& categorical
     Categories result{std::vector<int>(columns, 0), std::vector<std::vector<int>>(columns),
                       std::vector<std::vector<int>>(columns)};
     for (const int column : categorical) {
-        if (column < 0 || column >= features.numCols()) {
-            throw Exception("Tree fit: categorical column " + std::to_string(column) + ", 0 to " +
-                            std::to_string(features.numCols() - 1) + " expected");
-        }
+        Checks::index("Tree fit", "categorical column", column, features.numCols());
         const auto j = static_cast<std::size_t>(column);
         result.codes[j] = readCodes(features, column);
         result.seen[j] = result.codes[j];

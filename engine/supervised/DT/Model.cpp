@@ -1,10 +1,9 @@
 #include <algorithm>
 #include <cmath>
-#include <string>
 #include <utility>
 
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Engine/DT.h"
+#include "engine/core/Checks.h"
 #include "engine/supervised/DT/FrameCoding.h"
 #include "engine/supervised/DT/Growth.h"
 #include "engine/supervised/DT/Traversal.h"
@@ -23,9 +22,10 @@ Model& Model::setColNames(const StringVector& names) {
     return *this;
 }
 
-void Model::adopt(GrownTree tree, Factorizer inputs, const StringVector& colNames) {
-    colNames_ = colNames;
-    inputs_ = std::move(inputs);
+void Model::adopt(GrownTree tree, InputColumns columns) {
+    colNames_ = std::move(columns.names);
+    inputs_ = std::move(columns.categories);
+    frameColumns_ = std::move(columns.frame);
     root_ = std::move(tree.root);
     numNodes_ = tree.numNodes;
     categories_ = std::move(tree.categories);
@@ -47,6 +47,7 @@ void Model::forget() noexcept {
     numNodes_ = 0;
     alpha_ = 0.0;
     inputs_ = {};
+    frameColumns_ = {};
     categories_.clear();
     accumulators_.clear();
     riskLog_.clear();
@@ -75,9 +76,7 @@ bool Model::isCategorical(int column) const {
 }
 
 void Model::checkColumns(const char* operation, int columns) const {
-    if (!root_ || columns == getNumCols()) return;
-    throw Exception(std::string(operation) + ": " + std::to_string(columns) +
-                    " columns in the features, " + std::to_string(getNumCols()) + " in training");
+    if (root_) Checks::columns(operation, columns, getNumCols());
 }
 
 const Node& Model::child(const Node& node, double value) const {
@@ -108,7 +107,7 @@ std::vector<const Node*> Model::findLeaves(const Matrix& records) const {
 std::vector<const Node*> Model::findLeaves(const DataFrame& records) const {
     checkColumns("Tree prediction", records.getNumCols());
     if (!root_) return std::vector<const Node*>(static_cast<std::size_t>(records.getNumRows()));
-    return findLeaves(encodeFrame(records, inputs_));
+    return findLeaves(encodeFrame(records, frameColumns_, inputs_));
 }
 
 namespace {
@@ -128,23 +127,22 @@ IntVector Model::findNodes(const Matrix& records) const { return idsOf(findLeave
 std::shared_ptr<const Node> Model::findNode(const ConstDataFrameRow& record) const {
     checkColumns("Tree prediction", record.getNumCols());
     std::shared_ptr<const Node> node = root_;
-    while (node && !node->isLeaf(alpha_)) {
-        const double value = encodeCell(record(node->splitVariable), node->splitVariable, inputs_);
-        const Node& next = child(*node, value);
+    if (!node) return node;
+    const IntVector positions = frameColumns_.positions(record.getFrame());
+    while (!node->isLeaf(alpha_)) {
+        const int column = node->splitVariable;
+        const int position = positions[static_cast<std::uint64_t>(column)];
+        const Node& next = child(*node, encodeCell(record(position), column, inputs_));
         node = &next == node->left.get() ? node->left : node->right;
     }
     return node;
 }
 
 Model& Model::prune(const Matrix& features, const Vector& response) {
-    const auto fail = [](const std::string& problem) { throw Exception("Tree prune: " + problem); };
-    if (!root_) fail("no tree was grown");
+    Checks::fitted("Tree prune", root_ != nullptr);
     checkColumns("Tree prune", features.getNumCols());
-    if (response.size() != static_cast<std::uint64_t>(features.getNumRows())) {
-        fail(std::to_string(response.size()) + " responses for " +
-             std::to_string(features.getNumRows()) + " records");
-    }
-    if (response.empty()) fail("0 records, at least 1 expected");
+    Checks::atLeast("Tree prune", "records", features.getNumRows(), 1);
+    Checks::onePerRecord("Tree prune", "responses", response.size(), features.getNumRows());
     checkResponse("Tree prune", response);
     const std::vector<Node*> nodes = nodesById(*root_);
     PruningRollback rollback(nodes);

@@ -19,31 +19,31 @@ static_assert(std::is_nothrow_move_constructible_v<Model>);
 static_assert(std::is_nothrow_move_assignable_v<Model>);
 
 void Model::grow(const Features& features, const Vector& response, const IntVector& categorical,
-                 Factorizer inputs, const StringVector& colNames) {
+                 InputColumns inputs) {
     checkShape(features.numRows(), features.numCols(), response.size());
     checkResponse("Tree fit", response);
     Growth growth(features, readCategories(features, categorical), params_, NumberTarget(response));
     Model fitted(params_);  // so that a failure leaves this model as it is
-    fitted.adopt(growth.run(), std::move(inputs), colNames);
+    fitted.adopt(growth.run(), std::move(inputs));
     *this = std::move(fitted);
 }
 
 Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
-    const Factorizer inputs = learnCategories(features, params_.categorical);
-    const IntVector categorical = knownColumns(features, inputs);
-    grow(FrameFeatures(features, inputs), response.toDoubleVector(), categorical, inputs,
-         features.getColNames());
+    const InputColumns inputs = learnColumns(features, params_.categorical);
+    const IntVector categorical = knownColumns(features, inputs.categories);
+    grow(FrameFeatures(features, inputs.categories), response.toDoubleVector(), categorical,
+         inputs);
     return *this;
 }
 
 Model& Model::fit(const Matrix& features, const Vector& response) {
-    grow(MatrixFeatures(features), response, params_.categorical, {}, colNames_);
+    grow(MatrixFeatures(features), response, params_.categorical, {{}, {}, colNames_});
     return *this;
 }
 
 Model& Model::prune(const DataFrame& features, const ConstDataFrameColumn& response) {
     checkColumns("Tree prune", features.getNumCols());
-    prune(encodeFrame(features, inputs_), response.toDoubleVector());
+    prune(encodeFrame(features, frameColumns_, inputs_), response.toDoubleVector());
     return *this;
 }
 

@@ -1,130 +1,109 @@
-#include "engine/supervised/DT/TreeJson.h"
-
 #include <algorithm>
 #include <cstdint>
-#include <span>
-#include <string>
+#include <memory>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
-#include "engine/core/ModelJson.h"
-#include "engine/core/RolesJson.h"
+#include "Veltrix/Data/Util.h"
+#include "Veltrix/Engine/DT.h"
+#include "engine/core/Stored.h"
 #include "engine/supervised/DT/FrameCoding.h"
 #include "engine/supervised/DT/TrainingRecord.h"
 #include "engine/supervised/DT/Traversal.h"
 
-namespace Veltrix::Engine::DT {
+namespace Veltrix {
 namespace {
 
+using Engine::DT::ClassShares;
+using Engine::DT::Node;
+using Engine::DT::Params;
+using Engine::DT::Pruning;
+using Engine::DT::TrainingRecord;
 using Support::JsonView;
-using Support::JsonWriter;
+using Support::Length;
 
-/// A field of a type under the key it is stored with.
-template <class Object, class Value>
-struct Field {
-    const char* key;
-    Value Object::*member;
-};
+template <class Archive>
+constexpr bool kReads = std::remove_cvref_t<Archive>::kReads;
 
-constexpr Field<Params, int> kParams[] = {
-    {"maxSplits", &Params::maxSplits}, {"maxLevels", &Params::maxLevels},
-    {"maxNodes", &Params::maxNodes},   {"minRecords", &Params::minRecords},
-    {"seed", &Params::seed},           {"variablesPerSplit", &Params::variablesPerSplit},
+/// The nodes of a tree in the order of their ids, stored as one list for each of their fields.
+struct NodeTable {
+    std::vector<Node*> nodes;
+    std::vector<std::shared_ptr<Node>> owned;  ///< those that were read
 };
 
-/// One list for each field, an entry a node in the order of ids.
-constexpr Field<Node, int> kNodeCounts[] = {
-    {"depth", &Node::depth},
-    {"leaves", &Node::leaves},
-    {"numRecords", &Node::numRecords},
-    {"numValidationRecords", &Node::numValidationRecords},
-    {"splitVariable", &Node::splitVariable},
-    {"firstRecord", &Node::firstRecord},
-};
-constexpr Field<Node, double> kNodeNumbers[] = {
-    {"label", &Node::label},
-    {"impurity", &Node::impurity},
-    {"risk", &Node::risk},
-    {"subtreeRisk", &Node::subtreeRisk},
-    {"strength", &Node::strength},
-    {"minStrength", &Node::minStrength},
-    {"probability", &Node::probability},
-    {"splitValue", &Node::splitValue},
-};
-
-constexpr Field<Pruning, int> kPruningCounts[] = {
-    {"numValidationRecords", &Pruning::numValidationRecords},
-    {"fullTree", &Pruning::fullTree},
-    {"minErrorTree", &Pruning::minErrorTree},
-    {"bestPrunedTree", &Pruning::bestPrunedTree},
-    {"selectedTree", &Pruning::selectedTree},
-};
-constexpr Field<Pruning, IntVector> kPruningLists[] = {
-    {"treeIds", &Pruning::treeIds},
-    {"numDecisionNodes", &Pruning::numDecisionNodes},
-    {"numLeaves", &Pruning::numLeaves},
-};
-constexpr Field<Pruning, Vector> kPruningNumbers[] = {
-    {"complexity", &Pruning::complexity},
-    {"errors", &Pruning::errors},
-};
-
-void writeParams(JsonWriter& json, const Params& params) {
-    json.key("params").beginObject();
-    for (const auto& field : kParams) json.member(field.key, params.*field.member);
-    json.member("categorical", ModelJson::values(params.categorical)).endObject();
+template <class Value>
+void column(auto& a, const char* key, const NodeTable& table, Value Node::*member) {
+    a.property(
+        key,
+        [&] {
+            std::vector<Value> values;
+            values.reserve(table.nodes.size());
+            for (const Node* node : table.nodes) values.push_back(node->*member);
+            return values;
+        },
+        [&](const auto& values) {
+            for (std::size_t k = 0; k < values.size(); ++k) table.nodes[k]->*member = values[k];
+        },
+        Length{static_cast<std::int64_t>(table.nodes.size())});
 }
 
-Params readParams(const JsonView& stored) {
-    Params params;
-    for (const auto& field : kParams) params.*field.member = stored.at(field.key).asInt32();
-    params.categorical = ModelJson::intVector(stored.at("categorical"));
-    return params;
-}
+}  // namespace
 
-void writePruning(JsonWriter& json, const Pruning& pruning) {
-    json.key("pruning").beginObject();
-    for (const auto& field : kPruningCounts) json.member(field.key, pruning.*field.member);
-    for (const auto& field : kPruningLists)
-        json.member(field.key, ModelJson::values(pruning.*field.member));
-    for (const auto& field : kPruningNumbers)
-        json.member(field.key, ModelJson::values(pruning.*field.member));
-    json.endObject();
-}
+template <>
+struct Stored<Params> {
+    static void fields(auto& a, auto& params) {
+        a("maxSplits", params.maxSplits)("maxLevels", params.maxLevels);
+        a("maxNodes", params.maxNodes)("minRecords", params.minRecords)("seed", params.seed);
+        a("variablesPerSplit", params.variablesPerSplit)("categorical", params.categorical);
+    }
+};
 
-Pruning readPruning(const JsonView& stored) {
-    Pruning pruning;
-    for (const auto& field : kPruningCounts) {
-        pruning.*field.member = stored.at(field.key).asInt32();
+template <>
+struct Stored<Pruning> {
+    static void fields(auto& a, auto& pruning) {
+        a("numValidationRecords", pruning.numValidationRecords)("fullTree", pruning.fullTree);
+        a("minErrorTree", pruning.minErrorTree)("bestPrunedTree", pruning.bestPrunedTree);
+        a("selectedTree", pruning.selectedTree);
+        Length trees{pruning.numTrees()};
+        if constexpr (kReads<decltype(a)>) trees.value = a.view().at("complexity").size();
+        a("treeIds", pruning.treeIds, trees)("numDecisionNodes", pruning.numDecisionNodes, trees);
+        a("numLeaves", pruning.numLeaves, trees)("complexity", pruning.complexity, trees);
+        a("errors", pruning.errors, trees);
     }
-    const std::int64_t trees = stored.at("complexity").size();
-    for (const auto& field : kPruningLists) {
-        ModelJson::expectSize(stored.at(field.key), trees);
-        pruning.*field.member = ModelJson::intVector(stored.at(field.key));
-    }
-    for (const auto& field : kPruningNumbers) {
-        ModelJson::expectSize(stored.at(field.key), trees);
-        pruning.*field.member = ModelJson::vector(stored.at(field.key));
-    }
-    return pruning;
-}
+};
 
-void writeNodes(JsonWriter& json, const std::vector<Node*>& nodes) {
-    json.key("nodes").beginObject();
-    for (const auto& field : kNodeCounts) {
-        json.key(field.key).beginArray();
-        for (const Node* node : nodes) json.value(node->*field.member);
-        json.endArray();
+template <>
+struct Stored<NodeTable> {
+    static void fields(auto& a, auto& table) {
+        if constexpr (kReads<decltype(a)>) {
+            const std::int64_t count = a.view().at("depth").size();
+            for (int id = 1; id <= count; ++id) {
+                table.owned.push_back(std::make_shared<Node>());
+                table.nodes.push_back(table.owned.back().get());
+                table.nodes.back()->id = id;
+            }
+        }
+        column(a, "depth", table, &Node::depth);
+        column(a, "leaves", table, &Node::leaves);
+        column(a, "numRecords", table, &Node::numRecords);
+        column(a, "numValidationRecords", table, &Node::numValidationRecords);
+        column(a, "splitVariable", table, &Node::splitVariable);
+        column(a, "firstRecord", table, &Node::firstRecord);
+        column(a, "label", table, &Node::label);
+        column(a, "impurity", table, &Node::impurity);
+        column(a, "risk", table, &Node::risk);
+        column(a, "subtreeRisk", table, &Node::subtreeRisk);
+        column(a, "strength", table, &Node::strength);
+        column(a, "minStrength", table, &Node::minStrength);
+        column(a, "probability", table, &Node::probability);
+        column(a, "splitValue", table, &Node::splitValue);
+        column(a, "splitSubset", table, &Node::splitSubset);
     }
-    for (const auto& field : kNodeNumbers) {
-        json.key(field.key).beginArray();
-        for (const Node* node : nodes) json.value(node->*field.member);
-        json.endArray();
-    }
-    json.key("splitSubset").beginArray();
-    for (const Node* node : nodes) json.value(std::span<const std::int32_t>(node->splitSubset));
-    json.endArray().endObject();
-}
+};
+
+namespace Engine::DT {
+namespace {
 
 /// A split must name a column, and its subset categories of it.
 void checkSplit(const JsonView& stored, std::int64_t place, const Node& node,
@@ -143,8 +122,9 @@ void checkSplit(const JsonView& stored, std::int64_t place, const Node& node,
 }
 
 /// Nodes that have a split have two children each, which follow in the order of ids.
-void linkNodes(const JsonView& stored, std::vector<std::shared_ptr<Node>>& nodes,
+void linkNodes(const JsonView& stored, const std::vector<std::shared_ptr<Node>>& nodes,
                const std::vector<std::vector<int>>& categories) {
+    if (nodes.front()->depth != 0) stored.at("depth").at(std::int64_t{0}).fail("expected 0");
     std::size_t next = 1;
     for (std::size_t k = 0; k < nodes.size(); ++k) {
         if (nodes[k]->splitVariable == -1) continue;
@@ -164,62 +144,25 @@ void linkNodes(const JsonView& stored, std::vector<std::shared_ptr<Node>>& nodes
     if (next != nodes.size()) stored.at("splitVariable").fail("nodes that are no children");
 }
 
-}  // namespace
-
-void TreeJson::write(JsonWriter& json, const Model& model) {
-    writeParams(json, model.params_);
-    ModelJson::member(json, "columns", model.colNames_);
-    json.key("codes").beginArray();
-    for (const auto& seen : model.categories_) json.value(std::span<const std::int32_t>(seen));
-    json.endArray();
-    json.key("categories").beginArray();
-    for (int j = 0; j < model.getNumCols(); ++j) {
-        json.beginArray();
-        for (const WString& label : model.getCategories(j)) {
-            json.value(std::string_view(label.toUtf8()));
-        }
-        json.endArray();
+void checkNode(const JsonView& stored, const Node& node, const TrainingRecord& training) {
+    const std::int64_t place = node.id - 1;
+    const std::int64_t end = std::int64_t{node.firstRecord} + node.numRecords;
+    if (node.firstRecord < 0 || node.numRecords < 0 ||
+        end > static_cast<std::int64_t>(training.order.size())) {
+        stored.at("numRecords").at(place).fail("expected records within the list of records");
     }
-    json.endArray();
-    json.member("columnAccumulators", ModelJson::values(model.accumulators_));
-    json.member("riskLog", ModelJson::values(model.riskLog_));
-    json.member("complexity", model.alpha_);
-    writePruning(json, model.pruning_);
-    const TrainingRecord empty;
-    const TrainingRecord& training = model.root_ ? *model.root_->training : empty;
-    json.member("records", std::span<const std::int32_t>(training.order));
-    json.member("classCounts", std::span<const std::int32_t>(training.classCounts));
-    json.member("classPriors", std::span<const double>(training.shares.priors()));
-    writeNodes(json, model.root_ ? nodesById(*model.root_) : std::vector<Node*>());
-}
-
-void TreeJson::readCategories(const JsonView& root, Model& model) {
-    const JsonView codes = root.at("codes");
-    const JsonView labels = root.at("categories");
-    ModelJson::expectSize(labels, codes.size());
-    for (std::int64_t j = 0; j < codes.size(); ++j) {
-        std::vector<int> seen = codes.at(j).asInt32s();
-        if (!std::ranges::is_sorted(seen) || (!seen.empty() && seen.front() < 0)) {
-            codes.at(j).fail("expected ascending codes");
-        }
-        model.categories_.push_back(std::move(seen));
-        const StringVector levels = ModelJson::distinctTexts(labels.at(j));
-        if (levels.empty()) continue;
-        ModelJson::expectSize(labels.at(j), codes.at(j).size());
-        DataFrame column;
-        column.append(levels, categoryColumn(static_cast<int>(j)));
-        model.inputs_.fit(column(Selection::all, 0));
+    const auto numClasses = static_cast<double>(training.numClasses());
+    if (numClasses > 0.0 && !(node.label >= 0.0 && node.label < numClasses)) {
+        stored.at("label").at(place).fail("no such class");
     }
 }
-
-namespace {
 
 /// Earlier files hold prior/total for each class.
-ClassShares readShares(const JsonView& root, int numClasses, std::vector<int> totals) {
+ClassShares readShares(const JsonView& root, std::int64_t numClasses, std::vector<int> totals) {
     totals.resize(static_cast<std::size_t>(numClasses));
     const auto stored = root.find("classPriors");
     const JsonView list = stored ? *stored : root.at("classWeights");
-    ModelJson::expectSize(list, numClasses);
+    Support::expectSize(list, numClasses);
     std::vector<double> priors = list.asDoubles();
     for (std::size_t c = 0; c < priors.size() && !stored; ++c) priors[c] *= totals[c];
     return {std::move(priors), totals};
@@ -227,73 +170,96 @@ ClassShares readShares(const JsonView& root, int numClasses, std::vector<int> to
 
 }  // namespace
 
-void TreeJson::readNodes(const JsonView& root, int numClasses, Model& model) {
-    const JsonView stored = root.at("nodes");
-    const std::int64_t count = stored.at("depth").size();
-    auto training = std::make_shared<TrainingRecord>();
-    training->order = root.at("records").asInt32s();
-    ModelJson::expectSize(root.at("classCounts"), count * numClasses);
-    training->classCounts = root.at("classCounts").asInt32s();
-    if (count > 0) training->shares = readShares(root, numClasses, training->classCounts);
-
-    std::vector<std::shared_ptr<Node>> nodes(static_cast<std::size_t>(count));
-    for (std::int64_t k = 0; k < count; ++k) {
-        auto node = std::make_shared<Node>();
-        node->id = static_cast<int>(k) + 1;
-        for (const auto& field : kNodeCounts) {
-            (*node).*field.member = stored.at(field.key).at(k).asInt32();
+struct TreeFields {
+    /// `numClasses` is 0 in regression.
+    static void fields(auto& a, auto& model, std::int64_t numClasses) {
+        a("params", model.params_)("columns", model.colNames_)("codes", model.categories_);
+        a.check(
+            "codes", [&] { return std::ranges::all_of(model.categories_, areCodes); },
+            "expected ascending codes");
+        a.property(
+            "categories", [&] { return labelsOf(model); },
+            [&](const auto& labels) { learn(a, labels, model); },
+            Length{model.getNumCols()});
+        a("columnAccumulators", model.accumulators_, Length{model.getNumCols()});
+        a("riskLog", model.riskLog_)("complexity", model.alpha_)("pruning", model.pruning_);
+        if constexpr (kReads<decltype(a)>) {
+            readNodes(a, model, numClasses);
+            if (model.root_) checkPruning(a.view().at("pruning"), model);
+        } else {
+            writeNodes(a, model);
         }
-        for (const auto& field : kNodeNumbers) {
-            (*node).*field.member = stored.at(field.key).at(k).asDouble();
-        }
-        node->splitSubset = stored.at("splitSubset").at(k).asInt32s();
-        const std::int64_t end = std::int64_t{node->firstRecord} + node->numRecords;
-        if (node->firstRecord < 0 || node->numRecords < 0 ||
-            end > static_cast<std::int64_t>(training->order.size())) {
-            stored.at("numRecords").at(k).fail("expected records within the list of records");
-        }
-        if (numClasses > 0 && !(node->label >= 0.0 && node->label < numClasses)) {
-            stored.at("label").at(k).fail("no such class");
-        }
-        node->training = training;
-        nodes[static_cast<std::size_t>(k)] = std::move(node);
+        a.optional("frameColumns", model.frameColumns_);
     }
-    if (nodes.empty()) return;
-    if (nodes.front()->depth != 0) stored.at("depth").at(std::int64_t{0}).fail("expected 0");
-    linkNodes(stored, nodes, model.categories_);
-    model.root_ = nodes.front();
-    model.numNodes_ = static_cast<int>(count);
-}
 
-namespace {
-
-/// Every tree of the sequence is a part of the grown one.
-void checkPruning(const JsonView& stored, const Model& model) {
-    const IntVector& decisions = model.getPruning().numDecisionNodes;
-    for (std::uint64_t k = 0; k < decisions.size(); ++k) {
-        if (decisions[k] >= 0 && decisions[k] < model.getNumNodes()) continue;
-        stored.at("numDecisionNodes")
-            .at(static_cast<std::int64_t>(k))
-            .fail("expected a number of nodes of the tree");
+  private:
+    static bool areCodes(const std::vector<int>& codes) {
+        return std::ranges::is_sorted(codes) && (codes.empty() || codes.front() >= 0);
     }
-}
 
-}  // namespace
-
-void TreeJson::read(const JsonView& root, int numClasses, Model& model) {
-    model.params_ = readParams(root.at("params"));
-    for (const std::string& name : root.at("columns").asStrings()) {
-        model.colNames_.push_back(WString::fromUtf8(name));
+    /// Of every column; none for one without.
+    static std::vector<StringVector> labelsOf(const Model& model) {
+        std::vector<StringVector> labels;
+        for (int j = 0; j < model.getNumCols(); ++j) labels.push_back(model.getCategories(j));
+        return labels;
     }
-    readCategories(root, model);
-    ModelJson::expectSize(root.at("columnAccumulators"), model.getNumCols());
-    model.accumulators_ = ModelJson::vector(root.at("columnAccumulators"));
-    model.riskLog_ = ModelJson::vector(root.at("riskLog"));
-    model.alpha_ = root.at("complexity").asDouble();
-    model.pruning_ = readPruning(root.at("pruning"));
-    readNodes(root, numClasses, model);
-    if (model.numNodes_ > 0) checkPruning(root.at("pruning"), model);
-}
+
+    static void learn(auto& a, const std::vector<StringVector>& labels, Model& model) {
+        for (std::size_t j = 0; j < labels.size(); ++j) {
+            if (labels[j].empty()) continue;
+            const JsonView list = a.view().at("categories").at(static_cast<std::int64_t>(j));
+            Support::expectDistinct(list);
+            Support::expectSize(list, static_cast<std::int64_t>(model.categories_[j].size()));
+            DataFrame column;
+            column.append(labels[j], categoryColumn(static_cast<int>(j)));
+            model.inputs_.fit(column(Selection::all, 0));
+        }
+    }
+
+    static void recordFields(auto& a, auto& training) {
+        a("records", training.order)("classCounts", training.classCounts);
+    }
+
+    static void writeNodes(auto& a, const Model& model) {
+        const TrainingRecord none;
+        const TrainingRecord& training = model.root_ ? *model.root_->training : none;
+        recordFields(a, training);
+        a("classPriors", training.shares.priors());
+        NodeTable table;
+        if (model.root_) table.nodes = nodesById(*model.root_);
+        a("nodes", table);
+    }
+
+    static void readNodes(auto& a, Model& model, std::int64_t numClasses) {
+        auto training = std::make_shared<TrainingRecord>();
+        recordFields(a, *training);
+        NodeTable table;
+        a("nodes", table);
+        if (table.nodes.empty()) return;
+        Support::expectSize(a.view().at("classCounts"),
+                            static_cast<std::int64_t>(table.nodes.size()) * numClasses);
+        training->shares = readShares(a.view(), numClasses, training->classCounts);
+        const JsonView stored = a.view().at("nodes");
+        for (Node* node : table.nodes) {
+            checkNode(stored, *node, *training);
+            node->training = training;
+        }
+        linkNodes(stored, table.owned, model.categories_);
+        model.root_ = table.owned.front();
+        model.numNodes_ = static_cast<int>(table.nodes.size());
+    }
+
+    /// Every tree of the sequence is a part of the grown one.
+    static void checkPruning(const JsonView& stored, const Model& model) {
+        const IntVector& decisions = model.pruning_.numDecisionNodes;
+        for (std::uint64_t k = 0; k < decisions.size(); ++k) {
+            if (decisions[k] >= 0 && decisions[k] < model.numNodes_) continue;
+            stored.at("numDecisionNodes")
+                .at(static_cast<std::int64_t>(k))
+                .fail("expected a number of nodes of the tree");
+        }
+    }
+};
 
 namespace {
 
@@ -301,35 +267,38 @@ constexpr const char* kClassification = "DT::Classification::Model";
 constexpr const char* kRegression = "DT::Regression::Model";
 
 }  // namespace
+}  // namespace Engine::DT
 
-WString Classification::Model::toJson() const {
-    JsonWriter json = ModelJson::begin(kClassification);
-    RolesJson::write(json, *this);
-    TreeJson::write(json, *this);
-    return ModelJson::finish(json);
+template <>
+struct Stored<Engine::DT::Classification::Model> {
+    static void fields(auto& a, auto& model) {
+        Engine::storedRoles(a, model);
+        Engine::DT::TreeFields::fields(a, model, model.getNumClasses());
+    }
+};
+
+template <>
+struct Stored<Engine::DT::Regression::Model> {
+    static void fields(auto& a, auto& model) { Engine::DT::TreeFields::fields(a, model, 0); }
+};
+
+namespace Engine::DT {
+
+void Classification::Model::writeJson(JSON::TextSink& sink) const {
+    writeStoredText(sink, kClassification, *this);
 }
 
-void Classification::Model::fromJsonString(const WString& json) {
-    *this = ModelJson::read(kClassification, json, [](const JsonView& root) {
-        Model model;
-        RolesJson::read(root, model);
-        TreeJson::read(root, model.getNumClasses(), model);
-        return model;
-    });
+void Classification::Model::readJson(std::string_view utf8) {
+    *this = readStoredText<Model>(kClassification, utf8);
 }
 
-WString Regression::Model::toJson() const {
-    JsonWriter json = ModelJson::begin(kRegression);
-    TreeJson::write(json, *this);
-    return ModelJson::finish(json);
+void Regression::Model::writeJson(JSON::TextSink& sink) const {
+    writeStoredText(sink, kRegression, *this);
 }
 
-void Regression::Model::fromJsonString(const WString& json) {
-    *this = ModelJson::read(kRegression, json, [](const JsonView& root) {
-        Model model;
-        TreeJson::read(root, 0, model);
-        return model;
-    });
+void Regression::Model::readJson(std::string_view utf8) {
+    *this = readStoredText<Model>(kRegression, utf8);
 }
 
-}  // namespace Veltrix::Engine::DT
+}  // namespace Engine::DT
+}  // namespace Veltrix

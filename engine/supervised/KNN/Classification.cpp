@@ -13,6 +13,7 @@
 #include "Veltrix/Engine/ClassPrediction.h"
 #include "Veltrix/Engine/KNN.h"
 #include "Veltrix/Evaluator/Metrics.h"
+#include "engine/core/Checks.h"
 #include "engine/core/ClassWeights.h"
 #include "engine/supervised/KNN/Neighbours.h"
 
@@ -150,13 +151,12 @@ Model& Model::fit(const Matrix& x, const StringVector& response, const Vector& w
 }
 
 Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& response) {
-    return fit(Convert::toMatrix(x), Convert::toStringVector(response));
+    return fitFrame(*this, x, Convert::toStringVector(response));
 }
 
 Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& response,
                   const ConstDataFrameColumn& weights) {
-    return fit(Convert::toMatrix(x), Convert::toStringVector(response),
-               Convert::toDoubleVector(weights));
+    return fitFrame(*this, x, Convert::toStringVector(response), Convert::toDoubleVector(weights));
 }
 
 Model& Model::normalizeWeights() {
@@ -172,9 +172,8 @@ Model& Model::normalizeWeights() {
 
 DataFrame Model::posteriorProbability(const Matrix& records, int k, bool includeTies, bool skipNaN,
                                       WeightingScheme scheme) const {
-    if (!Engine::KNN::checkQuery(*this, response_.size(), records, k, "k")) {
-        Engine::KNN::failUnfitted();
-    }
+    Checks::fitted("Nearest neighbours",
+                   Engine::KNN::checkQuery(*this, response_.size(), records, k, "neighbours (k)"));
     Votes votes(response_, getClasses());
     Posteriors posteriors = emptyPosteriors(records, getClasses());
     Engine::KNN::visitNeighbours(*this, records, {k, includeTies, skipNaN, scheme},
@@ -189,12 +188,14 @@ DataFrame Model::posteriorProbability(const Matrix& records, int k, bool include
 
 DataFrame Model::posteriorProbability(const DataFrame& records, int k, bool includeTies,
                                       bool skipNaN, WeightingScheme scheme) const {
-    return posteriorProbability(Convert::toMatrix(records), k, includeTies, skipNaN, scheme);
+    return posteriorProbability(getFrameColumns().toMatrix(records), k, includeTies, skipNaN,
+                                scheme);
 }
 
 Model::KSearchInfo Model::kSearch(const Matrix& records, const StringVector& actual, int maxK,
                                   bool includeTies, bool skipNaN, WeightingScheme scheme) const {
-    const bool fitted = Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "maxK");
+    const bool fitted =
+        Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "neighbours (maxK)");
     Engine::KNN::checkActual(records, actual.size());
     if (!fitted) return Engine::KNN::emptySearch(maxK, kMeasure);
     const int differentK = std::min(maxK, getTrainingFeatures().getNumRows());
@@ -229,8 +230,8 @@ Model::KSearchInfo Model::kSearch(const Matrix& records, const StringVector& act
 Model::KSearchInfo Model::kSearch(const DataFrame& records, const ConstDataFrameColumn& actual,
                                   int maxK, bool includeTies, bool skipNaN,
                                   WeightingScheme scheme) const {
-    return kSearch(Convert::toMatrix(records), Convert::toStringVector(actual), maxK, includeTies,
-                   skipNaN, scheme);
+    return kSearch(getFrameColumns().toMatrix(records), Convert::toStringVector(actual), maxK,
+                   includeTies, skipNaN, scheme);
 }
 
 static_assert(std::is_nothrow_move_constructible_v<Model>);

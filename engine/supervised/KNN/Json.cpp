@@ -1,117 +1,111 @@
+#include <algorithm>
 #include <cstdint>
-#include <span>
-#include <string>
+#include <type_traits>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
-#include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/KNN.h"
-#include "engine/core/ModelJson.h"
-#include "engine/core/RolesJson.h"
-#include "support/Json.h"
+#include "engine/core/Stored.h"
 
-namespace Veltrix::Engine {
+namespace Veltrix {
 namespace {
 
-using Support::JsonView;
-using Support::JsonWriter;
+using ClassModel = Engine::Classification::KNN::Model;
+using NumberModel = Engine::Regression::KNN::Model;
 
 constexpr const char* kClassification = "Classification::KNN::Model";
 constexpr const char* kRegression = "Regression::KNN::Model";
 
-void writeTraining(JsonWriter& json, const KNN::Model& model) {
-    json.member("weights", ModelJson::values(model.getWeights())).key("features");
-    ModelJson::write(json, model.getTrainingFeatures());
-}
+/// The distinct labels of a response, and the place of each record's among them.
+struct CodedLabels {
+    StringVector labels;
+    std::vector<std::int32_t> codes;
+
+    CodedLabels() = default;
+    explicit CodedLabels(const StringVector& response) : labels(Util::uniqueElements(response)) {
+        std::unordered_map<WString, std::int32_t> codeOf;
+        for (const WString& label : labels) {
+            codeOf.emplace(label, static_cast<std::int32_t>(codeOf.size()));
+        }
+        codes.reserve(response.size());
+        for (const WString& label : response) codes.push_back(codeOf.at(label));
+    }
+
+    bool arePlaces() const {
+        const auto count = static_cast<std::int64_t>(labels.size());
+        return std::ranges::all_of(codes, [&](int code) { return code >= 0 && code < count; });
+    }
+    StringVector decoded() const {
+        StringVector response;
+        for (const int code : codes) response.push_back(labels[static_cast<std::uint64_t>(code)]);
+        return response;
+    }
+};
+
+}  // namespace
 
 /// Features and weights. The lists of a model that has been fitted are as long as its features have
 /// rows; one that has not may hold some of them already.
-void readTraining(const JsonView& root, KNN::Model& model) {
-    const Matrix x = ModelJson::matrix(root.at("features"));
-    const Vector weights = ModelJson::vector(root.at("weights"));
-    const std::int64_t responses = root.at("response").size();
-    if (x.getNumRows() > 0 && responses > 0) {
-        const auto check = [&](const char* key, std::int64_t found) {
-            if (found == x.getNumRows()) return;
-            root.at(key).fail("expected as many entries as features.rows");
-        };
-        check("response", responses);
-        check("weights", static_cast<std::int64_t>(weights.size()));
+template <>
+struct Stored<Engine::KNN::Model> {
+    static void fields(auto& a, auto& model, std::uint64_t responses) {
+        a.property(
+            "weights", [&] { return model.getWeights(); },
+            [&](const auto& weights) { model.setWeights(weights); });
+        a("features", model.features_);
+        const auto rows = static_cast<std::uint64_t>(model.features_.getNumRows());
+        const bool fitted = rows > 0 && responses > 0;
+        constexpr const char* kExpected = "expected as many entries as features.rows";
+        a.check(
+            "response", [&] { return !fitted || responses == rows; }, kExpected);
+        a.check(
+            "weights", [&] { return !fitted || model.getWeights().size() == rows; }, kExpected);
+        a.optional("frameColumns", model.columns_);
     }
-    model.setTrainingFeatures(x).setWeights(weights);
-}
+};
 
-}  // namespace
-
-namespace Classification::KNN {
-namespace {
-
-void writeResponse(JsonWriter& json, const StringVector& response) {
-    const StringVector labels = Veltrix::Util::uniqueElements(response);
-    std::unordered_map<WString, std::int32_t> codeOf;
-    for (const WString& label : labels) {
-        codeOf.emplace(label, static_cast<std::int32_t>(codeOf.size()));
-    }
-    std::vector<std::int32_t> codes;
-    codes.reserve(response.size());
-    for (const WString& label : response) codes.push_back(codeOf.at(label));
-    ModelJson::member(json, "labels", labels);
-    json.member("response", std::span<const std::int32_t>(codes));
-}
-
-StringVector readResponse(const JsonView& root) {
-    const StringVector labels = ModelJson::distinctTexts(root.at("labels"));
-    const JsonView list = root.at("response");
-    StringVector response;
-    for (const std::int32_t code : list.asInt32s()) {
-        if (code < 0 || static_cast<std::uint64_t>(code) >= labels.size()) {
-            list.fail("expected places in the list of labels, found " + std::to_string(code));
+template <>
+struct Stored<ClassModel> {
+    static void fields(auto& a, auto& model) {
+        Engine::storedRoles(a, model);
+        CodedLabels response(model.response_);
+        a("labels", response.labels)("response", response.codes);
+        if constexpr (std::remove_reference_t<decltype(a)>::kReads) {
+            Support::expectDistinct(a.view().at("labels"));
+            a.check(
+                "response", [&] { return response.arePlaces(); },
+                "expected places in the list of labels");
+            model.response_ = response.decoded();
         }
-        response.push_back(labels[static_cast<std::uint64_t>(code)]);
+        Stored<Engine::KNN::Model>::fields(a, model, model.response_.size());
     }
-    return response;
+};
+
+template <>
+struct Stored<NumberModel> {
+    static void fields(auto& a, auto& model) {
+        a("response", model.response_);
+        Stored<Engine::KNN::Model>::fields(a, model, model.response_.size());
+    }
+};
+
+namespace Engine {
+
+void Classification::KNN::Model::writeJson(JSON::TextSink& sink) const {
+    writeStoredText(sink, kClassification, *this);
 }
 
-}  // namespace
-
-WString Model::toJson() const {
-    JsonWriter json = ModelJson::begin(kClassification);
-    RolesJson::write(json, *this);
-    writeResponse(json, response_);
-    writeTraining(json, *this);
-    return ModelJson::finish(json);
+void Classification::KNN::Model::readJson(std::string_view utf8) {
+    *this = readStoredText<Model>(kClassification, utf8);
 }
 
-void Model::fromJsonString(const WString& json) {
-    *this = ModelJson::read(kClassification, json, [](const JsonView& root) {
-        Model model;
-        RolesJson::read(root, model);
-        model.setTrainingResponse(readResponse(root));
-        readTraining(root, model);
-        return model;
-    });
+void Regression::KNN::Model::writeJson(JSON::TextSink& sink) const {
+    writeStoredText(sink, kRegression, *this);
 }
 
-}  // namespace Classification::KNN
-
-namespace Regression::KNN {
-
-WString Model::toJson() const {
-    JsonWriter json = ModelJson::begin(kRegression);
-    json.member("response", ModelJson::values(response_));
-    writeTraining(json, *this);
-    return ModelJson::finish(json);
+void Regression::KNN::Model::readJson(std::string_view utf8) {
+    *this = readStoredText<Model>(kRegression, utf8);
 }
 
-void Model::fromJsonString(const WString& json) {
-    *this = ModelJson::read(kRegression, json, [](const JsonView& root) {
-        Model model;
-        model.setTrainingResponse(ModelJson::vector(root.at("response")));
-        readTraining(root, model);
-        return model;
-    });
-}
-
-}  // namespace Regression::KNN
-}  // namespace Veltrix::Engine
+}  // namespace Engine
+}  // namespace Veltrix

@@ -6,6 +6,7 @@ Model::~Model() = default;
 
 Model& Model::setTrainingFeatures(const Matrix& x) {
     features_ = x;
+    columns_ = {};
     return *this;
 }
 

@@ -3,29 +3,22 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <string>
 
 #include "Veltrix/Data/Convert.h"
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/NearestRows.h"
 #include "Veltrix/Data/Util.h"
+#include "engine/core/Checks.h"
 
 namespace Veltrix::Engine::KNN {
 namespace {
 
-[[noreturn]] void fail(const std::string& problem) {
-    throw Exception("Nearest neighbours: " + problem);
-}
+constexpr const char* kOperation = "Nearest neighbours";
 
 void checkLengths(const Matrix& features, std::uint64_t responses, std::uint64_t weights) {
-    const auto n = static_cast<std::uint64_t>(features.getNumRows());
-    if (n == 0) fail("no training records, at least 1 expected");
-    const auto check = [n](std::uint64_t found, const char* what) {
-        if (found == n) return;
-        fail(std::to_string(found) + " " + what + ", " + std::to_string(n) + " training records");
-    };
-    check(responses, "responses");
-    check(weights, "weights");
+    const int n = features.getNumRows();
+    Checks::atLeast(kOperation, "training records", n, 1);
+    Checks::onePerRecord(kOperation, "responses", responses, n);
+    Checks::onePerRecord(kOperation, "weights", weights, n);
 }
 
 /// Weights of the neighbours: the record weights, over the distances relative to the least one when
@@ -51,33 +44,21 @@ void weigh(const Matrix& neighbours, const Vector& recordWeights,
 
 void checkTraining(const Matrix& features, std::uint64_t responses, const Vector& weights) {
     checkLengths(features, responses, weights.size());
-    const auto bad = std::find_if(weights.begin(), weights.end(), [](double weight) {
-        return !(weight >= 0.0) || std::isinf(weight);
-    });
-    if (bad == weights.end()) return;
-    fail("weight of record " + std::to_string(bad - weights.begin()) + " is " +
-         Convert::toString(*bad).toUtf8() + ", expected a finite number of at least 0");
+    Checks::weights(kOperation, weights, features.getNumRows(), false);
 }
 
 bool checkQuery(const Model& model, std::uint64_t responses, const Matrix& records, int k,
                 const char* numberOf) {
     const Matrix& features = model.getTrainingFeatures();
-    if (k < 1) fail(numberOf + (" " + std::to_string(k)) + ", expected at least 1");
+    Checks::atLeast(kOperation, numberOf, k, 1);
     if (features.getNumRows() == 0 && responses == 0) return false;
     checkLengths(features, responses, model.getWeights().size());
-    if (records.getNumCols() != features.getNumCols()) {
-        fail(std::to_string(records.getNumCols()) + " columns to score, the model has " +
-             std::to_string(features.getNumCols()));
-    }
+    Checks::columns(kOperation, records.getNumCols(), features.getNumCols());
     return true;
 }
 
-void failUnfitted() { fail("no training records, the classes are not known"); }
-
 void checkActual(const Matrix& records, std::uint64_t actual) {
-    if (actual == static_cast<std::uint64_t>(records.getNumRows())) return;
-    fail(std::to_string(actual) + " actual values, " + std::to_string(records.getNumRows()) +
-         " records");
+    Checks::onePerRecord(kOperation, "actual values", actual, records.getNumRows());
 }
 
 void visitNeighbours(const Model& model, const Matrix& records, const Query& query,

@@ -32,9 +32,6 @@ bool checkQuery(const Model& model, std::uint64_t responses, const Matrix& recor
 /// Throws `Exception` unless there is an actual value for every record.
 void checkActual(const Matrix& records, std::uint64_t actual);
 
-/// Throws `Exception` for a query whose answer has a length that only training tells.
-[[noreturn]] void failUnfitted();
-
 /// Receives the neighbours of a record as rows (training record, squared distance), ascending, and
 /// the weight of each.
 using Visit = std::function<void(int record, const Matrix& neighbours, const Vector& weights)>;

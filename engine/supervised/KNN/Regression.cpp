@@ -71,20 +71,19 @@ Model& Model::fit(const Matrix& x, const Vector& response, const Vector& weights
 }
 
 Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& response) {
-    return fit(Convert::toMatrix(x), Convert::toDoubleVector(response));
+    return fitFrame(*this, x, Convert::toDoubleVector(response));
 }
 
 Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& response,
                   const ConstDataFrameColumn& weights) {
-    return fit(Convert::toMatrix(x), Convert::toDoubleVector(response),
-               Convert::toDoubleVector(weights));
+    return fitFrame(*this, x, Convert::toDoubleVector(response), Convert::toDoubleVector(weights));
 }
 
 DataFrame Model::predict(const Matrix& records, int k, bool includeTies, bool skipNaN,
                          WeightingScheme scheme) const {
     Vector predictions(static_cast<std::uint64_t>(records.getNumRows()),
                        std::numeric_limits<double>::quiet_NaN());
-    if (Engine::KNN::checkQuery(*this, response_.size(), records, k, "k")) {
+    if (Engine::KNN::checkQuery(*this, response_.size(), records, k, "neighbours (k)")) {
         Engine::KNN::visitNeighbours(
             *this, records, {k, includeTies, skipNaN, scheme},
             [&](int record, const Matrix& neighbours, const Vector& weights) {
@@ -101,12 +100,13 @@ DataFrame Model::predict(const Matrix& records, int k, bool includeTies, bool sk
 
 DataFrame Model::predict(const DataFrame& records, int k, bool includeTies, bool skipNaN,
                          WeightingScheme scheme) const {
-    return predict(Convert::toMatrix(records), k, includeTies, skipNaN, scheme);
+    return predict(getFrameColumns().toMatrix(records), k, includeTies, skipNaN, scheme);
 }
 
 Model::KSearchInfo Model::kSearch(const Matrix& records, const Vector& actual, int maxK,
                                   bool includeTies, bool skipNaN, WeightingScheme scheme) const {
-    const bool fitted = Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "maxK");
+    const bool fitted =
+        Engine::KNN::checkQuery(*this, response_.size(), records, maxK, "neighbours (maxK)");
     Engine::KNN::checkActual(records, actual.size());
     if (!fitted) return Engine::KNN::emptySearch(maxK, kMeasure);
     const int differentK = std::min(maxK, getTrainingFeatures().getNumRows());
@@ -132,8 +132,8 @@ Model::KSearchInfo Model::kSearch(const Matrix& records, const Vector& actual, i
 Model::KSearchInfo Model::kSearch(const DataFrame& records, const ConstDataFrameColumn& actual,
                                   int maxK, bool includeTies, bool skipNaN,
                                   WeightingScheme scheme) const {
-    return kSearch(Convert::toMatrix(records), Convert::toDoubleVector(actual), maxK, includeTies,
-                   skipNaN, scheme);
+    return kSearch(getFrameColumns().toMatrix(records), Convert::toDoubleVector(actual), maxK,
+                   includeTies, skipNaN, scheme);
 }
 
 static_assert(std::is_nothrow_move_constructible_v<Model>);

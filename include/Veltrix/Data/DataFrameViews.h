@@ -134,6 +134,7 @@ class VELTRIX_DATA_API ConstDataFrameRow {
     ConstDataFrameRow& operator=(const ConstDataFrameRow&) = delete;
     virtual ~ConstDataFrameRow();
 
+    const DataFrame& getFrame() const noexcept { return *frame_; }
     int getNumCols() const noexcept;
     WString getRowName() const;
     ConstDataFrameElement operator()(int col) const;

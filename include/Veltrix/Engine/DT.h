@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Data/WString.h"
 #include "Veltrix/Engine/DT/Tree.h"
+#include "Veltrix/Engine/FrameForms.h"
 #include "Veltrix/Engine/Roles.h"
 #include "Veltrix/Export.h"
 
@@ -47,8 +49,9 @@ struct Params {
 /// What growth reads, and what it hands to the model.
 class Features;
 struct GrownTree;
-/// Reads and writes trees as JSON.
-class TreeJson;
+struct InputColumns;
+/// Describes trees in JSON.
+struct TreeFields;
 
 /// Common part of classification and regression trees: growth, pruning and selection.
 ///
@@ -59,13 +62,11 @@ class TreeJson;
 /// at every continuous split. A category that was not seen in training, or is missing, goes to the
 /// child with more training records, left when both have as many.
 ///
-/// Frames are matched by the position of their columns. Text columns are categorical, listed in the
-/// parameters or not, columns of numbers when listed. A response beyond 1e150 is refused as well:
-/// its squares would overflow. Growth takes O(p n log n) to sort and O(p n) a level; memory beyond
-/// the data is about half of it and 200 bytes a node.
-class VELTRIX_ENGINE_API Model : public BinaryTree,
-                                 public JSON::StringExportable,
-                                 public JSON::StringImportable {
+/// Frames are matched to that of the fit by `FrameColumns`. Text columns are categorical, listed in
+/// the parameters or not, columns of numbers when listed. A response beyond 1e150 is refused as
+/// well: its squares would overflow. Growth takes O(p n log n) to sort and O(p n) a level; memory
+/// beyond the data is about half of it and 200 bytes a node.
+class VELTRIX_ENGINE_API Model : public BinaryTree, public JSON::Storable {
   public:
     Model() = default;
     explicit Model(Params params) : params_(std::move(params)) {}
@@ -150,10 +151,11 @@ class VELTRIX_ENGINE_API Model : public BinaryTree,
     /// Goes back to the state before growth.
     void forget() noexcept;
     /// Takes a grown tree over. A failure leaves a part of it: for a model that is built aside.
-    void adopt(GrownTree tree, Factorizer inputs, const StringVector& colNames);
+    void adopt(GrownTree tree, InputColumns columns);
 
     Params params_;
     Factorizer inputs_;  ///< categorical columns of a frame under the names "0", "1", …
+    FrameColumns frameColumns_;
     StringVector colNames_;
     /// For each column the codes seen in training, ascending; none for a continuous one.
     std::vector<std::vector<int>> categories_;
@@ -166,7 +168,7 @@ class VELTRIX_ENGINE_API Model : public BinaryTree,
     Vector fillNumValidationRecords(const std::vector<Node*>& nodes, const Matrix& features,
                                     const Vector& response) const;
 
-    friend class TreeJson;
+    friend struct TreeFields;
 };
 
 namespace Classification {
@@ -230,12 +232,10 @@ class VELTRIX_ENGINE_API Model : public DT::Model, public Engine::Classification
     StringVector predict(const DataFrame& records) const;
     StringVector predict(const Matrix& records) const;
 
-    using JSON::StringExportable::toJson;
-    /// The grown tree with its pruning record and all that its queries need.
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
-
   protected:
+    /// The grown tree with its pruning record and all that its queries need.
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
     Vector predictionsAt(const std::vector<const Node*>& nodes) const override;
     double predictionError(double prediction, double actual) const override;
     double computeStdDevMinError() const override;
@@ -244,7 +244,7 @@ class VELTRIX_ENGINE_API Model : public DT::Model, public Engine::Classification
 
   private:
     void grow(const Features& features, const IntVector& codes, const StringVector& classes,
-              const IntVector& categorical, Factorizer inputs, const StringVector& colNames);
+              const IntVector& categorical, InputColumns inputs);
     Matrix posteriors(const std::vector<const Node*>& leaves) const;
     StringVector labels(const std::vector<const Node*>& leaves) const;
 };
@@ -284,12 +284,10 @@ class VELTRIX_ENGINE_API Model : public DT::Model {
     Vector predict(const DataFrame& records) const;
     Vector predict(const Matrix& records) const;
 
-    using JSON::StringExportable::toJson;
-    /// The grown tree with its pruning record and all that its queries need.
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
-
   protected:
+    /// The grown tree with its pruning record and all that its queries need.
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
     Vector predictionsAt(const std::vector<const Node*>& nodes) const override;
     double predictionError(double prediction, double actual) const override;
     double computeStdDevMinError() const override;
@@ -297,7 +295,7 @@ class VELTRIX_ENGINE_API Model : public DT::Model {
 
   private:
     void grow(const Features& features, const Vector& response, const IntVector& categorical,
-              Factorizer inputs, const StringVector& colNames);
+              InputColumns inputs);
 };
 
 }  // namespace Regression

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <string_view>
+#include <utility>
+
 #include "Veltrix/Data/DataFrame.h"
 #include "Veltrix/Data/Enumerations.h"
 #include "Veltrix/Data/JSON.h"
 #include "Veltrix/Data/Matrix.h"
 #include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
+#include "Veltrix/Engine/FrameForms.h"
 #include "Veltrix/Engine/Roles.h"
 #include "Veltrix/Export.h"
 
@@ -53,7 +57,8 @@ struct KSearchInfo {
 class VELTRIX_ENGINE_API Model : public Weightable {
   public:
     using Weightable::fit;
-    /// The frame forms convert their columns (bad-cast error when a cell is not a number).
+    /// The frame forms convert their columns (bad-cast error when a cell is not a number). Queries
+    /// match frames to that of the fit by `FrameColumns`.
     virtual Model& fit(const DataFrame& x, const ConstDataFrameColumn& response) = 0;
     virtual Model& fit(const DataFrame& x, const ConstDataFrameColumn& response,
                        const ConstDataFrameColumn& weights) = 0;
@@ -61,9 +66,12 @@ class VELTRIX_ENGINE_API Model : public Weightable {
                                 int maxK, bool includeTies, bool skipNaN,
                                 WeightingScheme scheme) const = 0;
 
-    /// Stored unchecked; what does not fit together is refused by the next query.
+    /// Stored unchecked; what does not fit together is refused by the next query. Frames are
+    /// matched by position from then on.
     virtual Model& setTrainingFeatures(const Matrix& x);
     virtual const Matrix& getTrainingFeatures() const;
+    /// Empty after a fit on a matrix.
+    const FrameColumns& getFrameColumns() const noexcept { return columns_; }
     Model& setWeights(const Vector& weights) override;
 
   protected:
@@ -74,8 +82,20 @@ class VELTRIX_ENGINE_API Model : public Weightable {
     Model& operator=(Model&&) noexcept = default;
     ~Model() override;
 
+    /// Fits `self` on the frame's matrix and notes the frame's columns.
+    template <class Self, class... Rest>
+    static Self& fitFrame(Self& self, const DataFrame& x, const Rest&... rest) {
+        FrameColumns columns(x.getColNames());
+        self.fit(Convert::toMatrix(x), rest...);
+        static_cast<Model&>(self).columns_ = std::move(columns);
+        return self;
+    }
+
   private:
+    friend struct Stored<Model>;
+
     Matrix features_;
+    FrameColumns columns_;
 };
 
 }  // namespace KNN
@@ -93,8 +113,7 @@ namespace Classification::KNN {
 /// set anew.
 class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
                                  public Modelable,
-                                 public JSON::StringExportable,
-                                 public JSON::StringImportable {
+                                 public JSON::Storable {
   public:
     using WeightingScheme = KNearestNeighbors::WeightingScheme;
     using KSearchInfo = Engine::KNN::KSearchInfo;
@@ -144,11 +163,13 @@ class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
     KSearchInfo kSearch(const DataFrame& records, const ConstDataFrameColumn& actual, int maxK,
                         bool includeTies, bool skipNaN, WeightingScheme scheme) const override;
 
-    using StringExportable::toJson;
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
+  protected:
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
 
   private:
+    friend struct Stored<Model>;
+
     /// Each weight v of a record of class c becomes v·prior(c)/(sum of the weights of c), but 0
     /// stays 0.
     Model& normalizeWeights() override;
@@ -164,9 +185,7 @@ namespace Regression::KNN {
 /// `Exception` when there is no record, lengths differ, or a weight is negative or not finite; the
 /// model is then as it was before. A second fit keeps the weights of the first unless they are set
 /// anew.
-class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
-                                 public JSON::StringExportable,
-                                 public JSON::StringImportable {
+class VELTRIX_ENGINE_API Model : public Engine::KNN::Model, public JSON::Storable {
   public:
     using WeightingScheme = KNearestNeighbors::WeightingScheme;
     using KSearchInfo = Engine::KNN::KSearchInfo;
@@ -206,11 +225,13 @@ class VELTRIX_ENGINE_API Model : public Engine::KNN::Model,
     KSearchInfo kSearch(const DataFrame& records, const ConstDataFrameColumn& actual, int maxK,
                         bool includeTies, bool skipNaN, WeightingScheme scheme) const override;
 
-    using StringExportable::toJson;
-    WString toJson() const override;
-    void fromJsonString(const WString& json) override;
+  protected:
+    void writeJson(JSON::TextSink& sink) const override;
+    void readJson(std::string_view utf8) override;
 
   private:
+    friend struct Stored<Model>;
+
     Vector response_;
 };
 

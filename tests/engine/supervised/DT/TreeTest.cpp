@@ -456,11 +456,11 @@ TEST(Tree, MistakesAreNamed) {
     DT::Classification::Model classes(noLimits());
     const std::pair<const char*, std::function<void()>> mistakes[] = {
         {"0 records", [&] { model.fit(Matrix(0, 2), {}); }},
-        {"2 responses for 3 records",
+        {"2 responses, 3 expected",
          [&] {
              model.fit(x, {1, 2});
          }},
-        {"row 1, found nan",
+        {"response of record 1 is nan",
          [&] {
              model.fit(x, {1, kNaN, 2});
          }},
@@ -468,29 +468,29 @@ TEST(Tree, MistakesAreNamed) {
          [&] {
              withColumns({5}).fit(x, {1, 2, 3});
          }},
-        {"row 1, column 0 of the features, found 0.5",
+        {"record 1 has 0.5 in column 0",
          [&] {
              withColumns({0}).fit(oneColumn({0, 0.5, 1}), {1, 2, 3});
          }},
-        {"class code from 0 to 1",
+        {"class code of record 2 is 2, 0 to 1",
          [&] {
              classes.setClasses({L"a", L"b"}).fit(x, {0, 1, 2});
          }},
-        {"3 columns in the features, 2 in training", [&] { model.predict(Matrix(1, 3)); }},
-        {"classes are not known", [&] { DT::Classification::Model().posteriorProbability(x); }},
-        {"Tree prune: response within",
+        {"3 columns, 2 expected", [&] { model.predict(Matrix(1, 3)); }},
+        {"Tree prediction: the model is not fitted", [&] { DT::Classification::Model().posteriorProbability(x); }},
+        {"Tree prune: response of record 1",
          [&] {
              DataFrame frame = Convert::toDataFrame(x);
              frame.append(Vector{0, kNaN, 1});
              classes.setClasses({}).fit(x, {0, 1, 1});
              classes.prune(frame(Util::all, IntVector{0, 1}), frame(Util::all, 2));
          }},
-        {"no tree was grown",
+        {"Tree prune: the model is not fitted",
          [&] {
              DT::Regression::Model().prune(x, {1, 2, 3});
          }},
         {"0 records, at least 1", [&] { model.prune(Matrix(0, 2), {}); }},
-        {"Tree prune: response within",
+        {"Tree prune: response of record 1",
          [&] {
              model.prune(x, {1, kInfinity, 2});
          }},
@@ -501,6 +501,7 @@ TEST(Tree, MistakesAreNamed) {
             ADD_FAILURE() << "accepted: " << expected;
         } catch (const Exception& error) {
             EXPECT_THAT(error.what(), HasSubstr(expected));
+            EXPECT_NE(error.getCode(), 0) << expected;
         }
     }
     EXPECT_EQ(model.toJson(), before);

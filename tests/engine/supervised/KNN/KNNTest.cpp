@@ -220,21 +220,21 @@ TEST(KNN, BadInputIsRefused) {
     half.setTrainingFeatures(Matrix(3, 1));
     const WString before = m.toJson();
     const std::pair<const char*, std::function<void()>> cases[] = {
-        {"k 0, expected at least 1", [&] { scored(m, kLine, 0); }},
-        {"maxK -1, expected", [&] { m.kSearch(kLine, kLabels, -1, true, false, kEqual); }},
-        {"2 columns to score, the model has 1", [&] { scored(m, Matrix(1, 2), 1); }},
-        {"1 actual values, 5 records",
+        {"0 neighbours (k), at least 1", [&] { scored(m, kLine, 0); }},
+        {"-1 neighbours (maxK)", [&] { m.kSearch(kLine, kLabels, -1, true, false, kEqual); }},
+        {"2 columns, 1 expected", [&] { scored(m, Matrix(1, 2), 1); }},
+        {"1 actual values, 5 expected",
          [&] { m.kSearch(kLine, StringVector(1), 1, true, false, kEqual); }},
-        {"the classes are not known", [] { scored(Classifier(), kLine, 1); }},
-        {"no training records", [] { Regressor().fit(Matrix(), Vector()); }},
-        {"4 responses, 5 training records", [&] { m.fit(kLine, StringVector(4)); }},
+        {"the model is not fitted", [] { scored(Classifier(), kLine, 1); }},
+        {"0 training records", [] { Regressor().fit(Matrix(), Vector()); }},
+        {"4 responses, 5 expected", [&] { m.fit(kLine, StringVector(4)); }},
         {"3 weights, 5", [&] { m.fit(kLine, kLabels, Vector(3)); }},
         {"5 weights, 4", [&] { m.fit(Matrix(4, 1), StringVector(4, L"a")); }},
         {"record 1 is -1",
          [&] {
              m.fit(kLine, kLabels, Vector{1, -1, 1, 1, 1});
          }},
-        {"5 responses, 3 training records", [&] { scored(half, kLine, 1); }},
+        {"5 responses, 3 expected", [&] { scored(half, kLine, 1); }},
     };
     for (const auto& [text, act] : cases) {
         EXPECT_NE(refusal(act).find(text), std::string::npos) << refusal(act) << ": " << text;
