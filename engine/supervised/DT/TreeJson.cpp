@@ -179,8 +179,7 @@ struct TreeFields {
             "expected ascending codes");
         a.property(
             "categories", [&] { return labelsOf(model); },
-            [&](const auto& labels) { learn(a, labels, model); },
-            Length{model.getNumCols()});
+            [&](const auto& labels) { learn(a, labels, model); }, Length{model.getNumCols()});
         a("columnAccumulators", model.accumulators_, Length{model.getNumCols()});
         a("riskLog", model.riskLog_)("complexity", model.alpha_)("pruning", model.pruning_);
         if constexpr (kReads<decltype(a)>) {

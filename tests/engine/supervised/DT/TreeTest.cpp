@@ -477,7 +477,8 @@ TEST(Tree, MistakesAreNamed) {
              classes.setClasses({L"a", L"b"}).fit(x, {0, 1, 2});
          }},
         {"3 columns, 2 expected", [&] { model.predict(Matrix(1, 3)); }},
-        {"Tree prediction: the model is not fitted", [&] { DT::Classification::Model().posteriorProbability(x); }},
+        {"Tree prediction: the model is not fitted",
+         [&] { DT::Classification::Model().posteriorProbability(x); }},
         {"Tree prune: response of record 1",
          [&] {
              DataFrame frame = Convert::toDataFrame(x);
