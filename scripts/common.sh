@@ -27,11 +27,13 @@ build() {
     step "build $preset${*:+ ($*)}" cmake --build --preset "$preset" -j "$jobs" ${*:+--target "$@"}
 }
 
-# run_tests PRESET: the whole suite; the full log on failure, the summary line always.
+# run_tests PRESET [OPTION...]: the suite, or what the options of ctest leave of it; the full log on
+# failure, the summary lines always.
 run_tests() {
-    local log
+    local preset=$1 log
+    shift
     log=$(mktemp)
-    if ctest --preset "$1" -j "$jobs" >"$log" 2>&1; then
+    if ctest --preset "$preset" -j "$jobs" "$@" >"$log" 2>&1; then
         grep -E 'tests passed|Total Test time' "$log"
         rm -f "$log"
     else
