@@ -43,18 +43,6 @@ class CommandLine : public testing::Test {
     std::string data = folder.write("data.csv", kData);
 };
 
-/// What is wrong, and words that the message must hold.
-template <class Input>
-using Mistakes = std::vector<std::pair<Input, std::vector<std::string>>>;
-
-void expectMistake(const ProcessResult& result, const std::vector<std::string>& words) {
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_THAT(result.err, StartsWith("veltrix: "));
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-    for (const std::string& word : words) EXPECT_THAT(result.err, HasSubstr(word));
-}
-
 TEST_F(CommandLine, HelpAndVersionExplain) {
     const ProcessResult help = run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
@@ -63,93 +51,6 @@ TEST_F(CommandLine, HelpAndVersionExplain) {
                 testing::MatchesRegex("veltrix [0-9]+\\.[0-9]+\\.[0-9]+\n"));
     EXPECT_THAT(run({"regress", "--help"}).out,
                 AllOf(HasSubstr("--predictors"), HasSubstr("--no-intercept"), HasSubstr("0.95")));
-}
-
-TEST_F(CommandLine, MistakesInTheOptionsOfRegressAreNamed) {
-    const Mistakes<std::vector<std::string>> mistakes = {
-        {{"--predictors", "a,bb"}, {"--predictors", "\"bb\"", "did you mean \"b\""}},
-        {{"--predictors", "a,y"}, {"--predictors", "\"y\"", "target"}},
-        {{"--predictors", "a,b,a"}, {"\"a\"", "twice"}},
-        {{"--weights", "w", "--predictors", "w"}, {"\"w\"", "weights"}},
-        {{"--predictors", "a", "--confidence", "1"}, {"--confidence", "1", "between 0 and 1"}},
-        {{"--predictors", "a", "--confidence", "nan"}, {"--confidence", "nan"}},
-        {{"--predictors", "a", "--format", "xml"}, {"--format", "xml", "json"}},
-        {{"--predictors", "a", "--report", folder.path("none/r.xlsx")},
-         {"--report", "none/r.xlsx", "No such file"}},
-        {{"--predictors", "a", "--save", folder.path("")}, {"--save", "directory"}},
-        {{"--predictors", "a", "--output", data}, {"--output", "file of --data"}},
-    };
-    for (const auto& [wrong, words] : mistakes) {
-        SCOPED_TRACE(testing::PrintToString(wrong));
-        expectMistake(regress(wrong), words);
-    }
-    expectMistake(run({}), {"subcommand"});
-    expectMistake(run({"regres", "--data", data}), {"\"regres\"", "regress", "predict"});
-    expectMistake(run({"regress", "--data", data, "--target", "kind", "--predictors", "a"}),
-                  {"--target", "\"kind\"", "row 1", "\"red\""});
-    EXPECT_THAT(folder.files(), ElementsAre("data.csv"));
-    EXPECT_EQ(text("data.csv"), kData);
-}
-
-TEST_F(CommandLine, MistakesInTheDataAreNamed) {
-    const Mistakes<std::string> mistakes = {
-        {"", {"--data", "bad.csv", "header"}},
-        {"y,a\n", {"no data rows"}},
-        {"y,a\n1,NA\nNA,2\n", {"no row is left", "2 rows"}},
-        {"y\n1\n2\n", {"--predictors", "no column beside the target"}},
-        {"y,a\n1,2\n3,inf\n", {"\"a\"", "row 2", "inf", "finite"}},
-        {"y,\"a\nb\"\n1,oops\n", {"\"a\\nb\"", "row 1", "\"oops\""}},
-    };
-    for (const auto& [wrong, words] : mistakes) {
-        SCOPED_TRACE(testing::PrintToString(wrong));
-        expectMistake(run({"regress", "--data", folder.write("bad.csv", wrong), "--target", "y",
-                           "--save", folder.path("model.json")}),
-                      words);
-    }
-    const std::string weights = folder.write("bad.csv", "y,a,v,z\n1,2,NA,0\n2,3,1,0\n3,1,-2,0\n");
-    expectMistake(
-        run({"regress", "--data", weights, "--target", "y", "--predictors", "a", "--weights", "v"}),
-        {"--weights", "\"v\"", "row 3", "-2", "0 or more"});
-    expectMistake(
-        run({"regress", "--data", weights, "--target", "y", "--predictors", "a", "--weights", "z"}),
-        {"--weights", "\"z\"", "only 0"});
-    expectMistake(run({"regress", "--data", folder.path("none.csv"), "--target", "y"}),
-                  {"--data", "none.csv", "No such file"});
-    EXPECT_THAT(folder.files(), ElementsAre("bad.csv", "data.csv"));
-}
-
-/// The text with the first `old` replaced.
-std::string changed(std::string text, const std::string& old, const std::string& replacement) {
-    const std::size_t where = text.find(old);
-    if (where == std::string::npos) throw std::runtime_error("No " + old + " in " + text);
-    return text.replace(where, old.size(), replacement);
-}
-
-TEST_F(CommandLine, DamagedModelsAndDataThatDoNotFitAreNamed) {
-    ASSERT_EQ(regress({"--predictors", "a,b", "--save", folder.path("m.json")}).exitCode, 0);
-    const std::string model = text("m.json");
-    const Mistakes<std::string> mistakes = {
-        {"", {"--model", "bad.json"}},
-        {model.substr(0, model.size() / 2), {"bad.json", "line 1"}},
-        {changed(model, "veltrix model", "another"), {"type", "\"another\""}},
-        {changed(model, "\"version\":1", "\"version\":99"), {"version", "99"}},
-        {changed(model, "linear regression", "forest"), {"family", "\"forest\""}},
-        {changed(model, "\"target\"", "\"aim\""), {"target"}},
-        {changed(model, "[\"a\",\"b\"]", "[\"a\"]"), {"predictors", "1 columns, expected 2"}},
-        {changed(model, "\"intercept\":true", "\"intercept\":false"), {"intercept"}},
-        {changed(model, "\"coefficients\"", "\"koefficients\""), {"model", "coefficients"}},
-    };
-    for (const auto& [wrong, words] : mistakes) {
-        SCOPED_TRACE(wrong);
-        expectMistake(run({"predict", "--model", folder.write("bad.json", wrong), "--data", data,
-                           "--output", folder.path("out.txt")}),
-                      words);
-    }
-    const std::string other = folder.write("other.csv", "a,B2\n1,2\n");
-    expectMistake(run({"predict", "--model", folder.path("m.json"), "--data", other}),
-                  {"--data", "no column \"b\"", "other.csv"});
-    EXPECT_EQ(text("m.json"), model);
-    EXPECT_THAT(folder.files(), ElementsAre("bad.json", "data.csv", "m.json", "other.csv"));
 }
 
 TEST_F(CommandLine, AFullDiskLeavesNothingBehind) {

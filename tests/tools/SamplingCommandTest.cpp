@@ -109,40 +109,5 @@ TEST(PartitionCommand, GivesTrainingTheShareOfTheClass) {
               (std::vector<std::string>{"1,train", "0,train", "0,train", "1,train"}));
 }
 
-TEST(SamplingCommands, NameTheMistake) {
-    const TemporaryFolder folder;
-    const std::string data = folder.write("data.csv", "x,y\n1,a\n2,b\n3,b\n");
-    const std::string same = folder.write("same.csv", "y\na\na\n");
-    const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{"sample", "--data", data, "--size", "4"}, "--size: 4, expected at most the 3 rows"},
-        {{"sample", "--data", data, "--size", "1.5"}, "--size: \"1.5\", expected a whole number"},
-        {{"sample", "--data", data, "--size", "1", "--seed", "4294967296"}, "--seed: "},
-        {{"sample", "--data", data, "--size", "1", "--output", data}, "--output: "},
-        {{"partition", "--data", data, "--train", "1.01"}, "--train: \"1.01\", expected a number"},
-        {{"partition", "--data", data, "--train", "0.8", "--validation", "0.3"},
-         "more than 1 together"},
-        {{"partition", "--data", data, "--train", "0.5", "--column", "y"}, "--column: "},
-        {{"partition", "--data", data, "--column", ""}, "--column: expected a name"},
-        {{"partition", "--data", data, "--train", "0.5", "--target", "y", "--success-class", "q"},
-         "--success-class: column \"y\" does not hold \"q\", expected one of \"a\", \"b\""},
-        {{"partition", "--data", same, "--train", "0.5", "--target", "y", "--success-class", "a"},
-         "--success-share: column \"y\" holds \"a\" only"},
-    };
-    for (auto [arguments, message] : cases) {
-        if (std::find(arguments.begin(), arguments.end(), "--output") == arguments.end()) {
-            arguments.insert(arguments.end(), {"--output", folder.path("out.csv")});
-        }
-        const ProcessResult result = runProgram(kVeltrix, arguments);
-        EXPECT_EQ(result.exitCode, 2) << message;
-        EXPECT_THAT(result.err, testing::StartsWith("veltrix: "));
-        EXPECT_THAT(result.err, testing::HasSubstr(message));
-        EXPECT_EQ(linesOf(result.err).size(), 1u);
-    }
-    EXPECT_EQ(folder.files(), (std::vector<std::string>{"data.csv", "same.csv"}));
-    const ProcessResult full =
-        runProgram(kVeltrix, {"sample", "--data", data, "--size", "1"}, "/dev/full");
-    EXPECT_EQ(full.exitCode, 2);
-}
-
 }  // namespace
 }  // namespace Veltrix::Testing

@@ -136,7 +136,7 @@ std::uint64_t AcfCommand::chooseLags(std::uint64_t numProcessed) const {
 void AcfCommand::run() {
     output_.checkFiles({data_});
     checkSeason();
-    Progress progress;
+    ProgressLine progress;
     progress.stage("Reading " + data_.path);
     const DataFile file(data_.path);
     const RowSelection selection = readSeries(file, column_);

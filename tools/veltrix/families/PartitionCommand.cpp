@@ -141,7 +141,7 @@ void PartitionCommand::run() {
                                     Support::numberText(validation_), kTrain,
                                     Support::numberText(train_)));
     }
-    Progress progress;
+    ProgressLine progress;
     progress.stage("Reading " + data_.path);
     const DataFile data(data_.path, kVerbatim);
     if (data.hasColumn(column_)) {

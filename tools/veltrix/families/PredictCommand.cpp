@@ -60,7 +60,7 @@ void PredictCommand::declare(OptionGroup& options) {
 
 void PredictCommand::run() {
     output_.checkFiles({data_, model_});
-    Progress progress;
+    ProgressLine progress;
     progress.stage("Reading " + data_.path);
     const StoredModel stored = readModel(model_.path);
     const DataFile data(data_.path, stored.coding.csvOptions());

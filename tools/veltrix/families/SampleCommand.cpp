@@ -93,7 +93,7 @@ void SampleCommand::declare(OptionGroup& options) {
 
 void SampleCommand::run() {
     checkDistinct(output_, data_);
-    Progress progress;
+    ProgressLine progress;
     progress.stage("Reading " + data_.path);
     const DataFile data(data_.path, kVerbatim);
     if (size_ > data.numRows()) {

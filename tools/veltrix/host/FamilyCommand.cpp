@@ -27,6 +27,8 @@ void FamilyCommand::declare(OptionGroup& options) {
 void FamilyCommand::fit(const Prepared& data) {
     try {
         family_->fit(data);
+    } catch (const Cancelled&) {
+        throw;
     } catch (const Exception& error) {
         std::string_view problem = error.what();
         // The operation that found it is nothing to the user.
@@ -82,7 +84,7 @@ Report FamilyCommand::makeReport(const Prepared& data) const {
 void FamilyCommand::run() {
     family_->checkOptions();
     options_.output.checkFiles({options_.data}, {options_.save});
-    Progress progress;
+    ProgressLine progress;
     progress.stage("Reading " + options_.data.path);
     const Prepared data = prepare(options_.readData(), options_);
     progress.stage("Fitting the model");

@@ -31,16 +31,27 @@ void show(std::string_view text) {
     std::fflush(stderr);
 }
 
-}  // namespace
-
-Progress::Progress() : visible_(isTerminal()) {}
-
-Progress::~Progress() {
-    if (visible_) show(kWipeLine);
+bool showProgress(const Progress& progress) {
+    if (progress.total == 0) {
+        show(fmt::format("{}{} ...", kWipeLine, progress.phase));
+    } else {
+        show(fmt::format("{}{} {:.0f} %", kWipeLine, progress.phase, 100.0 * progress.fraction));
+    }
+    return true;
 }
 
-void Progress::stage(std::string_view what) {
-    if (visible_) show(fmt::format("{}{} ...", kWipeLine, oneLine(what)));
+}  // namespace
+
+ProgressLine::ProgressLine() {
+    if (isTerminal()) scope_.emplace(showProgress);
+}
+
+ProgressLine::~ProgressLine() {
+    if (scope_) show(kWipeLine);
+}
+
+void ProgressLine::stage(std::string_view what) {
+    if (scope_) show(fmt::format("{}{} ...", kWipeLine, oneLine(what)));
 }
 
 }  // namespace Veltrix::Tool

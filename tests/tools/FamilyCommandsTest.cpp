@@ -1,0 +1,437 @@
+// The families of the real program end to end: each against one result computed elsewhere (origin
+// and tolerances in tests/reference/*/README.md), which shows that every column says what its
+// heading promises; the numbers of further data are the library's to test.
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/NumberText.h"
+#include "tests/engine/timeseries/SeriesReference.h"
+#include "tests/support/CommandRun.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+const std::string kLearners = std::string(kTestData) + "/learners/";
+
+/// Columns of tables and the quantities of the reference that they must show.
+struct Shown {
+    std::string table;
+    std::string heading;
+    std::string quantity;
+};
+
+void expectColumns(const JsonReport& report, const ReferenceData& reference,
+                   const std::vector<Shown>& columns, double relative = 1e-9) {
+    for (const auto& [table, heading, quantity] : columns) {
+        std::vector<double> expected = reference.flattened(quantity);
+        double largest = 0.0;
+        for (const double value : expected) largest = std::max(largest, std::fabs(value));
+        EXPECT_TRUE(allNear(report.column(table, heading), expected, {relative, 1e-12 * largest}))
+            << table << ", " << heading;
+    }
+}
+
+/// Posterior probabilities row after row.
+std::vector<double> posteriorsOf(const JsonReport& report, const std::string& title,
+                                 const ReferenceData& reference) {
+    std::vector<std::vector<double>> columns;
+    for (const std::string& label : reference.texts("classes")) {
+        columns.push_back(report.column(title, "P(" + label + ")"));
+    }
+    std::vector<double> values;
+    for (std::size_t i = 0; i < columns.at(0).size(); ++i) {
+        for (const std::vector<double>& column : columns) values.push_back(column.at(i));
+    }
+    return values;
+}
+
+/// --priors, --success-class and --cutoff as the reference has them.
+Arguments classOptions(const ReferenceData& reference) {
+    std::vector<std::string> priors = reference.texts("classes");
+    for (std::size_t k = 0; k < priors.size(); ++k) priors[k] += "=" + reference.texts("priors")[k];
+    Arguments options{"--priors", joined(priors)};
+    const std::string success = reference.text("success_class");
+    if (success.empty()) return options;
+    return options + Arguments{"--success-class", success, "--cutoff", reference.text("cutoff")};
+}
+
+TEST(RegressCommand, ShowsTheReferenceNumbersAndPredicts) {
+    const TemporaryFolder folder;
+    const ReferenceData reference("learners/cars_weighted.ols");
+    const std::string model = folder.path("model.json");
+    const Arguments fit{"regress",
+                        "--data",
+                        kLearners + reference.text("data"),
+                        "--target",
+                        reference.text("response"),
+                        "--weights",
+                        reference.text("weights"),
+                        "--predictors",
+                        joined(reference.texts("predictors")),
+                        "--save",
+                        model};
+    const JsonReport report = reportOf(fit);
+    expectColumns(
+        report, reference,
+        {{"Coefficients", "Estimate", "coefficients"},
+         {"Coefficients", "Std. error", "standard_errors"},
+         {"Coefficients", "t", "t"},
+         {"Coefficients", "p-value", "p_values"},
+         {"Coefficients", "Lower 95%", "lower"},
+         {"Coefficients", "Upper 95%", "upper"},
+         {"Collinearity diagnostics", "Eigenvalue", "collinearity.eigenvalues"},
+         {"Collinearity diagnostics", "Condition index", "collinearity.condition_indices"},
+         {"Residuals", "Fitted", "fitted"},
+         {"Residuals", "Residual", "residuals.raw"},
+         {"Residuals", "Standardized", "residuals.standardized"},
+         {"Residuals", "Studentized", "residuals.studentized"},
+         {"Residuals", "Deleted", "residuals.deleted"},
+         {"Influence", "Leverage", "leverage"},
+         {"Influence", "Cook's distance", "diagnostics.cook"},
+         {"Influence", "DFFITS", "diagnostics.dffits"},
+         {"Influence", "Covariance ratio", "diagnostics.covratio"},
+         {"Influence", "Delete-one variance", "diagnostics.delete1_variance"},
+         {"Intervals", "Fitted", "fitted"},
+         {"Intervals", "Confidence lower 95%", "fitted_intervals.ci_lower"},
+         {"Intervals", "Confidence upper 95%", "fitted_intervals.ci_upper"},
+         {"Intervals", "Prediction lower 95%", "fitted_intervals.pi_lower"},
+         {"Intervals", "Prediction upper 95%", "fitted_intervals.pi_upper"},
+         {"Analysis of variance", "F", "anova.f"},
+         {"Analysis of variance", "p-value", "anova.p_f"}});
+    const auto numbers = [&](const std::string& start) {
+        std::vector<double> values;
+        for (const char* part : {"r", "e", "t"}) values.push_back(reference.scalar(start + part));
+        return values;
+    };
+    const Tolerance close{1e-9, 0.0};
+    EXPECT_TRUE(allNear(report.column("Analysis of variance", "Sum of squares"),
+                        numbers("anova.ss"), close));
+    EXPECT_TRUE(
+        allNear(report.column("Analysis of variance", "Mean square"), numbers("anova.ms"), close));
+    const std::pair<const char*, const char*> entries[] = {
+        {"Rows used", "n"},
+        {"Rank", "rank"},
+        {"Residual degrees of freedom", "anova.df_residual"},
+        {"R-squared", "fit.r2"},
+        {"Adjusted R-squared", "fit.adj_r2"},
+        {"Standard error of estimate", "anova.std_error_estimate"},
+        {"Log-likelihood", "fit.loglik"},
+        {"Log-likelihood, intercept only", "fit.loglik_intercept_only"}};
+    for (const auto& [label, quantity] : entries) {
+        EXPECT_TRUE(isNear(report.entry(label), reference.scalar(quantity), close)) << label;
+    }
+    // New records, with a column that the model does not know.
+    const Table records = reference.matrix("new_records");
+    ASSERT_EQ(records.columns, 1u);
+    std::string csv = "note," + reference.texts("predictors")[0];
+    for (const double value : records.values) csv += "\nnew," + Support::numberText(value);
+    const std::string fresh = folder.write("new.csv", csv);
+    const Arguments predict{"predict", "--model", model, "--data", fresh};
+    expectColumns(reportOf(predict), reference,
+                  {{"Predictions", "Prediction", "new_predictions"},
+                   {"Predictions", "Confidence lower 95%", "new_intervals.ci_lower"},
+                   {"Predictions", "Confidence upper 95%", "new_intervals.ci_upper"},
+                   {"Predictions", "Prediction lower 95%", "new_intervals.pi_lower"},
+                   {"Predictions", "Prediction upper 95%", "new_intervals.pi_upper"}});
+}
+
+TEST(RegressCommand, OtherPartsAreScoredByTheModelOfTheTrainingPart) {
+    const TemporaryFolder folder;
+    const std::string whole = folder.write("whole.csv",
+                                           "y,x,part\n1,0,train\n3,1,train\n4,2,train\n"
+                                           "9,3,valid\nNA,1,test\n5,,test\n8,4,test\n2,2,\n");
+    const std::string training = folder.write("train.csv", "y,x\n1,0\n3,1\n4,2\n");
+    const Arguments parts{"regress", "--data", whole, "--target", "y", "--partition-column",
+                          "part"};
+    const JsonReport report = reportOf(parts + Arguments{"--confidence", "0.9"});
+    const JsonReport alone = reportOf({"regress", "--data", training, "--target", "y"});
+    EXPECT_EQ(report.column("Coefficients", "Estimate"), alone.column("Coefficients", "Estimate"));
+    EXPECT_EQ(report.column("Residuals", "Row"), (std::vector<double>{1, 2, 3}));
+    EXPECT_EQ(report.column("Parts", "Rows used"), (std::vector<double>{3, 1, 1}));
+    EXPECT_EQ(report.column("Parts", "Rows left out"), (std::vector<double>{0, 0, 2}));
+    // y = 7/6 + 3/2 x: residuals -1/6, 1/3, -1/6; 10/3; 5/6.
+    const std::vector<double> sse{1.0 / 6, 100.0 / 9, 25.0 / 36};
+    EXPECT_TRUE(allNear(report.column("Error measures", "SSE"), sse, {1e-12, 0.0}));
+    EXPECT_NEAR(report.column("Scores: test", "Residual").at(0), 5.0 / 6, 1e-12);
+    EXPECT_EQ(report.column("Scores: validation", "Prediction lower 90%").size(), 1u);
+    EXPECT_THROW(report.table("Scores: training"), std::runtime_error);
+}
+
+TEST(KnnCommand, ShowsTheReferenceNumbersAndSearches) {
+    const TemporaryFolder folder;
+    const ReferenceData reference("learners/painters_weighted.knn");
+    const auto lines = Detail::readLines("learners/" + reference.text("data"));
+    std::string text = lines.at(0) + ",part\n";
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        const bool trains = static_cast<double>(i) <= reference.scalar("training_rows");
+        text += lines[i] + (trains ? ",train\n" : ",valid\n");
+    }
+    const Arguments start = Arguments{"knn",
+                                      "--data",
+                                      folder.write("data.csv", text),
+                                      "--partition-column",
+                                      "part",
+                                      "--predictors",
+                                      joined(reference.texts("predictors")),
+                                      "--target",
+                                      reference.text("class"),
+                                      "--weights",
+                                      reference.text("weights")};
+    const auto settings = [&](const std::string& item) {
+        Arguments options{"--weighting",
+                          reference.scalar(item + ".scheme") == 2.0 ? "distance" : "equal"};
+        if (reference.scalar(item + ".include_ties") == 1.0) options.emplace_back("--ties");
+        return start + options;
+    };
+    for (const std::string item : {"scores.2", "scores.7", "scores.11"}) {
+        SCOPED_TRACE(item);
+        const JsonReport report =
+            reportOf(settings(item) + Arguments{"--k", reference.text(item + ".k")});
+        EXPECT_TRUE(allNear(posteriorsOf(report, "Scores: validation", reference),
+                            reference.flattened(item + ".posterior"), {0.0, 1e-10}));
+    }
+    const std::string item = "searches.3";
+    const JsonReport report =
+        reportOf(settings(item) + Arguments{"--max-k", reference.text(item + ".max_k")});
+    expectColumns(
+        report, reference,
+        {{"Search log: validation", "% Misclassification", item + ".misclassified_percent"}});
+    EXPECT_EQ(report.entry("k"), reference.scalar(item + ".best_k"));
+    // The tables below the search repeat the error of the number chosen.
+    EXPECT_NEAR(report.column("Confusion matrix: validation", "% Errors").back(),
+                std::ranges::min(reference.vector(item + ".misclassified_percent")), 1e-10);
+}
+
+TEST(KnnCommand, TellsPartsClassesAndErrors) {
+    const TemporaryFolder folder;
+    const std::string model = folder.path("m.json");
+    // A class that trains nowhere; a row without a part and one without a value.
+    const std::string data = folder.write("data.csv",
+                                          "kind,x,class,part\na,1,01,train\na,2,01,train\n"
+                                          "b,5,2,train\nb,6,2,train\nc,1.5,01,valid\n"
+                                          "c,5.5,3,valid\nb,4,2,test\na,,2,test\na,9,2,\n");
+    EXPECT_THAT(outputOf({"knn", "--data", data, "--target", "class", "--partition-column", "part",
+                          "--max-k", "2", "--save", model, "--report", folder.path("r.xlsx")}),
+                AllOf(HasSubstr("\nColumns                         4\n"),
+                      HasSubstr("\ntraining            4          4              0\n"
+                                "validation          2          2              0\n"
+                                "test                2          1              1\n"),
+                      HasSubstr("\nActual  01  2  Records  Errors  % Errors\n"
+                                "01       1  0        1       0         0\n"
+                                "2        0  0        0       0       NaN\n"
+                                "3        0  1        1       1       100\n"
+                                "All      1  1        2       1        50\n"),
+                      HasSubstr("never predicted"), HasSubstr("among its own neighbours")));
+    EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart1.xml"));
+    EXPECT_THAT(predictionsOf(model, folder.write("new.csv", "x,kind\n1,c\n,a\n6,b\n")),
+                HasSubstr("\nRow,Predicted,P(01),P(2)\n1,01,1,0\n2,,NaN,NaN\n3,2,0,1\n"));
+}
+
+// The nearest records of the first two weigh nothing.
+TEST(KnnCommand, RowsWithoutAPredictionAreToldAndLeftOut) {
+    const TemporaryFolder folder;
+    const std::string model = folder.path("m.json");
+    const std::string data =
+        folder.write("data.csv", "x,y,c,w\n1,1,a,0\n1.1,2,b,0\n5,3,a,1\n6,4,b,1\n7,3,a,1\n");
+    const Arguments start{"knn", "--data",   data,   "--predictors", "x",   "--weights", "w", "--k",
+                          "2",   "--format", "json", "--save",       model, "--target"};
+    EXPECT_THAT(outputOf(start + Arguments{"c"}), HasSubstr(R"([1,"a",null,"NaN","NaN"])"));
+    EXPECT_THAT(predictionsOf(model, data), AllOf(HasSubstr("\nRows without a prediction,2\n"),
+                                                  HasSubstr("\n2,,NaN,NaN\n3,a,0.5,0.5\n")));
+    EXPECT_THAT(outputOf(start + Arguments{"y", "--regression"}),
+                AllOf(HasSubstr(R"(["training",3,0.75,0.25,0.5,0.5,)"),
+                      HasSubstr("\"training: 2 records without")));
+}
+
+class TreeCommand : public testing::Test {
+  protected:
+    static JsonReport run(const ReferenceData& reference, const std::string& data,
+                          const Arguments& options) {
+        Arguments arguments{"tree",
+                            "--data",
+                            data,
+                            "--partition-column",
+                            "part",
+                            "--target",
+                            reference.text("response"),
+                            "--predictors",
+                            joined(reference.texts("predictors"))};
+        for (const char* limit : {"max_splits", "max_levels", "max_nodes", "min_records", "seed"}) {
+            const std::string quantity = std::string("parameters.") + limit;
+            if (!reference.has(quantity)) continue;
+            std::string option = std::string("--") + limit;
+            std::ranges::replace(option, '_', '-');
+            arguments = arguments + Arguments{option, reference.text(quantity)};
+        }
+        return reportOf(arguments + options);
+    }
+};
+
+TEST_F(TreeCommand, WithoutValidationTheFullTreeIsShown) {
+    const TemporaryFolder folder;
+    const ReferenceData reference("learners/airquality.tree");
+    std::string text = contentOf(kLearners + reference.text("data"));
+    for (std::size_t at = 0; (at = text.find("valid\n", at)) != std::string::npos;) {
+        text.replace(at, 5, "test");
+    }
+    const JsonReport report = run(reference, folder.write("data.csv", text), {"--regression"});
+    expectColumns(report, reference,
+                  {{"Scores: test", "Prediction", "full_tree_outputs"},
+                   {"Risk log", "Total risk", "risk_log"},
+                   {"Column accumulators", "Accumulator", "column_accumulators"}});
+    EXPECT_EQ(report.entry("Nodes of the full tree"), reference.scalar("node_count"));
+    const std::pair<const char*, const char*> fields[] = {
+        {"Node", "id"},           {"Depth", "depth"},
+        {"Records", "records"},   {"Left child", "left"},
+        {"Right child", "right"}, {"Risk", "risk"},
+        {"Prediction", "label"},  {"Left below or among", "split_value"}};
+    std::vector<std::string> variables;
+    for (const auto& [heading, quantity] : fields) {
+        const std::string field = quantity;
+        std::vector<double> expected;
+        for (int i = 0; i < static_cast<int>(reference.scalar("node_count")); ++i) {
+            const std::string node = "nodes." + std::to_string(i) + ".";
+            const bool leaf = reference.scalar(node + "left") == 0.0;
+            const bool ofSplit = field == "left" || field == "right" || field == "split_value";
+            if (leaf && ofSplit) continue;
+            expected.push_back(reference.scalar(node + field));
+            if (field != "left") continue;
+            const auto column = static_cast<std::size_t>(reference.scalar(node + "split_column"));
+            variables.push_back(reference.texts("predictors").at(column));
+        }
+        EXPECT_TRUE(allNear(report.column("Nodes: full tree", heading), expected, {1e-9, 1e-12}))
+            << heading;
+    }
+    EXPECT_EQ(report.texts("Nodes: full tree", "Split variable"), variables);
+}
+
+TEST_F(TreeCommand, IsPrunedOnTheValidationPart) {
+    const ReferenceData reference("learners/pima_equal.tree");
+    const JsonReport report =
+        run(reference, kLearners + reference.text("data"), classOptions(reference));
+    expectColumns(report, reference,
+                  {{"Tree sequence", "Complexity", "pruning.complexity"},
+                   {"Tree sequence", "Validation errors", "pruning.validation_errors"},
+                   {"Pruning log", "Error per record", "pruning.pruning_log"},
+                   {"Pruning log", "Complexity", "pruning.complexity_log"}});
+    const auto nameOf = [&](const std::string& tree) {
+        const auto place = static_cast<std::int64_t>(reference.scalar(tree));
+        return report.table("Tree sequence").at("rows").at(place).at(std::int64_t{6}).asString();
+    };
+    EXPECT_THAT(nameOf("pruning.best_pruned_tree"), HasSubstr("best pruned"));
+    EXPECT_THAT(nameOf("pruning.minimum_error_tree"), HasSubstr("minimum error"));
+    EXPECT_TRUE(allNear(posteriorsOf(report, "Scores: validation", reference),
+                        reference.flattened("best_tree_outputs"), {1e-9, 1e-12}));
+}
+
+TEST_F(TreeCommand, TellsOfCategoriesAndUnknownClasses) {
+    const TemporaryFolder folder;
+    const std::string model = folder.path("m.json");
+    const std::string data = folder.write("data.csv",
+                                          "size,colour,grade,class,part\n1,red,1,01,train\n"
+                                          "2,red,2,01,train\n3,blue,1,2,train\n4,blue,2,2,train\n"
+                                          "1,green,3,2,train\n2,green,3,2,train\n1,pink,1,3,valid\n"
+                                          "2,red,1,01,valid\n4,blue,,2,valid\n");
+    EXPECT_THAT(outputOf({"tree", "--data", data, "--target", "class", "--categorical", "grade",
+                          "--partition-column", "part", "--save", model, "--report",
+                          folder.path("r.xlsx")}),
+                AllOf(HasSubstr("Leaves of the selected tree     2\n"),
+                      HasSubstr("\n2      0.666667                  4 "),
+                      HasSubstr("\n3                                0 "),
+                      HasSubstr("\nvalidation          3          2              1\n"),
+                      HasSubstr("\nAll      1  1        2       1        50\n")));
+    EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart1.xml"));
+    // Categories that were not in training are scored, a row without a value is not.
+    const std::string fresh =
+        folder.write("new.csv", "colour,size,grade\npink,9,4\n,1,1\nred,0,1\n");
+    EXPECT_THAT(predictionsOf(model, fresh),
+                HasSubstr("\nRow,Predicted,P(01),P(2)\n1,2,0,1\n2,,NaN,NaN\n3,01,1,0\n"));
+}
+
+TEST(KMeansCommand, ShowsTheReferenceNumbers) {
+    const ReferenceData reference("learners/ruspini.kmeans");
+    const auto text = [&](const char* name) {
+        return reference.text(std::string("fits.1.") + name);
+    };
+    const JsonReport report = reportOf(
+        {"kmeans", "--data", kLearners + "ruspini.csv", "--clusters", text("k"), "--starts",
+         text("random_starts"), "--iterations", text("max_iterations"), "--seed", text("seed")});
+    expectColumns(report, reference,
+                  {{"Random starts", "Sum of squares within clusters", "fits.1.start_within_ss"},
+                   {"Clusters", "Average distance", "fits.1.average_distance"},
+                   {"Clusters", "Sum of squares within", "fits.1.within_ss"}});
+    std::vector<double> clusters = reference.vector("fits.1.assignment");
+    for (double& cluster : clusters) cluster += 1.0;
+    EXPECT_EQ(report.column("Rows and their clusters", "Cluster"), clusters);
+    EXPECT_EQ(report.texts("Random starts", "Remark"), std::vector<std::string>{"best"});
+    EXPECT_THAT(report.table("Fit").toJson(), HasSubstr(R"(["Iterations",2],["Converged","yes"])"));
+}
+
+TEST(KMeansCommand, LeavesOutTextAndDrawsTheClusters) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.csv", "name,x\na,1\nb,1.5\nc,NA\nd,8\ne,9\n");
+    const std::string report = folder.path("r.xlsx");
+    EXPECT_THAT(
+        outputOf({"kmeans", "--data", file, "--clusters", "2", "--iterations", "0", "--starts",
+                  "30", "--format", "csv", "--report", report}),
+        AllOf(HasSubstr("Columns,x\nText columns left out,name\nRows read,5\nRows used,4\n"),
+              HasSubstr("Iterations,0\nConverged,no\n"),
+              HasSubstr("Cluster chart\nCluster,Row,x\n1,")));
+    EXPECT_THAT(contentOf(report), HasSubstr("xl/charts/chart2.xml"));
+}
+
+TEST(AcfCommand, ShowsTheReferenceNumbers) {
+    const SeriesReference reference("acvf_pacf");
+    const std::string name = "jj_d2_D1";
+    const auto text = [&](const char* quantity) { return reference.text(name + quantity); };
+    const std::vector<double> acvf = reference.vector(name + ".acvf");
+    const std::string lags = std::to_string(acvf.size() - 1);
+    const JsonReport report = reportOf(
+        {"acf", "--data", std::string(kTestData) + "/timeseries/series/" + text(".series") + ".csv",
+         "--column", "x", "--confidence", "0.9", "--lags", lags, "--difference", text(".d"),
+         "--seasonal-difference", text(".D"), "--period", text(".period")});
+    std::vector<double> acf;
+    for (const double value : acvf) acf.push_back(value / acvf[0]);
+    const double limit = 1.6448536269514722 / std::sqrt(reference.scalar(name + ".n"));
+    const auto expect = [&](const char* heading, const std::vector<double>& expected) {
+        EXPECT_TRUE(allNear(report.column("Autocorrelations", heading), expected,
+                            {1e-9, 1e-12 * std::max(1.0, acvf[0])}))
+            << heading;
+    };
+    expect("Autocovariance", acvf);
+    expect("ACF", acf);
+    expect("PACF", reference.vector(name + ".pacf"));
+    expect("Lower 90%", std::vector<double>(acvf.size(), -limit));
+    expect("Upper 90%", std::vector<double>(acvf.size(), limit));
+    EXPECT_EQ(report.column("Autocorrelations", "Lag").back(),
+              static_cast<double>(acvf.size() - 1));
+}
+
+TEST(AcfCommand, LeavesOutMissingValuesAtTheEndsAndChartsOfAConstant) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("a.csv", "t,x,c\n1,NA,5\n2,3,5\n3,1,5\n4,2,5\n5,4,5\n6,,5\n");
+    const std::string book = folder.path("r.xlsx");
+    const JsonReport report = reportOf({"acf", "--data", file, "--column", "x", "--report", book});
+    EXPECT_EQ(report.entry("Rows used"), 4.0);
+    EXPECT_EQ(report.entry("Rows left out (missing values)"), 2.0);
+    EXPECT_EQ(report.column("Autocorrelations", "Lag"), (std::vector<double>{0, 1, 2, 3}));
+    EXPECT_THAT(contentOf(book), HasSubstr("xl/charts/chart2.xml"));
+    EXPECT_THAT(outputOf({"acf", "--data", file, "--column", "c", "--report", book}),
+                HasSubstr("NaN"));
+    EXPECT_THAT(contentOf(book), testing::Not(HasSubstr("xl/charts/")));
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing

@@ -1,0 +1,231 @@
+// Model files of the real program: those of earlier versions, damaged ones, and what they make of
+// new data.
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Veltrix/Engine/Distributions.h"
+#include "tests/support/CommandRun.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+const std::string kModels = std::string(kTestData) + "/models/";
+
+/// The text with the first `old` replaced.
+std::string changed(std::string text, const std::string& old, const std::string& replacement) {
+    const std::size_t where = text.find(old);
+    if (where == std::string::npos) throw std::runtime_error("No " + old + " in " + text);
+    return text.replace(where, old.size(), replacement);
+}
+
+TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
+    for (const std::string name : {"regress", "knn", "tree", "kmeans"}) {
+        const std::string before = contentOf(kModels + name + ".csv");
+        const std::string now = predictionsOf(kModels + name + ".json", kModels + "new.csv");
+        const std::string heading = changed(before, "Predictions\n", "\n");
+        EXPECT_THAT(now, HasSubstr(heading.substr(0, heading.find('\n', 1) + 1)));
+        const auto columns = static_cast<std::size_t>(std::ranges::count(heading, ',')) / 6 + 1;
+        for (std::size_t j = 0; j < columns; ++j) {
+            const auto cells = csvColumn(now, "Predictions", j);
+            const auto expected = csvColumn(before, "Predictions", j);
+            ASSERT_EQ(cells.size(), 5u) << name;
+            for (std::size_t i = 0; i < cells.size(); ++i) {
+                const auto number = Support::parseNumber(std::string_view(expected[i]));
+                if (!number || std::isnan(*number)) {
+                    EXPECT_EQ(cells[i], expected[i]) << name;
+                } else {
+                    const double found = Detail::toNumber(cells[i], name);
+                    EXPECT_TRUE(isNear(found, *number, {1e-9, 1e-12})) << name;
+                }
+            }
+        }
+    }
+}
+
+TEST(ModelFiles, ThatAreDamagedAreNamed) {
+    const TemporaryFolder folder;
+    struct Damage {
+        const char* family;
+        std::string from;
+        std::string to;
+        std::vector<std::string> words;
+    };
+    const Damage damages[] = {
+        {"regress", "veltrix model", "another", {"type", "\"another\""}},
+        {"regress", "\"version\":1", "\"version\":99", {"version", "99"}},
+        {"regress", "linear regression", "forest", {"family", "\"forest\"", "\"k-means\""}},
+        {"regress", "\"target\"", "\"aim\"", {"target"}},
+        {"regress",
+         "[\"region\",\"size\",",
+         "[\"region\",",
+         {"predictors", "3 columns, expected 4"}},
+        {"regress", "\"intercept\":true", "\"intercept\":false", {"intercept"}},
+        {"regress", "\"coefficients\"", "\"koefficients\"", {"model", "coefficients"}},
+        {"regress", "\"name\":\"region\"", "\"name\":\"area\"", {"\"area\" is no predictor"}},
+        {"regress", "[\"east\",\"north\",\"south\"]", "[]", {"no level of \"region\""}},
+        {"regress", "[\"east\",", "[\"north\",", {"occurs twice"}},
+        {"knn", "\"task\":\"classification\"", "\"task\":\"guess\"", {"task", "\"guess\""}},
+        {"knn", "\"k\":", "\"k\":-", {"\"k\"", "at least 1"}},
+        {"knn", "\"labels\":[\"no", "\"labels\":[\"so", {"model.labels"}},
+        {"knn", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", {"model.priorLabels"}},
+        {"knn", "\"successClass\":\"yes", "\"successClass\":\"may", {"model.successClass"}},
+        {"tree", "\"categorical\":[\"region", "\"categorical\":[\"area", {"\"area\" is no"}},
+        {"tree", "\"text\":[\"region", "\"text\":[\"size", {"text", "\"size\" is no"}},
+        {"kmeans",
+         "\"columns\":[\"size\",",
+         "\"columns\":[",
+         {"columns", "1 columns, expected 2"}}};
+    const auto expect = [&](const std::string& text, const std::vector<std::string>& words) {
+        const std::string bad = folder.write("bad.json", text);
+        expectMistake(
+            runProgram(kVeltrix, {"predict", "--model", bad, "--data", kModels + "houses.csv",
+                                  "--output", folder.path("out.txt")}),
+            words);
+        EXPECT_THAT(folder.files(), testing::ElementsAre("bad.json"));
+    };
+    for (const auto& [family, from, to, words] : damages) {
+        SCOPED_TRACE(std::string(family) + ": " + to);
+        expect(changed(contentOf(kModels + family + ".json"), from, to), words);
+    }
+    const std::string model = contentOf(kModels + "tree.json");
+    expect("", {"--model", "bad.json"});
+    expect(model.substr(0, model.size() / 2), {"--model", "bad.json", "line 1"});
+}
+
+TEST(ModelFiles, PredictReachesTheLimits) {
+    const auto predict = [](const std::string& level) {
+        return reportOf({"predict", "--model", kModels + "regress.json", "--data",
+                         kModels + "new.csv", "--confidence", level});
+    };
+    const JsonReport usual = predict("0.95");
+    const JsonReport narrow = predict("0.8");
+    EXPECT_EQ(narrow.entry("Confidence level"), 0.8);
+    const auto middle = usual.column("Predictions", "Prediction");
+    const double df = 17 - 5;
+    const double ratio = Engine::Distributions::studentTQuantile(0.9, df) /
+                         Engine::Distributions::studentTQuantile(0.975, df);
+    for (const std::string limit :
+         {"Confidence lower ", "Confidence upper ", "Prediction lower ", "Prediction upper "}) {
+        const auto wide = usual.column("Predictions", limit + "95%");
+        std::vector<double> expected;
+        for (std::size_t i = 0; i < middle.size(); ++i) {
+            expected.push_back(middle[i] + ratio * (wide[i] - middle[i]));
+        }
+        EXPECT_TRUE(allNear(narrow.column("Predictions", limit + "80%"), expected, {1e-9, 0.0}));
+    }
+}
+
+// What the report says of every record is what the stored model says of it again.
+TEST(ModelFiles, PredictAsTheReportDoes) {
+    const TemporaryFolder folder;
+    const std::string data = kModels + "houses.csv";
+    const std::string model = folder.path("m.json");
+    const Arguments parts{"--partition-column",
+                          "part",
+                          "--predictors",
+                          "region,size,kind",
+                          "--data",
+                          data,
+                          "--save",
+                          model};
+    const struct {
+        Arguments command;
+        std::string column;
+    } cases[] = {
+        {{"regress", "--target", "price"}, "Prediction"},
+        {{"knn", "--target", "price", "--regression", "--k", "3"}, "Prediction"},
+        {{"knn", "--target", "sold", "--max-k", "5"}, "P(yes)"},
+        {{"tree", "--target", "sold", "--min-records", "1"}, "P(yes)"},
+        {{"tree", "--target", "price", "--regression", "--min-records", "2"}, "Prediction"}};
+    for (const auto& [command, column] : cases) {
+        const JsonReport report = reportOf(command + parts);
+        const auto again =
+            reportOf({"predict", "--model", model, "--data", data}).column("Predictions", column);
+        for (const std::string title : {"Scores: validation", "Scores: test"}) {
+            const auto rows = report.column(title, "Row");
+            const auto scores = report.column(title, column);
+            for (std::size_t i = 0; i < rows.size(); ++i) {
+                EXPECT_EQ(again.at(static_cast<std::size_t>(rows[i]) - 1), scores[i]) << column;
+            }
+        }
+    }
+    // Clusters have numbers; the row without y has none.
+    const std::string file = folder.write("rows.csv", "x,y\n0,0\n0,1\n9,9\n9,8\n");
+    outputOf({"kmeans", "--data", file, "--clusters", "2", "--seed", "7", "--save", model});
+    EXPECT_THAT(predictionsOf(model, folder.write("new.csv", "y,x\n8.5,9\n,1\n0.5,0\n")),
+                AllOf(HasSubstr("Rows scored,2\n"), HasSubstr("\n2,,NaN,NaN\n"),
+                      testing::AnyOf(HasSubstr("\n1,1,0,12.041594578792296\n"),
+                                     HasSubstr("\n1,2,12.041594578792296,0\n"))));
+}
+
+// The level "west" and the last "é" stand only in rows without a grade or a region.
+constexpr const char* kText =
+    "price,region,grade,店,code\n1.5,south,3,红😀,1\n2.5,north,2,é,x\n3.5,south,4,é,2\n"
+    "4.5,east,1,红😀,1\n5.5,south,6,é,2\n3.0,north,5,红😀,1\n2.0,,5,é,2\n4.0,west,NA,é,1\n"
+    "6.0,east,2,é,x\n5.0,east,3,é,2\n";
+
+// The complete rows of the same table, coded by hand.
+constexpr const char* kCoded =
+    "price,region_north,region_south,grade,店_红😀,code_2,code_x\n1.5,0,1,3,1,0,0\n"
+    "2.5,1,0,2,0,0,1\n3.5,0,1,4,0,1,0\n4.5,0,0,1,1,0,0\n5.5,0,1,6,0,1,0\n3.0,1,0,5,1,0,0\n"
+    "6.0,0,0,2,0,0,1\n5.0,0,0,3,0,1,0\n";
+
+TEST(TextPredictors, ActAsColumnsCodedByHand) {
+    const TemporaryFolder folder;
+    const Arguments regress{"regress", "--target", "price", "--data"};
+    for (const Arguments& options : {Arguments(), Arguments{"--no-intercept"}}) {
+        const JsonReport text =
+            reportOf(regress + Arguments{folder.write("t.csv", kText)} + options);
+        const JsonReport coded =
+            reportOf(regress + Arguments{folder.write("c.csv", kCoded)} + options);
+        EXPECT_EQ(text.table("Analysis of variance").toJson(),
+                  coded.table("Analysis of variance").toJson());
+        EXPECT_EQ(text.table("Coefficients").at("rows").toJson(),
+                  coded.table("Coefficients").at("rows").toJson());
+        EXPECT_THAT(text.table("Coefficients").toJson(),
+                    HasSubstr(R"(\"region\" are differences from level \"east\")"));
+        EXPECT_EQ(text.entry("Rows left out (missing values)"), 2.0);
+    }
+}
+
+TEST(TextPredictors, AreScoredByTheLevelsOfTheModel) {
+    const TemporaryFolder folder;
+    const std::string model = folder.path("m.json");
+    outputOf(
+        {"regress", "--target", "price", "--data", folder.write("t.csv", kText), "--save", model});
+    const auto lineOf = [](const std::string& text, const std::string& row) {
+        const std::size_t start = text.find("\n" + row + ",") + 2 + row.size();
+        return text.substr(start, text.find('\n', start) - start);
+    };
+    const std::string scored = predictionsOf(model, folder.path("t.csv"));
+    // Other columns first, other rows, fewer levels; a column of codes that is all numbers here.
+    const std::string few = predictionsOf(
+        model, folder.write("few.csv",
+                            "店,code,region,extra,grade\n红😀,1,south,?,3\né,,east,?,2\n"
+                            "é,2,east,?,3\n,2,east,?,3\n"));
+    EXPECT_EQ(lineOf(few, "1"), lineOf(scored, "1"));
+    EXPECT_EQ(lineOf(few, "3"), lineOf(scored, "10"));
+    EXPECT_EQ(lineOf(few, "2"), lineOf(scored, "7"));  // both without a value
+    EXPECT_NE(lineOf(few, "1"), lineOf(few, "2"));
+    const std::pair<const char*, std::vector<std::string>> files[] = {
+        {"region,grade,店,code\nsouth,1,é,x\n,1,é,x\nwest,NA,é,x\nwest,2,é,x\n",
+         {"--data", "\"region\"", "row 4", "\"west\""}},
+        {"region,grade\neast,1\n", {"--data", "no column \"店\"", "new.csv"}}};
+    for (const auto& [content, words] : files) {
+        expectMistake(runProgram(kVeltrix, {"predict", "--model", model, "--data",
+                                            folder.write("new.csv", content)}),
+                      words);
+    }
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
