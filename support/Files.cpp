@@ -1,12 +1,25 @@
 #include "support/Files.h"
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <system_error>
+#include <utility>
+
+#if defined(_WIN32)
+#include <process.h>
+#else
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace Veltrix::Support {
 
@@ -29,15 +42,15 @@ fs::path toPath(const std::string& utf8) {
     return fs::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-enum class Mode { Read, Write, Append, Create };
+enum class Mode { Read, Write, Append };
 
-/// Opens a binary file; `Create` fails when it is there already. Empty, with errno set, on failure.
+/// Opens a binary file. Empty, with errno set, on failure.
 File open(const fs::path& path, Mode mode) {
 #if defined(_WIN32)
-    constexpr std::array<const wchar_t*, 4> kModes = {L"rb", L"wb", L"ab", L"wbx"};
+    constexpr std::array<const wchar_t*, 3> kModes = {L"rb", L"wb", L"ab"};
     return File(_wfopen(path.c_str(), kModes[static_cast<std::size_t>(mode)]));
 #else
-    constexpr std::array<const char*, 4> kModes = {"rb", "wb", "ab", "wbx"};
+    constexpr std::array<const char*, 3> kModes = {"rb", "wb", "ab"};
     return File(std::fopen(path.c_str(), kModes[static_cast<std::size_t>(mode)]));
 #endif
 }
@@ -49,15 +62,108 @@ std::error_code writeAndClose(File file, std::string_view text) {
     return std::fclose(file.release()) == 0 ? std::error_code() : lastError();
 }
 
-/// Creates a file in the folder under a name that nobody uses.
-std::pair<File, fs::path> createIn(const fs::path& folder) {
-    constexpr int kMaxNames = 10000;
-    for (int i = 0; i < kMaxNames; ++i) {
-        fs::path path = folder / ("veltrix-" + std::to_string(i) + ".tmp");
-        File file = open(path, Mode::Create);
-        if (file || errno != EEXIST) return {std::move(file), std::move(path)};
+int processId() {
+#if defined(_WIN32)
+    return ::_getpid();
+#else
+    return ::getpid();
+#endif
+}
+
+/// The names of waiting files where a signal handler finds them, which may not allocate or lock.
+class WaitingNames {
+  public:
+    static constexpr int kNone = -1;
+
+    /// Keeps a name until its slot is released; a name that does not fit is not kept.
+    int keep(const fs::path& path) noexcept {
+        const std::size_t size = path.native().size() + 1;
+        if (size > kLongest) return kNone;
+        for (std::size_t k = 0; k < slots_.size(); ++k) {
+            char expected = kFree;
+            if (!slots_[k].state.compare_exchange_strong(expected, kTaken)) continue;
+            std::copy_n(path.c_str(), size, slots_[k].name.begin());
+            slots_[k].state = kComplete;
+            return static_cast<int>(k);
+        }
+        return kNone;
     }
+
+    void release(int slot) noexcept {
+        if (slot != kNone) slots_[static_cast<std::size_t>(slot)].state = kFree;
+    }
+
+    void removeFiles() const noexcept {
+        for (const Slot& slot : slots_) {
+            if (slot.state != kComplete) continue;
+#if defined(_WIN32)
+            ::_wunlink(slot.name.data());
+#else
+            ::unlink(slot.name.data());
+#endif
+        }
+    }
+
+  private:
+    static constexpr std::size_t kLongest = 4096;
+    static constexpr std::size_t kSlots = 16;
+    static constexpr char kFree = 0;
+    static constexpr char kTaken = 1;
+    static constexpr char kComplete = 2;
+
+    struct Slot {
+        std::atomic<char> state;
+        std::array<fs::path::value_type, kLongest> name;
+    };
+
+    std::array<Slot, kSlots> slots_{};
+};
+
+constinit WaitingNames waitingNames;
+
+/// Creates a file that is not there yet: with these permissions from the start, or with those that
+/// the system gives to new files. Errno tells why it failed.
+bool create(const fs::path& path, const std::optional<fs::perms>& permissions) {
+#if defined(_WIN32)
+    static_cast<void>(permissions);  // it has but one, which `mayReplace` looks at
+    return File(_wfopen(path.c_str(), L"wbx")) != nullptr;
+#else
+    constexpr mode_t kNewFile = 0666;
+    constexpr mode_t kAccess = 0777;
+    const mode_t mode = permissions ? static_cast<mode_t>(*permissions) & kAccess : kNewFile;
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (file < 0) return false;
+    // The mask for new files took some away.
+    if (permissions) static_cast<void>(::fchmod(file, mode));
+    ::close(file);
+    return true;
+#endif
+}
+
+/// Whether a file may be written. One that nobody may write is kept from a superuser too.
+std::error_code mayWrite(const fs::path& path, const fs::file_status& status) {
+    constexpr fs::perms kWrite =
+        fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+    if ((status.permissions() & kWrite) == fs::perms::none) {
+        return make_error_code(std::errc::permission_denied);
+    }
+#if !defined(_WIN32)
+    if (::access(path.c_str(), W_OK) != 0) return lastError();
+#endif
     return {};
+}
+
+/// The path that links lead to in the end, whether there is a file or not.
+fs::path followLinks(fs::path path, std::error_code& cause) {
+    constexpr int kMostLinks = 40;
+    for (int i = 0; i < kMostLinks; ++i) {
+        std::error_code isNoLink;
+        const fs::path next = fs::read_symlink(path, isNoLink);
+        if (isNoLink) return path;
+        path = path.parent_path() / next;
+    }
+    cause = make_error_code(std::errc::too_many_symbolic_link_levels);
+    return path;
 }
 
 constexpr const char* kWriting = "Cannot write file";
@@ -86,7 +192,58 @@ std::string readFile(const std::string& path) {
     return text;
 }
 
+std::string temporaryFolder() {
+    std::error_code cause;
+    const fs::path folder = fs::temp_directory_path(cause);
+#if !defined(_WIN32)
+    if (!cause && ::access(folder.c_str(), W_OK | X_OK) != 0) cause = lastError();
+#endif
+    if (!cause) return toUtf8(folder);
+    const char* const named = std::getenv("TMPDIR");
+    fail("Cannot use the folder for temporary files (TMPDIR)", named != nullptr ? named : "",
+         cause);
+}
+
 struct StagedFile::State {
+    std::string name;  // as the caller gave it
+    fs::path target;
+    fs::file_status status;
+    fs::path staged;
+    int slot = WaitingNames::kNone;
+
+    bool replaces() const { return !fs::exists(status) || fs::is_regular_file(status); }
+
+    /// Finds the file that the target's name means, and refuses one that is not to be written.
+    void resolve() {
+        std::error_code cause;
+        target = toPath(name);
+        status = fs::status(target, cause);
+        if (!fs::status_known(status)) fail(kWriting, name, cause);
+        cause.clear();  // a file that is not there counts as an error
+        if (fs::is_directory(status)) cause = make_error_code(std::errc::is_a_directory);
+        if (!cause && fs::exists(status)) cause = mayWrite(target, status);
+        // A pipe's or a device's link may lead to no path at all.
+        if (!cause && replaces()) target = followLinks(std::move(target), cause);
+        if (cause) fail(kWriting, name, cause);
+    }
+
+    /// Creates the waiting file under a name that nobody uses: the process and the time are in it.
+    void stage(const fs::path& folder, const std::optional<fs::perms>& permissions) {
+        constexpr int kMostTries = 100;
+        for (int i = 0; i < kMostTries; ++i) {
+            const auto time = std::chrono::steady_clock::now().time_since_epoch().count();
+            staged = folder / ("veltrix-" + std::to_string(processId()) + "-" +
+                               std::to_string(time) + ".tmp");
+            slot = waitingNames.keep(staged);  // before the file is there, lest it outlive a signal
+            if (create(staged, permissions)) return;
+            const std::error_code cause = lastError();
+            waitingNames.release(std::exchange(slot, WaitingNames::kNone));
+            staged.clear();
+            if (cause != std::errc::file_exists) fail(kWriting, name, cause);
+        }
+        fail(kWriting, name, make_error_code(std::errc::file_exists));
+    }
+
     /// Replaces or extends the waiting file's content.
     void put(std::string_view text, Mode mode) const {
         File file = open(staged, mode);
@@ -94,38 +251,25 @@ struct StagedFile::State {
         if (cause) fail(kWriting, name, cause);
     }
 
-    std::string name;  // as the caller gave it
-    fs::path target;
-    fs::file_status status;
-    fs::path staged;
-
-    bool replaces() const { return !fs::exists(status) || fs::is_regular_file(status); }
     /// Removes the waiting file, if it was neither renamed nor removed before.
     ~State() {
         std::error_code ignored;
         if (!staged.empty()) fs::remove(staged, ignored);
+        waitingNames.release(slot);
     }
 };
 
 StagedFile::StagedFile(const std::string& target) : state_(std::make_unique<State>()) {
     State& state = *state_;
     state.name = target;
-    state.target = toPath(target);
-    std::error_code cause;
-    state.status = fs::status(state.target, cause);
-    if (!fs::status_known(state.status)) fail(kWriting, target, cause);
-    if (fs::is_directory(state.status)) {
-        fail(kWriting, target, make_error_code(std::errc::is_a_directory));
+    state.resolve();
+    if (!state.replaces()) {
+        state.stage(toPath(temporaryFolder()), fs::perms::owner_read | fs::perms::owner_write);
+    } else if (fs::exists(state.status)) {
+        state.stage(state.target.parent_path(), state.status.permissions());
+    } else {
+        state.stage(state.target.parent_path(), std::nullopt);
     }
-    cause.clear();  // a file that is not there counts as an error
-    if (fs::exists(state.status)) state.target = fs::canonical(state.target, cause);
-    if (cause) fail(kWriting, target, cause);
-    const fs::path folder =
-        state.replaces() ? state.target.parent_path() : fs::temp_directory_path(cause);
-    if (cause) fail(kWriting, target, cause);
-    auto [file, path] = createIn(folder);
-    if (!file) fail(kWriting, target, lastError());
-    state.staged = std::move(path);
 }
 
 StagedFile::StagedFile(StagedFile&&) noexcept = default;
@@ -144,10 +288,7 @@ void StagedFile::commit() {
     State& state = *state_;
     std::error_code cause;
     if (state.replaces()) {
-        if (fs::exists(state.status)) {
-            fs::permissions(state.staged, state.status.permissions(), cause);
-        }
-        if (!cause) fs::rename(state.staged, state.target, cause);
+        fs::rename(state.staged, state.target, cause);
         if (!cause) state.staged.clear();
     } else {
         const std::string content = readFile(path());
@@ -156,6 +297,8 @@ void StagedFile::commit() {
     }
     if (cause) fail(kWriting, state.name, cause);
 }
+
+void StagedFile::removeAll() noexcept { waitingNames.removeFiles(); }
 
 void writeFileAtomically(const std::string& path, std::string_view text) {
     StagedFile file(path);

@@ -18,13 +18,17 @@ struct FileError : std::runtime_error {
 /// The bytes of a file. Throws `FileError`.
 std::string readFile(const std::string& path);
 
+/// The folder for temporary files. Throws `FileError`, which names it, when it cannot be used.
+std::string temporaryFolder();
+
 /// New content of a file that waits beside it until `commit` puts it in place.
 ///
 /// The content grows in a new file in the target's folder, which takes the target's name on
-/// `commit` and is removed when that never comes. A symbolic link is followed, the permissions of a
-/// replaced file are kept. For a target that is no regular file (a pipe, a device) the content
-/// waits in the folder for temporary files and is copied into the target by `commit`. All throw
-/// `FileError`.
+/// `commit` and is removed when that never comes. Symbolic links are followed, also one whose file
+/// is not there yet. The new file has the permissions of the one it will replace from the start; a
+/// target that must not be written is refused, for the superuser too when nobody may write it. For
+/// a target that is no regular file (a pipe, a device) the content waits in `temporaryFolder` and
+/// is copied into the target by `commit`. All throw `FileError`.
 class StagedFile {
   public:
     explicit StagedFile(const std::string& target);
@@ -42,6 +46,10 @@ class StagedFile {
     void append(std::string_view text);
     /// Puts the content in place; once.
     void commit();
+
+    /// Removes the waiting files of this process (of the first 16 there are at a time), for signal
+    /// handlers that end it: neither allocates nor locks.
+    static void removeAll() noexcept;
 
   private:
     struct State;

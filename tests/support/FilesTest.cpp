@@ -1,10 +1,13 @@
 #include "support/Files.h"
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,27 +47,78 @@ TEST_F(FilesTest, WritesReplacesAndReadsBack) {
         "del.json");
     std::string text = "first";
     writeFileAtomically(name, text);
-    fs::permissions(name, fs::perms::owner_read | fs::perms::owner_write);
     text.assign(200001, 'x');
     text[3] = '\0';
     text[4] = '\r';
     writeFileAtomically(name, text);
     EXPECT_EQ(readFile(name), text);
-    EXPECT_EQ(fs::status(name).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     writeFileAtomically(name, "");
     EXPECT_EQ(readFile(name), "");
     EXPECT_EQ(numFiles(), 1u);
 }
 
-TEST_F(FilesTest, StepsAroundLeftOverFilesAndFollowsLinks) {
-    writeFileAtomically(path("veltrix-0.tmp"), "another's");
+TEST_F(FilesTest, FollowsLinksWhetherTheirFileIsThereOrNot) {
     writeFileAtomically(path("target"), "old");
-    fs::create_symlink("target", path("link"));
-    writeFileAtomically(path("link"), "new");
-    EXPECT_TRUE(fs::is_symlink(path("link")));
-    EXPECT_EQ(readFile(path("target")), "new");
-    EXPECT_EQ(readFile(path("veltrix-0.tmp")), "another's");
-    EXPECT_EQ(numFiles(), 3u);
+    for (const char* name : {"target", "missing"}) {
+        const std::string link = path(std::string("link to ") + name);
+        const std::string outer = path(std::string("outer link to ") + name);
+        fs::create_symlink(name, link);
+        fs::create_symlink(link, outer);
+        writeFileAtomically(outer, "new");
+        EXPECT_TRUE(fs::is_symlink(link) && fs::is_symlink(outer));
+        EXPECT_EQ(readFile(path(name)), "new");
+    }
+    fs::create_symlink("loop", path("loop"));
+    EXPECT_THAT(messageOf([&] { writeFileAtomically(path("loop"), "x"); }),
+                HasSubstr("symbolic links"));
+    EXPECT_EQ(numFiles(), 7u);
+}
+
+TEST_F(FilesTest, TheWaitingFileHasThePermissionsOfItsTarget) {
+    const mode_t before = ::umask(027);
+    const auto permissions = [](const std::string& name) {
+        return static_cast<int>(fs::status(name).permissions());
+    };
+    const StagedFile created(path("new"));
+    EXPECT_EQ(permissions(created.path()), 0640);
+    for (const int mode : {0600, 0666}) {
+        writeFileAtomically(path("old"), "text");
+        fs::permissions(path("old"), static_cast<fs::perms>(mode));
+        StagedFile replacing(path("old"));
+        EXPECT_EQ(permissions(replacing.path()), mode);
+        replacing.commit();
+        EXPECT_EQ(permissions(path("old")), mode);
+    }
+    ::umask(before);
+}
+
+TEST_F(FilesTest, AFileThatNobodyMayWriteIsKept) {
+    writeFileAtomically(path("kept"), "old");
+    fs::permissions(path("kept"), fs::perms::owner_read | fs::perms::group_read);
+    EXPECT_THAT(messageOf([&] { writeFileAtomically(path("kept"), "new"); }),
+                HasSubstr("kept\": Permission denied"));
+    EXPECT_EQ(readFile(path("kept")), "old");
+    EXPECT_EQ(numFiles(), 1u);
+}
+
+TEST_F(FilesTest, AMissingFolderForTemporaryFilesIsNamed) {
+    const char* const set = std::getenv("TMPDIR");
+    const std::string before = set != nullptr ? set : "";
+    ::setenv("TMPDIR", path("nowhere").c_str(), 1);
+    EXPECT_THAT(messageOf([&] { writeFileAtomically("/dev/null", "x"); }),
+                HasSubstr("(TMPDIR) \"" + path("nowhere") + "\": No such file"));
+    set != nullptr ? ::setenv("TMPDIR", before.c_str(), 1) : ::unsetenv("TMPDIR");
+}
+
+TEST_F(FilesTest, ASignalHandlerRemovesWhatWaits) {
+    writeFileAtomically(path("target"), "old");
+    std::vector<StagedFile> waiting;
+    for (int i = 0; i < 16; ++i) waiting.emplace_back(path("target"));
+    waiting[3].commit();
+    writeFileAtomically(path("another"), "its slot is free again");
+    EXPECT_EQ(numFiles(), 17u);
+    StagedFile::removeAll();
+    EXPECT_EQ(numFiles(), 2u);
 }
 
 TEST_F(FilesTest, StagedContentShowsOnlyWhenCommitted) {
