@@ -1,41 +1,59 @@
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#if defined(__linux__)
+#include <unistd.h>
+#endif
+
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "support/BlasWorkspace.h"
 #include "support/Files.h"
 #include "tools/veltrix/host/Command.h"
 #include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/Interrupt.h"
+#include "tools/veltrix/report/ReportOutput.h"
 
 namespace {
 
 using namespace Veltrix::Tool;
+namespace Support = Veltrix::Support;
 
 constexpr int kInternalFailure = 1;
 constexpr int kUserMistake = 2;
 constexpr std::string_view kAboutFiles =
     "A file has a header row; empty cells and NA are missing values.";
 
-int fail(int exitCode, std::string_view message) {
-    fmt::print(stderr, "veltrix: {}\n", oneLine(message));
-    return exitCode;
+/// Says what went wrong, if anybody listens and there is memory for it.
+int fail(int exitCode, std::string_view message, std::string_view kind = "") noexcept {
+    if (interruptCode() != 0) return exitCode;
+    try {
+        const std::string line = fmt::format("veltrix: {}{}\n", kind, oneLine(message));
+        std::fwrite(line.data(), 1, line.size(), stderr);
+        return exitCode;
+    } catch (const std::exception&) {
+        std::fputs("veltrix: Not enough memory\n", stderr);
+        return kInternalFailure;
+    }
 }
 
 /// Help and version are "errors" of the parser with exit code 0; they go to stdout.
 int leaveParser(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) return fail(kUserMistake, error.what());
-    app.exit(error);
-    if (std::fflush(stdout) == 0 || errno == EPIPE) return 0;
-    return fail(kUserMistake, "Cannot write to standard output");
+    std::ostringstream text;
+    app.exit(error, text);
+    deliverText({}, text.str());
+    return 0;
 }
 
 /// The parser only says that a command is missing when the first argument is none.
@@ -66,28 +84,50 @@ int runProgram(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return leaveParser(app, error);
     }
+    Support::takeBlasWorkspace();
     for (const auto& command : commands) {
         if (app.got_subcommand(command->name())) command->run();
     }
     return 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-#if defined(SIGPIPE)
-    // A reader that goes away shows as a failed write, after which files are still put in place.
-    std::signal(SIGPIPE, SIG_IGN);
-#endif
+/// The exit code; whatever was thrown has become a message.
+int runGuarded(int argc, const char* const* argv) noexcept {
     try {
         return runProgram(argc, argv);
     } catch (const UserError& error) {
         return fail(kUserMistake, error.what());
-    } catch (const Veltrix::Support::FileError& error) {
+    } catch (const Support::FileError& error) {
         return fail(kUserMistake, error.what());
     } catch (const std::bad_alloc&) {
         return fail(kInternalFailure, "Not enough memory");
     } catch (const std::exception& error) {
-        return fail(kInternalFailure, fmt::format("Internal failure: {}", error.what()));
+        return fail(kInternalFailure, error.what(), "Internal failure: ");
     }
+}
+
+/// Where the threads of the linear algebra back end lack address space they neither work nor end;
+/// the program starts over with one.
+void checkBlasThreads(char** argv) {
+    if (Support::roomForBlasThreads()) return;
+#if defined(__linux__)
+    ::setenv("OPENBLAS_NUM_THREADS", "1", 1);
+    ::execv("/proc/self/exe", argv);
+#else
+    static_cast<void>(argv);
+#endif
+    std::_Exit(fail(kInternalFailure, "Not enough memory"));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    checkBlasThreads(argv);
+#if defined(SIGPIPE)
+    // A reader that goes away shows as a failed write, after which files are still put in place.
+    std::signal(SIGPIPE, SIG_IGN);
+#endif
+    catchInterrupts();
+    const int exitCode = runGuarded(argc, argv);
+    return interruptCode() != 0 ? interruptCode() : exitCode;
 }

@@ -1,22 +1,20 @@
 #include "tools/veltrix/report/WorkbookRenderer.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
 #include <set>
 #include <utility>
 
-#if !defined(_WIN32)
-#include <fcntl.h>
-#include <unistd.h>
-#endif
-
 #include <fmt/format.h>
 #include <xlsxwriter.h>
 
 #include "support/Files.h"
 #include "support/Utf8.h"
+#include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/ChildStep.h"
 #include "tools/veltrix/report/TextRenderer.h"
 
 namespace Veltrix::Tool {
@@ -25,12 +23,13 @@ namespace {
 
 constexpr std::size_t kMaxRows = LXW_ROW_MAX;
 constexpr std::size_t kMaxColumns = LXW_COL_MAX;
+constexpr std::size_t kLongestText = 32767;
 constexpr std::size_t kTitleRows = 2;  // title and headings
 constexpr const char* kChartSheet = "Charts";
 
-/// Rows of the table that its sheet has room for, with the notes below.
+/// Rows of the table that its sheet has room for, with the notes and one on cut cells below.
 std::size_t rowsShown(const Table& table) {
-    return std::min(table.numRows(), kMaxRows - kTitleRows - table.notes.size() - 1);
+    return std::min(table.numRows(), kMaxRows - kTitleRows - table.notes.size() - 2);
 }
 
 void check(lxw_error error) {
@@ -38,40 +37,28 @@ void check(lxw_error error) {
     throw Support::FileError(std::string("Cannot write the workbook: ") + lxw_strerror(error));
 }
 
-/// Keeps the library's own messages off stderr: its error codes become one line of the program's.
-class SilentErrors {
-  public:
-    SilentErrors(const SilentErrors&) = delete;
-    SilentErrors& operator=(const SilentErrors&) = delete;
-#if defined(_WIN32)
-    SilentErrors() = default;
-#else
-    SilentErrors() : saved_(::dup(STDERR_FILENO)) {
-        const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (nowhere < 0) return;
-        ::dup2(nowhere, STDERR_FILENO);
-        ::close(nowhere);
-    }
-    ~SilentErrors() {
-        if (saved_ < 0) return;
-        ::dup2(saved_, STDERR_FILENO);
-        ::close(saved_);
-    }
-
-  private:
-    int saved_;
-#endif
-};
-
 struct FreeWorkbook {
     void operator()(lxw_workbook* workbook) const { lxw_workbook_free(workbook); }
 };
 using Workbook = std::unique_ptr<lxw_workbook, FreeWorkbook>;
 
+/// The start of a text that a cell has room for; its length counts UTF-16 units.
+std::string_view cellText(std::string_view text) {
+    std::size_t units = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if ((byte & 0xC0U) == 0x80U) continue;  // within a character
+        units += byte >= 0xF0U ? 2U : 1U;
+        if (units > kLongestText) return text.substr(0, i);
+    }
+    return text;
+}
+
 struct Place {
     lxw_worksheet* sheet;
     lxw_row_t row;
     lxw_col_t column;
+    std::int64_t& numCut;  ///< counts the texts that were too long
     lxw_format* format = nullptr;
 
     void operator()(std::monostate) const {}
@@ -81,7 +68,9 @@ struct Place {
         check(worksheet_write_number(sheet, row, column, number, format));
     }
     void operator()(std::string_view text) const {
-        check(worksheet_write_string(sheet, row, column, std::string(text).c_str(), format));
+        const std::string shown(cellText(text));
+        if (shown.size() < text.size()) ++numCut;
+        check(worksheet_write_string(sheet, row, column, shown.c_str(), format));
     }
 };
 
@@ -105,8 +94,10 @@ void writeTable(lxw_worksheet* sheet, const Table& table, lxw_format* bold) {
         title += fmt::format(" (cut to what a sheet holds: {} of {} rows, {} of {} columns)", rows,
                              table.numRows(), columns, table.columns.size());
     }
+    std::int64_t numCut = 0;
     const auto at = [&](std::size_t row, std::size_t column, lxw_format* format = nullptr) {
-        return Place{sheet, static_cast<lxw_row_t>(row), static_cast<lxw_col_t>(column), format};
+        return Place{sheet, static_cast<lxw_row_t>(row), static_cast<lxw_col_t>(column), numCut,
+                     format};
     };
     for (std::size_t j = 0; j < columns; ++j) {
         const auto column = static_cast<lxw_col_t>(j);
@@ -122,6 +113,11 @@ void writeTable(lxw_worksheet* sheet, const Table& table, lxw_format* bold) {
     }
     for (std::size_t k = 0; k < table.notes.size(); ++k) {
         at(kTitleRows + rows + 1 + k, 0)(table.notes[k]);
+    }
+    if (numCut > 0) {
+        at(kTitleRows + rows + 1 + table.notes.size(),
+           0)(fmt::format("{} held more than {} characters and {} cut", counted(numCut, "cell"),
+                          kLongestText, numCut == 1 ? "is" : "are"));
     }
     // The rows wait in a temporary file, whose errors the library does not look at.
     if (sheet->optimize_tmpfile != nullptr &&
@@ -176,14 +172,21 @@ void drawLine(lxw_chart* plot, const ChartAxis& x, const ChartAxis& y, const She
     chart_series_set_line(series, &line);
 }
 
+/// Draws rows [firstRow, endRow) in the colour of that number.
 lxw_chart_series* drawPoints(lxw_chart* plot, const Chart& chart, const Sheets& sheets,
-                             std::size_t firstRow, std::size_t endRow) {
+                             std::size_t firstRow, std::size_t endRow, std::size_t color) {
     lxw_chart_series* const series = chart_add_series(plot, nullptr, nullptr);
     if (series == nullptr) check(LXW_ERROR_MEMORY_MALLOC_FAILED);
     setRange(chart_series_set_categories, series, chart.x, sheets, firstRow, endRow);
     setRange(chart_series_set_values, series, chart.y, sheets, firstRow, endRow);
     chart_series_set_marker_type(series, LXW_CHART_MARKER_CIRCLE);
     chart_series_set_marker_size(series, 5);
+    lxw_chart_fill fill{};
+    fill.color = seriesColor(color);
+    chart_series_set_marker_fill(series, &fill);
+    lxw_chart_line border{};
+    border.color = fill.color;
+    chart_series_set_marker_line(series, &border);
     if (chart.stems) drawStems(series);
     return series;
 }
@@ -193,14 +196,15 @@ void insertChart(lxw_workbook* workbook, lxw_worksheet* sheet, lxw_row_t row, co
     lxw_chart* const plot = workbook_add_chart(workbook, LXW_CHART_SCATTER);
     if (plot == nullptr) check(LXW_ERROR_MEMORY_MALLOC_FAILED);
     const std::size_t rows = rowsShown(sheets.tables[chart.y.table]);
-    for (const ChartGroup& group : chart.groups) {
+    for (std::size_t k = 0; k < chart.groups.size(); ++k) {
+        const ChartGroup& group = chart.groups[k];
         const std::size_t end = std::min(group.firstRow + group.numRows, rows);
         if (group.firstRow >= end) continue;
-        lxw_chart_series* const series = drawPoints(plot, chart, sheets, group.firstRow, end);
+        lxw_chart_series* const series = drawPoints(plot, chart, sheets, group.firstRow, end, k);
         chart_series_set_name(series, group.name.c_str());
     }
     if (chart.groups.empty()) {
-        drawPoints(plot, chart, sheets, 0, rows);
+        drawPoints(plot, chart, sheets, 0, rows, 0);
         chart_legend_set_position(plot, LXW_CHART_LEGEND_NONE);
     }
     for (const ChartAxis& line : chart.lines) drawLine(plot, chart.x, line, sheets);
@@ -241,29 +245,15 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-}  // namespace
-
-std::vector<std::string> sheetNames(const std::vector<Table>& tables) {
-    std::set<std::string> taken{lowerCase(kChartSheet)};
-    std::vector<std::string> names;
-    for (const Table& table : tables) {
-        std::string name = cleanSheetName(table.title, LXW_SHEETNAME_MAX);
-        for (int k = 2; !taken.insert(lowerCase(name)).second; ++k) {
-            const std::string number = fmt::format(" {}", k);
-            name = cleanSheetName(table.title, LXW_SHEETNAME_MAX - number.size()) + number;
-        }
-        names.push_back(std::move(name));
-    }
-    return names;
-}
-
-void writeWorkbook(const Report& report, const std::string& path) {
-    const SilentErrors silent;
+/// The library takes every allocation for granted and talks on stderr: it works in a child.
+void buildWorkbook(const Report& report, const std::string& path) {
+    std::string folder = Support::temporaryFolder();
     std::size_t cells = 0;
     for (const Table& table : report.tables) cells += rowsShown(table) * table.columns.size();
     constexpr std::size_t kManyCells = 40'000'000;  // about 2 GB of sheet text
     lxw_workbook_options options{};
     options.constant_memory = LXW_TRUE;
+    options.tmpdir = folder.data();
     options.use_zip64 = cells > kManyCells ? LXW_TRUE : LXW_FALSE;
     Workbook workbook(workbook_new_opt(path.c_str(), &options));
     if (!workbook) check(LXW_ERROR_MEMORY_MALLOC_FAILED);
@@ -283,6 +273,45 @@ void writeWorkbook(const Report& report, const std::string& path) {
         }
     }
     check(workbook_close(workbook.release()));
+}
+
+}  // namespace
+
+std::vector<std::string> sheetNames(const std::vector<Table>& tables) {
+    std::set<std::string> taken{lowerCase(kChartSheet)};
+    std::vector<std::string> names;
+    for (const Table& table : tables) {
+        std::string name = cleanSheetName(table.title, LXW_SHEETNAME_MAX);
+        for (int k = 2; !taken.insert(lowerCase(name)).second; ++k) {
+            const std::string number = fmt::format(" {}", k);
+            name = cleanSheetName(table.title, LXW_SHEETNAME_MAX - number.size()) + number;
+        }
+        names.push_back(std::move(name));
+    }
+    return names;
+}
+
+std::uint32_t seriesColor(std::size_t index) {
+    // Hues a golden section of the circle apart never meet; in turn full, dark and pale.
+    constexpr double kGoldenSection = 0.6180339887498949;
+    constexpr double kFirstHue = 0.6;  // blue
+    constexpr std::array<std::pair<double, double>, 3> kShades = {
+        {{0.80, 0.85}, {0.95, 0.55}, {0.45, 0.95}}};  // saturation, value
+    const double hue =
+        6.0 * std::fmod(kFirstHue + kGoldenSection * static_cast<double>(index), 1.0);
+    const auto [saturation, value] = kShades[index % kShades.size()];
+    std::uint32_t color = 0;
+    for (const double primary : {5.0, 3.0, 1.0}) {  // red, green, blue
+        const double k = std::fmod(primary + hue, 6.0);
+        const double dip = std::clamp(std::min(k, 4.0 - k), 0.0, 1.0);
+        const double share = value - value * saturation * dip;
+        color = color << 8U | static_cast<std::uint32_t>(std::lround(255.0 * share));
+    }
+    return color;
+}
+
+void writeWorkbook(const Report& report, const std::string& path) {
+    runInChild("Cannot write the workbook", [&] { buildWorkbook(report, path); });
 }
 
 }  // namespace Veltrix::Tool
