@@ -49,6 +49,7 @@ TEST_F(CsvReader, Dialects) {
         {"a,b\n1,\xE7\xA5\x9E\xE6\x88\xB8\n2,\xF0\x9F\x98\x80\n",
          {"1", "2", "\xE7\xA5\x9E\xE6\x88\xB8", "\xF0\x9F\x98\x80"}},
         {"a\n1\n\"\"\n3", {"1", "nan", "3"}},
+        {"\n\na\n\n1\r\n\r\n \t\r\"x\n\ny\"\n\n", {"", "1", "", "", "x\n\ny", ""}},
     };
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(cells(read(text)), expected) << text;
@@ -86,15 +87,19 @@ TEST_F(CsvReader, DamagedFilesAreRefused) {
         {"a,b\n1,\"open\n2,3\n", {"row 1", "quotation mark"}},
         {"a,b\n1,\"x\"y\n", {"row 1", "quotation mark"}},
         {std::string("a,b\n1,\0\n", 8), {"NUL"}},
+        {"a\n\n" + std::string(300, '1') + "\n", {"row 2 (line 3)", "200 bytes"}},
+        {"a\n\"b" + std::string(300, '\n') + "\n", {"row 1 (line 2)", "200 bytes"}},
         {"\xFF\xFE"
          "a",
          {"UTF-16"}},
         {"a,b\n1,x\n2,\xC3\x28\n", {"row 2", "column \"b\"", "UTF-8"}},
         {"a,\xC0\n1,2\n", {"header, column 2", "UTF-8"}},
     };
+    Tool::CsvOptions options;
+    options.maxRecord = 200;
     for (const auto& [text, expected] : cases) {
         try {
-            read(text);
+            read(text, options);
             ADD_FAILURE() << "accepted: " << text;
         } catch (const Tool::UserError& error) {
             const std::string message = error.what();
@@ -105,7 +110,6 @@ TEST_F(CsvReader, DamagedFilesAreRefused) {
             }
         }
     }
-    Tool::CsvOptions options;
     options.delimiter = '"';
     EXPECT_THROW(read("a\n1\n", options), Tool::UserError);
     EXPECT_THROW(readCsv("/nowhere/at/all.csv"), Tool::UserError);

@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "Veltrix/Data/Progress.h"
 #include "support/BlasWorkspace.h"
 #include "support/Files.h"
 #include "tools/veltrix/host/Command.h"
@@ -85,6 +86,8 @@ int runProgram(int argc, const char* const* argv) {
         return leaveParser(app, error);
     }
     Support::takeBlasWorkspace();
+    const Veltrix::ProgressScope stopped(
+        [](const Veltrix::Progress& /*progress*/) { return interruptCode() == 0; });
     for (const auto& command : commands) {
         if (app.got_subcommand(command->name())) command->run();
     }

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "support/Files.h"
 #include "support/NumberText.h"
 #include "tools/veltrix/host/UserError.h"
@@ -19,6 +20,17 @@
 
 namespace Veltrix::Tool {
 namespace {
+
+/// Where a record begins. The header is row 0; lines count from 1.
+struct Place {
+    std::int64_t row = 0;
+    std::int64_t line = 0;
+
+    std::string text() const {
+        const std::string name = row == 0 ? "header" : "row " + std::to_string(row);
+        return name + " (line " + std::to_string(line) + ")";
+    }
+};
 
 /// A column as it is read: numbers as long as every cell is one, else codes into distinct texts.
 struct ColumnBuilder {
@@ -29,11 +41,11 @@ struct ColumnBuilder {
     Vector numbers;
     IntVector codes;
     TextPool levels;
-    std::vector<std::int64_t> firstRows;  // where each level stands first
+    std::vector<Place> firstPlaces;  // where each level stands first
 
-    void addText(std::string_view text, std::int64_t row) {
+    void addText(std::string_view text, const Place& place) {
         const int code = levels.add(text);
-        if (static_cast<std::size_t>(code) == firstRows.size()) firstRows.push_back(row);
+        if (static_cast<std::size_t>(code) == firstPlaces.size()) firstPlaces.push_back(place);
         codes.push_back(code);
     }
 
@@ -51,28 +63,30 @@ struct ColumnBuilder {
     }
 };
 
-/// Where a row of cells begins, for messages. The header is row 0; lines count from 1.
-std::string placeOf(std::string_view text, char delimiter, std::int64_t wanted) {
-    std::int64_t row = -1;
-    std::int64_t line = 1;
-    bool quoted = false;
-    bool lineIsEmpty = true;  // or blank: such lines are no rows
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool lineEnd = text[i] == '\n' || text[i] == '\r';
-        const bool blank = (text[i] == ' ' || text[i] == '\t') && text[i] != delimiter;
-        if (lineIsEmpty && !lineEnd && !blank) {
-            lineIsEmpty = false;
-            if (!quoted && ++row == wanted) break;
-        }
-        if (text[i] == '"') quoted = !quoted;
-        if (!lineEnd) continue;
-        lineIsEmpty = !quoted;
-        if (text.substr(i, 2) == "\r\n") ++i;
-        ++line;
+/// The lines of a text, one after another.
+class Lines {
+  public:
+    explicit Lines(std::string_view text)
+        : text_(text), lineFeed_(text.find('\n')), carriageReturn_(text.find('\r')) {}
+
+    /// The next line with its end (LF, CR LF or CR); empty behind the last one.
+    std::string_view next() {
+        const std::size_t start = start_;
+        if (lineFeed_ < start) lineFeed_ = text_.find('\n', start);
+        if (carriageReturn_ < start) carriageReturn_ = text_.find('\r', start);
+        const std::size_t end = std::min(lineFeed_, carriageReturn_);
+        start_ = end == std::string_view::npos           ? text_.size()
+                 : text_.substr(end).starts_with("\r\n") ? end + 2
+                                                         : end + 1;
+        return text_.substr(start, start_ - start);
     }
-    const std::string name = wanted == 0 ? "header" : "row " + std::to_string(wanted);
-    return name + " (line " + std::to_string(line) + ")";
-}
+
+  private:
+    std::string_view text_;
+    std::size_t start_ = 0;
+    std::size_t lineFeed_;
+    std::size_t carriageReturn_;
+};
 
 /// Goes over the text and fills the columns that are not complete. libcsv is C: what its callbacks
 /// find wrong is kept and thrown once it has returned.
@@ -83,6 +97,7 @@ class CsvPass {
         : file_(file), text_(text), options_(options), columns_(columns), rowLimit_(rowLimit) {
         csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
         csv_set_delim(&parser_, static_cast<unsigned char>(options.delimiter));
+        csv_set_blk_size(&parser_, kBlock);
         const auto& missing = options.missing;
         emptyIsMissing_ = std::find(missing.begin(), missing.end(), "") != missing.end();
     }
@@ -92,12 +107,14 @@ class CsvPass {
 
     /// Returns the number of data rows read.
     std::int64_t run() {
-        constexpr std::size_t kChunk = 1U << 16U;
-        for (std::size_t done = 0; done < text_.size() && !finished(); done += kChunk) {
-            const std::size_t size = std::min(kChunk, text_.size() - done);
-            const std::size_t parsed =
-                csv_parse(&parser_, text_.data() + done, size, onCell, onRow, this);
-            if (parsed != size) failParse();
+        ProgressPhase phase("Reading", text_.size());
+        std::size_t unreported = 0;
+        Lines lines(text_);
+        for (std::string_view line = lines.next(); !line.empty() && !finished();
+             line = lines.next()) {
+            addLine(line);
+            unreported += line.size();
+            if (unreported >= kBlock) phase.advance(std::exchange(unreported, 0));
         }
         if (!finished() && csv_fini(&parser_, onCell, onRow, this) != 0) failParse();
         if (error_) std::rethrow_exception(error_);
@@ -107,19 +124,55 @@ class CsvPass {
     bool sawHeader() const { return headerDone_; }
 
   private:
+    static constexpr std::size_t kBlock = 1U << 16U;
+    static constexpr std::size_t kMostColumns = 1U << 20U;
+
+    /// Between records, a line without anything is a missing cell where a row has one cell only,
+    /// and nothing elsewhere.
+    void addLine(std::string_view line) {
+        ++line_;
+        if (!inRecord_) {
+            recordSize_ = 0;
+            place_ = {headerDone_ ? row_ + 1 : 0, line_};
+            if (isBlank(line)) {
+                if (headerDone_ && columns_.size() == 1) addMissingRow();
+                return;
+            }
+        }
+        inRecord_ = true;
+        recordSize_ += line.size();
+        if (recordSize_ > options_.maxRecord) {
+            throw UserError(file_ + ": " + place_.text() + " is longer than " +
+                            std::to_string(options_.maxRecord) +
+                            " bytes; a row ends with its line unless a quotation mark is open");
+        }
+        if (csv_parse(&parser_, line.data(), line.size(), onCell, onRow, this) != line.size()) {
+            failParse();
+        }
+    }
+
+    void addMissingRow() {
+        guard([&] {
+            addCell("");
+            endRow();
+        });
+    }
+
+    bool isBlank(std::string_view line) const {
+        return std::ranges::all_of(line, [this](char c) {
+            return c == '\n' || c == '\r' || ((c == ' ' || c == '\t') && c != options_.delimiter);
+        });
+    }
+
     bool finished() const { return error_ || row_ >= rowLimit_; }
 
     [[noreturn]] void failParse() {
         if (error_) std::rethrow_exception(error_);
         const int code = csv_error(&parser_);
         if (code == CSV_ENOMEM || code == CSV_ETOOBIG) throw std::bad_alloc();
-        throw UserError(file_ + ": " + place() +
+        throw UserError(file_ + ": " + place_.text() +
                         ": misplaced or unclosed quotation mark; a quoted cell begins and ends "
                         "with one, and has them doubled inside");
-    }
-
-    std::string place() const {
-        return placeOf(text_, options_.delimiter, headerDone_ ? row_ + 1 : 0);
     }
 
     static void onCell(void* content, std::size_t size, void* self) {
@@ -144,18 +197,22 @@ class CsvPass {
     }
 
     void addCell(std::string_view cell) {
-        const std::size_t place = column_++;
+        const std::size_t index = column_++;
         if (!headerDone_) {
-            if (columns_.size() <= place) columns_.emplace_back();
-            columns_[place].name = cell;
+            if (index >= kMostColumns) {
+                throw UserError(file_ + ": " + place_.text() + " has more than " +
+                                std::to_string(kMostColumns) + " cells");
+            }
+            if (columns_.size() <= index) columns_.emplace_back();
+            columns_[index].name = cell;
             return;
         }
-        if (place >= columns_.size()) return;  // counted, and refused at the end of the row
-        ColumnBuilder& column = columns_[place];
+        if (index >= columns_.size()) return;  // counted, and refused at the end of the row
+        ColumnBuilder& column = columns_[index];
         if (column.complete || column.failed) return;
         const bool missing = isMissing(cell);
         if (column.isText) {
-            column.addText(missing ? std::string_view() : cell, row_);
+            column.addText(missing ? std::string_view() : cell, place_);
             return;
         }
         const std::optional<double> number =
@@ -180,12 +237,13 @@ class CsvPass {
         if (!headerDone_) {
             headerDone_ = true;
         } else if (column_ != columns_.size()) {
-            throw UserError(file_ + ": " + place() + " has " + std::to_string(column_) +
+            throw UserError(file_ + ": " + place_.text() + " has " + std::to_string(column_) +
                             " cells, the header has " + std::to_string(columns_.size()));
         } else {
             ++row_;
         }
         column_ = 0;
+        inRecord_ = false;
     }
 
     const std::string& file_;
@@ -198,6 +256,10 @@ class CsvPass {
     bool headerDone_ = false;
     std::size_t column_ = 0;
     std::int64_t row_ = 0;
+    std::int64_t line_ = 0;
+    Place place_;  // of the record under way
+    bool inRecord_ = false;
+    std::size_t recordSize_ = 0;
     std::exception_ptr error_;
 };
 
@@ -284,8 +346,7 @@ std::vector<ColumnBuilder> readColumns(const std::string& file, std::string_view
 }
 
 /// The finished column, moved into the frame.
-void appendTo(DataFrame& frame, const std::string& file, std::string_view text, char delimiter,
-              ColumnBuilder column) {
+void appendTo(DataFrame& frame, const std::string& file, ColumnBuilder column) {
     const WString name = decode(column.name, [&] {
         return file + ": header, column " + std::to_string(frame.getNumCols() + 1);
     });
@@ -299,8 +360,8 @@ void appendTo(DataFrame& frame, const std::string& file, std::string_view text, 
     levels.reserve(texts.size());
     for (std::size_t level = 0; level < texts.size(); ++level) {
         levels.push_back(decode(texts[level], [&] {
-            return file + ": " + placeOf(text, delimiter, column.firstRows[level] + 1) +
-                   ", column " + Tool::quoted(column.name);
+            return file + ": " + column.firstPlaces[level].text() + ", column " +
+                   Tool::quoted(column.name);
         }));
     }
     frame.append(name, std::move(column.codes), std::move(levels));
@@ -324,9 +385,7 @@ DataFrame readCsv(const std::string& path, const CsvOptions& options) {
     std::vector<ColumnBuilder> columns = readColumns(file, text, options);
     DataFrame frame(
         decode(std::filesystem::path(path).stem().string(), [&] { return std::string(file); }));
-    for (ColumnBuilder& column : columns) {
-        appendTo(frame, file, text, options.delimiter, std::move(column));
-    }
+    for (ColumnBuilder& column : columns) appendTo(frame, file, std::move(column));
     return frame;
 }
 

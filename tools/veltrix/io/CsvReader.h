@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -15,16 +16,20 @@ struct CsvOptions {
     std::vector<std::string> textColumns = {};
     /// All of them.
     bool allText = false;
+    /// Bytes that the header or a row may have, lest a file without line ends take all memory.
+    std::size_t maxRecord = std::size_t{64} << 20U;
 };
 
 /// Reads a CSV file (RFC 4180; UTF-8 with or without byte order mark; line ends LF, CR LF or CR;
-/// blanks around unquoted cells are dropped, empty lines skipped) with a header row of distinct
-/// names. A column is numeric when every cell that is not missing is a number, independent of the
-/// locale; missing cells are NaN there, and so is the text "nan". In text columns a missing cell is
-/// the empty text. The frame is named after the file.
+/// blanks around unquoted cells are dropped) with a header row of distinct names. Lines without
+/// anything are skipped, but below the header of a single column each is a missing value. A column
+/// is numeric when every cell that is not missing is a number, independent of the locale; missing
+/// cells are NaN there, and so is the text "nan". In text columns a missing cell is the empty text.
+/// The frame is named after the file.
 ///
-/// Throws `UserError` with file, row, line and column for an unreadable, empty or damaged file, and
-/// for a delimiter that cannot be one. Data rows and lines count from 1.
+/// Throws `UserError` with file, row, line and column for an unreadable, empty or damaged file, one
+/// with a record that is too long, and for a delimiter that cannot be one. Data rows and lines
+/// count from 1.
 DataFrame readCsv(const std::string& path, const CsvOptions& options = {});
 
 }  // namespace Veltrix::Tool

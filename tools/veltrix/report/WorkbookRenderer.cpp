@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <set>
 #include <utility>
 
@@ -34,6 +36,7 @@ std::size_t rowsShown(const Table& table) {
 
 void check(lxw_error error) {
     if (error == LXW_NO_ERROR) return;
+    if (errno == ENOMEM) throw std::bad_alloc();
     throw Support::FileError(std::string("Cannot write the workbook: ") + lxw_strerror(error));
 }
 
@@ -248,6 +251,7 @@ std::string lowerCase(std::string text) {
 /// The library takes every allocation for granted and talks on stderr: it works in a child.
 void buildWorkbook(const Report& report, const std::string& path) {
     std::string folder = Support::temporaryFolder();
+    errno = 0;
     std::size_t cells = 0;
     for (const Table& table : report.tables) cells += rowsShown(table) * table.columns.size();
     constexpr std::size_t kManyCells = 40'000'000;  // about 2 GB of sheet text
