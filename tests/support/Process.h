@@ -1,9 +1,11 @@
 #pragma once
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -54,6 +56,37 @@ inline std::string contentOf(const std::string& path) {
     if (!file) throw std::runtime_error("No file " + path);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
+
+/// A program that runs on its own, without input and output, until it is waited for.
+class StartedProcess {
+  public:
+    /// The settings are of the form NAME=VALUE.
+    StartedProcess(const std::string& program, const std::vector<std::string>& args,
+                   std::vector<std::string> settings) {
+        std::vector<const char*> argv{program.c_str()};
+        for (const std::string& arg : args) argv.push_back(arg.c_str());
+        argv.push_back(nullptr);
+        child_ = ::fork();
+        if (child_ != 0) return;
+        for (std::string& setting : settings) ::putenv(setting.data());
+        const int nowhere = ::open("/dev/null", O_RDWR);
+        for (const int stream : {0, 1, 2}) ::dup2(nowhere, stream);
+        ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
+        ::_exit(127);
+    }
+
+    void send(int signal) const { ::kill(child_, signal); }
+
+    /// The exit code, or the signal that ended it, negative.
+    int wait() const {
+        int status = 0;
+        ::waitpid(child_, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+
+  private:
+    pid_t child_ = -1;
+};
 
 struct ProcessResult {
     int exitCode = -1;

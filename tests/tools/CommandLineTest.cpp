@@ -1,5 +1,12 @@
 // The real program as its user meets it: mistakes, files, and the text report.
+#include <sys/stat.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -12,6 +19,7 @@ namespace Veltrix::Testing {
 namespace {
 
 using testing::AllOf;
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -69,9 +77,127 @@ TEST_F(CommandLine, AFullDiskLeavesNothingBehind) {
     const ProcessResult printed = regress(kept, "/dev/full");
     EXPECT_EQ(printed.exitCode, 2);
     EXPECT_THAT(printed.err, HasSubstr("standard output: No space left"));
-    EXPECT_EQ(run({"--help"}, "/dev/full").exitCode, 2);
+    for (const char* option : {"--help", "--version"}) {
+        EXPECT_EQ(run({option}, "/dev/full").exitCode, 2) << option;
+    }
     EXPECT_EQ(text("m.json"), "old");
     EXPECT_THAT(folder.files(), ElementsAre("data.csv", "full.xlsx", "m.json"));
+}
+
+/// What a shell makes of a command in which "$@" stands for `veltrix regress` on the small table.
+ProcessResult inShell(const std::string& command, const std::string& data) {
+    return runProgram("/bin/sh", {"-c", command, "sh", kVeltrix, "regress", "--data", data,
+                                  "--target", "y", "--predictors", "a"});
+}
+
+TEST_F(CommandLine, MistakesThatNobodyHearsOfHaveTheirExitCode) {
+    for (const char* nowhere : {"/dev/full", "&-"}) {
+        const auto result =
+            inShell(std::string("\"$@\" --confidence 7 2>") + nowhere + "; echo $?", data);
+        EXPECT_EQ(result.out, "2\n") << nowhere;
+    }
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// Each thread of the linear algebra takes some address space as the program starts.
+TEST_F(CommandLine, LittleAddressSpaceIsToldAtOnce) {
+    std::set<int> exitCodes;
+    for (const char* kilobytes : {"90000", "132000", "200000", "300000", "1000000"}) {
+        const auto result = inShell(std::string("ulimit -v ") + kilobytes +
+                                        "; unset OPENBLAS_NUM_THREADS; exec timeout 20 \"$@\"",
+                                    data);
+        exitCodes.insert(result.exitCode);
+        EXPECT_THAT(result.exitCode, AnyOf(0, 1)) << kilobytes << " " << result.err;
+        EXPECT_EQ(result.err, result.exitCode == 0 ? "" : "veltrix: Not enough memory\n");
+    }
+    EXPECT_TRUE(exitCodes.contains(0));
+}
+#endif
+
+/// `veltrix regress` with three files to write, two of them there already.
+class Interrupted : public CommandLine {
+  protected:
+    void SetUp() override {
+        std::string csv = "y,x\n";
+        for (int i = 0; i < 1500; ++i) {
+            csv += std::to_string(i * 7 % 11) + "," + std::to_string(i) + "\n";
+        }
+        args = {"regress",
+                "--data",
+                folder.write("long.csv", csv),
+                "--target",
+                "y",
+                "--save",
+                folder.path("m"),
+                "--report",
+                folder.path("r.xlsx"),
+                "--output",
+                folder.path("out"),
+                "--format",
+                "csv"};
+        reset();
+    }
+    void reset() const {
+        folder.write("m", "old");
+        folder.write("r.xlsx", "old");
+    }
+    /// Sends the signal once it is time; returns the exit code.
+    template <class Moment>
+    int interrupt(int signal, Moment moment) const {
+        const StartedProcess process(kVeltrix, args, {"TMPDIR=" + temporary.path("")});
+        moment();
+        process.send(signal);
+        const auto sent = std::chrono::steady_clock::now();
+        const int exitCode = process.wait();
+        EXPECT_LT(std::chrono::steady_clock::now() - sent, std::chrono::seconds(1));
+        return exitCode;
+    }
+
+    TemporaryFolder temporary;
+    std::vector<std::string> args;
+};
+
+TEST_F(Interrupted, WaitingFilesAreRemoved) {
+    ASSERT_EQ(::mkfifo(folder.path("out").c_str(), 0600), 0);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        // All content waits, the last one for a reader of the pipe.
+        const int exitCode = interrupt(signal, [this] {
+            while (folder.files().size() < 7 || temporary.files().empty()) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
+        });
+        EXPECT_EQ(exitCode, 128 + signal);
+        EXPECT_THAT(folder.files(), ElementsAre("data.csv", "long.csv", "m", "out", "r.xlsx"));
+        EXPECT_THAT(temporary.files(), IsEmpty());
+        EXPECT_EQ(text("m") + text("r.xlsx"), "oldold");
+    }
+}
+
+TEST_F(Interrupted, AtAnyMomentTheOldOrTheNewFilesStand) {
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_EQ(run(args).exitCode, 0);
+    const auto time = std::chrono::steady_clock::now() - begin;
+    const std::string model = text("m");
+    const std::string output = text("out");
+    constexpr int kTimes = 24;
+    for (int k = 0; k < kTimes; ++k) {
+        reset();
+        std::filesystem::remove(folder.path("out"));
+        const int signal = k % 2 == 0 ? SIGINT : SIGTERM;
+        const int exitCode =
+            interrupt(signal, [&] { std::this_thread::sleep_for(time * k / kTimes); });
+        // Before it listens, the signal itself ends the program.
+        EXPECT_THAT(exitCode, AnyOf(0, 128 + signal, -signal));
+        EXPECT_THAT(text("m"), AnyOf("old", model));
+        EXPECT_THAT(text("r.xlsx"), AnyOf("old", StartsWith("PK\x03\x04")));
+        std::vector<std::string> files{"data.csv", "long.csv", "m", "r.xlsx"};
+        if (std::filesystem::exists(folder.path("out"))) {
+            EXPECT_EQ(text("out"), output);
+            files.insert(files.end() - 1, "out");
+        }
+        EXPECT_EQ(folder.files(), files);
+        EXPECT_THAT(temporary.files(), IsEmpty());
+    }
 }
 
 TEST_F(CommandLine, AReaderThatGoesAwayIsNoMistake) {

@@ -1,6 +1,7 @@
 #include <cmath>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include "tests/support/Process.h"
 #include "tools/veltrix/host/UserError.h"
 #include "tools/veltrix/io/CsvReader.h"
+#include "tools/veltrix/io/CsvSettings.h"
 
 namespace Veltrix::Testing {
 namespace {
@@ -95,11 +97,10 @@ TEST_F(CsvReader, DamagedFilesAreRefused) {
         {"a,b\n1,x\n2,\xC3\x28\n", {"row 2", "column \"b\"", "UTF-8"}},
         {"a,\xC0\n1,2\n", {"header, column 2", "UTF-8"}},
     };
-    Tool::CsvOptions options;
-    options.maxRecord = 200;
+    const auto usual = std::exchange(Tool::csvSettings().maxRecord, 200);
     for (const auto& [text, expected] : cases) {
         try {
-            read(text, options);
+            read(text);
             ADD_FAILURE() << "accepted: " << text;
         } catch (const Tool::UserError& error) {
             const std::string message = error.what();
@@ -110,6 +111,8 @@ TEST_F(CsvReader, DamagedFilesAreRefused) {
             }
         }
     }
+    Tool::csvSettings().maxRecord = usual;
+    Tool::CsvOptions options;
     options.delimiter = '"';
     EXPECT_THROW(read("a\n1\n", options), Tool::UserError);
     EXPECT_THROW(readCsv("/nowhere/at/all.csv"), Tool::UserError);

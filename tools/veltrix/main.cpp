@@ -10,6 +10,7 @@
 #include <vector>
 
 #if defined(__linux__)
+#include <fcntl.h>
 #include <unistd.h>
 #endif
 
@@ -22,6 +23,7 @@
 #include "tools/veltrix/host/Command.h"
 #include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/CsvSettings.h"
 #include "tools/veltrix/io/Interrupt.h"
 #include "tools/veltrix/report/ReportOutput.h"
 
@@ -67,6 +69,17 @@ void checkCommand(const CLI::App& app, int argc, const char* const* argv) {
                                 Veltrix::Tool::quoted(argv[1]), fmt::join(names, ", ")));
 }
 
+/// The options that every command has.
+void declareCommon(OptionGroup& options) {
+    options
+        .count("--max-record", csvSettings().maxRecord,
+               "Bytes that a row of a CSV file may have, quoted line ends included", 1)
+        .placeholder("BYTES")
+        .shown(std::to_string(csvSettings().maxRecord));
+    options.flag("--safe-cells", csvSettings().safeCells,
+                 "Writes an apostrophe before CSV texts that a spreadsheet takes for formulas");
+}
+
 int runProgram(int argc, const char* const* argv) {
     CLI::App app("Statistical models for data in CSV files.", "veltrix");
     app.set_version_flag("--version", "veltrix " VELTRIX_VERSION);
@@ -76,6 +89,7 @@ int runProgram(int argc, const char* const* argv) {
     for (const auto& command : commands) {
         OptionGroup options(*app.add_subcommand(command->name(), command->description()));
         command->declare(options);
+        declareCommon(options);
     }
     app.footer(
         fmt::format("{}\nveltrix COMMAND --help lists the options of a command.", kAboutFiles));
@@ -122,9 +136,20 @@ void checkBlasThreads(char** argv) {
     std::_Exit(fail(kInternalFailure, "Not enough memory"));
 }
 
+/// Gives the standard streams that the caller has closed a file that takes nothing, lest one that
+/// the program opens stand in their place.
+void occupyStandardStreams() {
+#if defined(__linux__)
+    int file = 0;
+    while (file >= 0 && file <= STDERR_FILENO) file = ::open("/dev/null", O_RDONLY);
+    if (file > STDERR_FILENO) ::close(file);
+#endif
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardStreams();
     checkBlasThreads(argv);
 #if defined(SIGPIPE)
     // A reader that goes away shows as a failed write, after which files are still put in place.

@@ -16,6 +16,7 @@
 #include "support/Files.h"
 #include "support/NumberText.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/CsvSettings.h"
 #include "tools/veltrix/io/TextPool.h"
 
 namespace Veltrix::Tool {
@@ -140,11 +141,11 @@ class CsvPass {
             }
         }
         inRecord_ = true;
-        recordSize_ += line.size();
-        if (recordSize_ > options_.maxRecord) {
-            throw UserError(file_ + ": " + place_.text() + " is longer than " +
-                            std::to_string(options_.maxRecord) +
-                            " bytes; a row ends with its line unless a quotation mark is open");
+        recordSize_ += static_cast<std::int64_t>(line.size());
+        if (const std::int64_t most = csvSettings().maxRecord; recordSize_ > most) {
+            throw UserError(file_ + ": " + place_.text() + " is longer than the " +
+                            std::to_string(most) + " bytes of --max-record; a row ends with its " +
+                            "line unless a quotation mark is open");
         }
         if (csv_parse(&parser_, line.data(), line.size(), onCell, onRow, this) != line.size()) {
             failParse();
@@ -259,7 +260,7 @@ class CsvPass {
     std::int64_t line_ = 0;
     Place place_;  // of the record under way
     bool inRecord_ = false;
-    std::size_t recordSize_ = 0;
+    std::int64_t recordSize_ = 0;  // in bytes
     std::exception_ptr error_;
 };
 

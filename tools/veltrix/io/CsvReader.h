@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -16,8 +15,6 @@ struct CsvOptions {
     std::vector<std::string> textColumns = {};
     /// All of them.
     bool allText = false;
-    /// Bytes that the header or a row may have, lest a file without line ends take all memory.
-    std::size_t maxRecord = std::size_t{64} << 20U;
 };
 
 /// Reads a CSV file (RFC 4180; UTF-8 with or without byte order mark; line ends LF, CR LF or CR;
@@ -28,8 +25,8 @@ struct CsvOptions {
 /// The frame is named after the file.
 ///
 /// Throws `UserError` with file, row, line and column for an unreadable, empty or damaged file, one
-/// with a record that is too long, and for a delimiter that cannot be one. Data rows and lines
-/// count from 1.
+/// with a record longer than `CsvSettings::maxRecord`, and for a delimiter that cannot be one. Data
+/// rows and lines count from 1.
 DataFrame readCsv(const std::string& path, const CsvOptions& options = {});
 
 }  // namespace Veltrix::Tool

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "support/NumberText.h"
+#include "tools/veltrix/io/CsvSettings.h"
 
 namespace Veltrix::Tool {
 
@@ -61,14 +62,24 @@ bool needsQuotes(std::string_view cell) {
                               kBlanks.find(cell.back()) != std::string_view::npos));
 }
 
+/// Spreadsheets take a cell that begins so for a formula; a number is none.
+bool looksLikeFormula(std::string_view cell) {
+    constexpr std::string_view kStarts = "=+-@\t\r";
+    return !cell.empty() && kStarts.find(cell.front()) != std::string_view::npos &&
+           !Support::parseNumber(cell);
+}
+
 }  // namespace
 
 void appendCsvText(std::string& text, std::string_view cell) {
+    const char* const mark = csvSettings().safeCells && looksLikeFormula(cell) ? "'" : "";
     if (!needsQuotes(cell)) {
+        text += mark;
         text += cell;
         return;
     }
     text += '"';
+    text += mark;
     for (const char c : cell) {
         if (c == '"') text += '"';
         text += c;

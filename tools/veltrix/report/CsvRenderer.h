@@ -11,7 +11,9 @@ namespace Veltrix::Tool {
 /// line per note, and an empty line. Numbers read back to the same double.
 std::string renderCsv(const Report& report);
 
-/// Appends a cell to a line, in quotation marks when it would not be read back the same without.
+/// Appends a text to a line, in quotation marks when it would not be read back the same without.
+/// With `CsvSettings::safeCells` an apostrophe goes before a text that begins with = + - @, a tab
+/// or a carriage return and is no number.
 void appendCsvText(std::string& text, std::string_view cell);
 
 }  // namespace Veltrix::Tool

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Veltrix::Tool {
+
+/// What the command line says on CSV files wherever the program reads or writes them.
+struct CsvSettings {
+    /// Bytes that the header or a row may have, lest a file without line ends take all memory.
+    std::int64_t maxRecord = std::int64_t{64} << 20U;
+    /// Texts that a spreadsheet would take for formulas are written with an apostrophe in front.
+    bool safeCells = false;
+};
+
+/// The settings of the whole program, made once before its work begins.
+inline CsvSettings& csvSettings() {
+    static CsvSettings settings;
+    return settings;
+}
+
+}  // namespace Veltrix::Tool
