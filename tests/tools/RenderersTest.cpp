@@ -1,13 +1,21 @@
 // How values become text.
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <map>
+#include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
+#include "tests/support/Process.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/CsvSettings.h"
 #include "tools/veltrix/report/CsvRenderer.h"
 #include "tools/veltrix/report/JsonRenderer.h"
 #include "tools/veltrix/report/NumberFormat.h"
@@ -82,6 +90,22 @@ TEST(Renderers, WriteEveryKindOfCell) {
               "\"notes\":[\"Two\\u000alines\"]}]}\n");
 }
 
+TEST(Renderers, FormulasAreMarkedWhenAskedFor) {
+    const auto written = [] {
+        std::string line;
+        for (const char* cell :
+             {"=1", "+a", "-", "@x", "\tx", "\r", "-5", "+1e3", "a=b", "'=", ""}) {
+            appendCsvText(line, cell);
+            line += '|';
+        }
+        return line;
+    };
+    EXPECT_EQ(written(), "=1|+a|-|@x|\"\tx\"|\"\r\"|-5|+1e3|a=b|'=||");
+    csvSettings().safeCells = true;
+    EXPECT_EQ(written(), "'=1|'+a|'-|'@x|\"'\tx\"|\"'\r\"|-5|+1e3|a=b|'=||");
+    csvSettings().safeCells = false;
+}
+
 TEST(Renderers, WideTablesAreSplitIntoPanelsThatRepeatTheFirstColumn) {
     Table table{.title = "Wide", .columns = {{"Key", std::vector<std::int64_t>{7}}}};
     for (int k = 0; k < 9; ++k) {
@@ -110,6 +134,88 @@ TEST(Renderers, SheetNamesAreValidAndDistinct) {
     EXPECT_EQ(sheetNames(tables), (std::vector<std::string>{"AB x", "ab x 2", "Charts 2", "Table",
                                                             "A title longer than a sheets na",
                                                             "A title longer than a sheets 2"}));
+}
+
+/// The files in a zip archive, by name.
+std::map<std::string, std::string> unzipped(const std::string& archive) {
+    const auto number = [&archive](std::size_t at, std::size_t size) {
+        std::size_t value = 0;
+        while (size-- > 0) value = value << 8U | static_cast<unsigned char>(archive.at(at + size));
+        return value;
+    };
+    std::map<std::string, std::string> files;
+    std::size_t entry = number(archive.rfind("PK\5\6") + 16, 4);
+    while (archive.compare(entry, 4, "PK\1\2") == 0) {
+        const std::size_t nameSize = number(entry + 28, 2);
+        const std::size_t local = number(entry + 42, 4);
+        std::string content =
+            archive.substr(local + 30 + number(local + 26, 2) + number(local + 28, 2));
+        std::string& file = files[archive.substr(entry + 46, nameSize)];
+        file.resize(number(entry + 24, 4));
+        z_stream stream{};
+        inflateInit2(&stream, -MAX_WBITS);
+        stream.next_in = reinterpret_cast<Bytef*>(content.data());
+        stream.avail_in = static_cast<uInt>(content.size());
+        stream.next_out = reinterpret_cast<Bytef*>(file.data());
+        stream.avail_out = static_cast<uInt>(file.size());
+        if (inflate(&stream, Z_FINISH) != Z_STREAM_END) throw std::runtime_error("No archive");
+        inflateEnd(&stream);
+        entry += 46 + nameSize + number(entry + 30, 2) + number(entry + 32, 2);
+    }
+    return files;
+}
+
+std::map<std::string, std::string> workbookOf(const Report& report) {
+    const Testing::TemporaryFolder folder;
+    writeWorkbook(report, folder.path("w.xlsx"));
+    return unzipped(Testing::contentOf(folder.path("w.xlsx")));
+}
+
+TEST(Workbooks, LongTextsAreCutWithANote) {
+    const auto times = [](int count, const std::string& text) {
+        std::string result;
+        for (int k = 0; k < count; ++k) result += text;
+        return result;
+    };
+    const std::string wide = "\xF0\x9F\x98\x80";  // counts twice
+    Table table{.title = "Texts", .columns = {}};
+    table.columns = {{"Text", std::vector<std::string>{times(32767, "x"), times(32768, "y"),
+                                                       times(16384, wide)}}};
+    const std::string sheet =
+        workbookOf({.title = "T", .tables = {table}})["xl/worksheets/sheet1.xml"];
+    for (const std::string& text :
+         {times(32767, "x"), times(32767, "y"), times(16383, wide),
+          std::string("2 cells held more than 32767 characters and are cut")}) {
+        EXPECT_NE(sheet.find(">" + text + "<"), std::string::npos) << text.substr(0, 60);
+    }
+}
+
+TEST(Workbooks, EveryGroupOfAChartHasAColourOfItsOwn) {
+    constexpr std::size_t kGroups = 12;
+    Table table{.title = "Points", .columns = {{"x", Vector(kGroups)}, {"y", Vector(kGroups)}}};
+    Report report{.title = "T", .tables = {table}};
+    Chart chart{.title = "C", .x = {0, 0}, .y = {0, 1}};
+    for (std::size_t k = 0; k < kGroups; ++k) chart.groups.push_back({std::to_string(k), k, 1});
+    report.charts = {chart};
+    const std::string drawn = workbookOf(report)["xl/charts/chart1.xml"];
+    std::set<std::string> colors;
+    constexpr std::string_view kFill = "<a:solidFill><a:srgbClr val=\"";
+    for (std::size_t at = drawn.find("<c:marker>"); at != std::string::npos;
+         at = drawn.find("<c:marker>", at + 1)) {
+        colors.insert(drawn.substr(drawn.find(kFill, at) + kFill.size(), 6));
+    }
+    EXPECT_EQ(colors.size(), kGroups);
+    const auto primary = [](std::size_t index, unsigned shift) {
+        return static_cast<double>(seriesColor(index) >> shift & 0xFFU);
+    };
+    for (std::size_t i = 0; i < kGroups; ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            EXPECT_GT(std::hypot(primary(i, 0) - primary(j, 0), primary(i, 8) - primary(j, 8),
+                                 primary(i, 16) - primary(j, 16)),
+                      50.0)
+                << i << " " << j;
+        }
+    }
 }
 
 TEST(UserErrors, QuoteInOneLine) {
