@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -106,38 +107,24 @@ TEST_F(Mistakes, InClasses) {
             {{"--success-class", "2", "--cutoff", "1.5"}, {"--cutoff", "1.5", "0 to 1"}},
             {{"--cutoff", "0.5"}, {"--cutoff", "--success-class"}},
             {{"--regression", "--priors", "01=1"}, {"--priors", "--regression"}}});
-    std::string many = "id,level,class,name\n";
+    std::string many = "id,level,class,name,y\n";
     for (int i = 0; i < 303; ++i) {
-        const auto cell = [i](const std::string& name, int k) {
-            return name + std::to_string(i % k);
-        };
-        many += cell("r", 999) + cell(",l", 21) + cell(",c", 3) + cell(",n", 101) + "\n";
+        many += fmt::format("r{},l{},c{},n{},{}\n", i, i % 21, i % 3, i % 101, i % 7);
     }
     const std::string path = folder.write("many.csv", many);
-    expect({"tree", "--data", path},
-           {{{"--target", "class", "--predictors", "id"}, {"\"id\"", "row 1", "\"r0\"", "303"}},
-            {{"--target", "class", "--predictors", "level"}, {"--predictors: column 0", "21"}},
-            {{"--target", "id"}, {"--target", "\"id\"", "303", "--regression"}}});
+    expect({"tree", "--data", path, "--target"},
+           {{{"class", "--predictors", "id"}, {"\"id\"", "row 1", "\"r0\"", "303"}},
+            {{"class", "--predictors", "level"}, {"--predictors: column 0", "21"}},
+            {{"id"}, {"--target", "\"id\"", "303", "--regression"}}});
     // Two of the families whose text columns take a column of numbers a level.
     const std::vector<std::string> cost{"--predictors",        "\"name\"",
                                         "at most 100",         "101 found",
                                         "0.24 MB in 303 rows", "--max-levels 101"};
-    expect({}, {{{"knn", "--data", path, "--target", "class", "--predictors", "name", "--k", "1"},
-                 cost},
-                {{"regress", "--data",
-                  folder.write("sums.csv",
-                               [&] {
-                                   std::string text = "y,name\n";
-                                   for (int i = 0; i < 303; ++i) {
-                                       text += std::to_string(i % 7) + ",n" +
-                                               std::to_string(i % 101) + "\n";
-                                   }
-                                   return text;
-                               }()),
-                  "--target", "y"},
-                 cost}});
-    outputOf(
-        {"regress", "--data", folder.path("sums.csv"), "--target", "y", "--max-levels", "101"});
+    const Arguments regress{"regress", "--data", path, "--target", "y", "--predictors", "name"};
+    expect(regress, {{{}, cost}});
+    expect({"knn", "--data", path, "--target", "class", "--predictors", "name", "--k", "1"},
+           {{{}, cost}});
+    outputOf(regress + Arguments{"--max-levels", "101"});
 }
 
 TEST_F(Mistakes, InOptionsOfFamilies) {
