@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -109,7 +110,9 @@ TEST(Renderers, FormulasAreMarkedWhenAskedFor) {
 TEST(Renderers, WideTablesAreSplitIntoPanelsThatRepeatTheFirstColumn) {
     Table table{.title = "Wide", .columns = {{"Key", std::vector<std::int64_t>{7}}}};
     for (int k = 0; k < 9; ++k) {
-        table.columns.push_back({"Heading number " + std::to_string(k), Vector{1.0}});
+        std::string heading = "Heading number ";
+        heading += std::to_string(k);
+        table.series(std::move(heading), Vector{1.0});
     }
     const std::string text = renderText({.title = "T", .tables = {table}}, false);
     std::size_t keys = 0;

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/Interrupt.h"
 
 namespace Veltrix::Tool {
 
@@ -31,13 +32,14 @@ void show(std::string_view text) {
     std::fflush(stderr);
 }
 
+/// Ends the work once the program is to end.
 bool showProgress(const Progress& progress) {
     if (progress.total == 0) {
         show(fmt::format("{}{} ...", kWipeLine, progress.phase));
     } else {
         show(fmt::format("{}{} {:.0f} %", kWipeLine, progress.phase, 100.0 * progress.fraction));
     }
-    return true;
+    return interruptCode() == 0;
 }
 
 }  // namespace
