@@ -56,18 +56,57 @@ class OutputBlocks {
   public:
     explicit OutputBlocks(std::uint32_t seed) : state_(seed) {}
 
-    const std::array<std::uint32_t, kBlockSize>& next() {
+    /// Draws a block. Returns whether one of its outputs lies below the bound; most blocks have
+    /// none.
+    bool next(std::uint32_t bound) {
+        // Outputs have 15 bits and the bound 16: the difference has bit 31 where it is negative.
+        std::uint32_t differences = 0;
         for (std::size_t j = 0; j < kBlockSize; ++j) {
             outputs_[j] =
                 (state_ * kJumps.factor[j] + kJumps.offset[j]) >> 16 & RuntimeRandom::kMax;
+            differences |= outputs_[j] - bound;
         }
         state_ = state_ * kJumps.factor[kBlockSize - 1] + kJumps.offset[kBlockSize - 1];
-        return outputs_;
+        return differences >> 31 != 0;
     }
+    const std::array<std::uint32_t, kBlockSize>& outputs() const { return outputs_; }
 
   private:
     std::uint32_t state_;
     std::array<std::uint32_t, kBlockSize> outputs_{};
+};
+
+/// What becomes of the records of a block of outputs.
+struct Taking {
+    std::uint32_t takeBelow;
+    std::uint32_t waitBelow;
+    std::uint32_t population;
+    bool randomIndex;
+    IntVector& sample;
+    std::vector<WaitListEntry>& waitList;
+    int accepted = 0;
+
+    /// Outputs that a record takes.
+    std::size_t step() const { return randomIndex ? 2 : 1; }
+
+    /// The records [first, end), at most a block, until the sample is full. Kept out of the loop
+    /// over the blocks, most of which hold no record of interest.
+    [[gnu::noinline]] void take(const std::array<std::uint32_t, kBlockSize>& outputs, int first,
+                                int end) {
+        const int size = static_cast<int>(sample.size());
+        const std::uint32_t bound = waitBelow;
+        const std::size_t stride = step();
+        for (std::size_t j = 0; first < end; j += stride, ++first) {
+            if (outputs[j] >= bound) continue;
+            const int index = randomIndex ? static_cast<int>(outputs[j + 1] % population) : first;
+            if (outputs[j] >= takeBelow) {
+                waitList.push_back({outputs[j] / kKeyScale, index});
+                continue;
+            }
+            sample[static_cast<std::uint64_t>(accepted)] = index;
+            if (++accepted == size) return;
+        }
+    }
 };
 
 /// One pass of a stable radix sort of `from` into `to`, by the bits of the keys' outputs that
@@ -138,30 +177,27 @@ ScalableSRS::Draw ScalableSRS::draw(const Threshold& threshold) const {
     drawn.sample = IntVector(static_cast<std::uint64_t>(sampleSize_));
     if (populationSize_ == 0) return drawn;
     const std::uint32_t takeBelow = outputsBelow(threshold.q1);
-    const std::uint32_t waitBelow = std::max(takeBelow, outputsBelow(threshold.q2));
-    const auto population = static_cast<std::uint32_t>(populationSize_);
+    Taking taking{takeBelow,
+                  std::max(takeBelow, outputsBelow(threshold.q2)),
+                  static_cast<std::uint32_t>(populationSize_),
+                  randomIndex_,
+                  drawn.sample,
+                  drawn.waitList};
     // Beyond the population only drawn indexes exist.
     const int limit = randomIndex_ ? std::max(populationSize_, sampleSize_) : populationSize_;
-    const std::size_t outputsPerRecord = randomIndex_ ? 2 : 1;
+    const int blockRecords = static_cast<int>(kBlockSize / taking.step());
     OutputBlocks blocks(seed_);
-    int accepted = 0;
-    constexpr int kReportEvery = 1 << 18;
+    constexpr int kReportEvery = 1 << 18;  // whole blocks
     ProgressPhase phase("Drawing records", static_cast<std::uint64_t>(limit));
-    for (int i = 0; i < limit && accepted < sampleSize_;) {
-        if (i % kReportEvery == 0 && i > 0) phase.advance(kReportEvery);
-        const auto& outputs = blocks.next();
-        for (std::size_t j = 0; j < kBlockSize && i < limit; j += outputsPerRecord, ++i) {
-            if (outputs[j] >= waitBelow) continue;
-            const int index = randomIndex_ ? static_cast<int>(outputs[j + 1] % population) : i;
-            if (outputs[j] >= takeBelow) {
-                drawn.waitList.push_back({outputs[j] / kKeyScale, index});
-                continue;
-            }
-            drawn.sample[static_cast<std::uint64_t>(accepted)] = index;
-            if (++accepted == sampleSize_) break;
+    for (int i = 0; i < limit && taking.accepted < sampleSize_;) {
+        const int end = i + std::min(kReportEvery, limit - i);
+        for (; i < end && taking.accepted < sampleSize_; i += std::min(blockRecords, end - i)) {
+            if (!blocks.next(taking.waitBelow)) continue;
+            taking.take(blocks.outputs(), i, i + std::min(blockRecords, end - i));
         }
+        phase.advance(kReportEvery);
     }
-    drawn.accepted = accepted;
+    drawn.accepted = taking.accepted;
     return drawn;
 }
 
