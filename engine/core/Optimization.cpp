@@ -130,6 +130,7 @@ Vector QuasiNewtonOptimizer::minimize(const Vector& x0) {
 }
 
 Vector QuasiNewtonOptimizer::search(Vector x, Matrix& inverseHessian, int& iterations) {
+    ProgressPhase phase("Minimising", static_cast<std::uint64_t>(std::max(maxIterations_, 0)));
     double value = function(x);
     if (!std::isfinite(value)) return x;
     Vector gradient = getGradient(x);
@@ -138,10 +139,8 @@ Vector QuasiNewtonOptimizer::search(Vector x, Matrix& inverseHessian, int& itera
     Vector direction = -gradient;
     const double maxStep = kMaxStepFactor * std::max(length(x), static_cast<double>(x.size()));
 
-    ProgressPhase phase("Minimising", static_cast<std::uint64_t>(std::max(maxIterations_, 0)));
     while (iterations < maxIterations_) {
         ++iterations;
-        phase.advance();
         limit(direction, gradient, maxStep);
         const double slope = Veltrix::Util::dotProduct(gradient, direction);
         auto found = LineSearchOptimizer(*this, x, direction).minimize(value, slope, maxStep);
@@ -158,6 +157,7 @@ Vector QuasiNewtonOptimizer::search(Vector x, Matrix& inverseHessian, int& itera
         if (scaledGradient(gradient, x, value) < gradientTolerance_) return x;
         inverseHessian = updated(inverseHessian, step, change);
         direction = -(inverseHessian * gradient);
+        phase.advance();
     }
     return x;
 }

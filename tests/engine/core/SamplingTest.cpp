@@ -1,9 +1,11 @@
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <set>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Engine/Sampling.h"
 #include "support/RuntimeRandom.h"
 #include "tests/support/ReferenceData.h"
@@ -144,6 +147,15 @@ TEST(ScalableSRS, DrawsAsTheRuleSays) {
         }
     }
     EXPECT_EQ(toList(ScalableSRS(0, 3).setRandomIndex(true).sample()), std::vector<int>(3, 0));
+}
+
+TEST(ScalableSRS, ACancelledDrawKeepsTheSample) {
+    ScalableSRS sampler(1000000, 10);
+    const IntVector before = sampler.sample();
+    const ProgressScope scope([](const Progress&) { return false; });
+    std::this_thread::sleep_for(std::chrono::milliseconds(25));  // a report is due
+    EXPECT_THROW(sampler.setSeed(7).sample(), Cancelled);
+    EXPECT_EQ(sampler.getSample(), before);
 }
 
 template <class Values>

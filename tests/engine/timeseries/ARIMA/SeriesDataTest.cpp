@@ -198,28 +198,15 @@ TEST(SeriesData, NaNSpreads) {
     EXPECT_TRUE(std::isnan(data.pacf().at(2)));
 }
 
-TEST(SeriesData, StorageRoundTrip) {
-    Data data(1, 1, 4);
-    data.load(readSeries("johnsonjohnson")).subtractMean(0.25).preprocess();
-    data.computePACF(1, 9).lag(2, 3);
-    Data broken;
-    broken.load({1, 2, 3}).subtractMean(kNaN).computePACF();
-    for (const Data& original : {data, broken, Data()}) {
-        Data read(9, 9, 9);
-        read.fromJsonString(original.toJson());
-        EXPECT_EQ(read.toJson(), original.toJson());
-        const Values y(original.numProcessedRecords() + 3, 0.25);
-        const Tolerance exact = {.nan = NaNRule::EqualsNaN};
-        EXPECT_TRUE(allNear(read.postprocess(y), original.postprocess(y), exact));
-    }
-}
-
-TEST(SeriesData, DamagedStorageIsRefusedByKey) {
+TEST(SeriesData, StoredNumbersMustFitTogether) {
     Data data;
     data.load({1, 2, 4}).lag(1, 1).apply();
+    Data read(9, 9, 9);
+    read.fromJsonString(data.subtractMean(kNaN).toJson());
+    EXPECT_EQ(read.toJson(), data.toJson());
+    EXPECT_EQ(read.postprocess({1, 2, 8}), (Values{1, 2, 4, 12}));
     const std::string good = data.toJson().toUtf8();
     const char* const damages[][3] = {
-        {"TS::ARIMA::Data", "KMC::Model", "\"type\""},
         {"\"count\":1", "\"count\":0", "operations[0].count"},
         {"\"lag\":1", "\"lag\":3", "\"operations\""},
         {"\"count\":1", "\"count\":18446744073709551615", "\"operations\""},
