@@ -210,7 +210,7 @@ TEST(SeriesData, StoredNumbersMustFitTogether) {
         {"\"count\":1", "\"count\":0", "operations[0].count"},
         {"\"lag\":1", "\"lag\":3", "\"operations\""},
         {"\"count\":1", "\"count\":18446744073709551615", "\"operations\""},
-        {"\"applied\":1", "\"applied\":2", "\"applied\""},
+        {"\"applied\":1", "\"applied\":3", "\"applied\""},
         {"\"original\":[1,", "\"original\":[1,1,", "\"working\""},
     };
     for (const auto& [from, to, key] : damages) {
