@@ -150,14 +150,6 @@ TEST_F(FilesTest, ErrorsNameFileAndCauseAndLeaveNothing) {
     EXPECT_EQ(numFiles(), 0u);
 }
 
-TEST_F(FilesTest, AFullDiskIsReported) {
-    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full on this system";
-    for (const std::size_t size : {std::size_t{1}, std::size_t{1000000}}) {
-        EXPECT_THAT(messageOf([&] { writeFileAtomically("/dev/full", std::string(size, 'x')); }),
-                    HasSubstr("No space left"));
-    }
-}
-
 TEST_F(FilesTest, AWriteThatFailsHalfwayKeepsTheOldFileAndNoOther) {
     const std::string name = path("model.json");
     writeFileAtomically(name, "old");

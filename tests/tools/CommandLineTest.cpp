@@ -102,7 +102,7 @@ TEST_F(CommandLine, MistakesThatNobodyHearsOfHaveTheirExitCode) {
 // Each thread of the linear algebra takes some address space as the program starts.
 TEST_F(CommandLine, LittleAddressSpaceIsToldAtOnce) {
     std::set<int> exitCodes;
-    for (const char* kilobytes : {"90000", "132000", "200000", "300000", "1000000"}) {
+    for (const char* kilobytes : {"160000", "200000", "300000", "1000000"}) {
         const auto result = inShell(std::string("ulimit -v ") + kilobytes +
                                         "; unset OPENBLAS_NUM_THREADS; exec timeout 20 \"$@\"",
                                     data);

@@ -4,11 +4,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 
 #if !defined(_WIN32)
 #include <sys/types.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 #endif
 
