@@ -272,6 +272,10 @@ TEST(QuasiNewton, NoNaNEscapes) {
         // Products of gradients beyond 1e154 must not end the search.
         const Vector expected = scale < 1.0 ? Vector{5, 5} : Vector{2, -1};
         EXPECT_TRUE(allNear(least, expected, {.absolute = 1e-6}));
+        if (scale > 1.0 && scale < 1e250) {
+            EXPECT_TRUE((steep.getApproximateHessianInverse() * scale)
+                            .equalTo(Util::eye(2, 2) * 0.5, 1e-3));
+        }
         EXPECT_EQ(Util::countNaNInfinity(steep.getApproximateHessianInverse().getAsDoubleVector()),
                   0);
     }
@@ -361,6 +365,14 @@ TEST(LineSearch, BacktracksToSufficientDecrease) {
     EXPECT_EQ(LineSearchOptimizer(narrow, Vector{1.0}, Vector{-1.0}).minimize(2, -6, 9).step, 1.0);
     EXPECT_LT(LineSearchOptimizer(narrow, Vector{1.0}, Vector{-1.99999}).minimize(2, -12, 9).step,
               0.6);
+    // Along a direction that is far too long too.
+    Problem near([](const Vector& x) { return square(x[0] - 1e-5); });
+    EXPECT_GT(LineSearchOptimizer(near, Vector{0.0}, Vector{1e10}).minimize(1e-10, -2e5, 1e99).step,
+              0.0);
+    // Steps 1 and 0.2 fail; then the cubic through them is the objective itself.
+    Problem cubic([](const Vector& x) { return ((12.5 - 10 * x[0]) * x[0] - 1) * x[0]; });
+    EXPECT_NEAR(LineSearchOptimizer(cubic, Vector{0.0}, Vector{1.0}).minimize(0, -1, 9).step,
+                (25 - std::sqrt(505.0)) / 60, 1e-14);
     for (const double slope : {0.0, 1.0, kNaN, -kInfinity}) {
         const auto stays =
             LineSearchOptimizer(narrow, Vector{1.0}, Vector{1.0}).minimize(2.0, slope, 9.0);

@@ -1,4 +1,5 @@
 // Linear regression: properties, special shapes, bad input and storage.
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <functional>
@@ -18,6 +19,7 @@ namespace {
 
 using Engine::LinearModel::OLS::Model;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 Matrix normalMatrix(int rows, int cols, unsigned seed,
@@ -61,6 +63,9 @@ TEST(OLS, TallDataMatchNormalEquations) {
             EXPECT_TRUE(isNear(leverage, Util::sum(hat(i, Util::all)), within)) << p << " " << i;
         }
         EXPECT_TRUE(isNear(Util::sum(model.getLeverages()), p + 1.0, within)) << p;
+        const double longest = std::sqrt(Util::maxValue(Util::diag(gram)));
+        EXPECT_TRUE(isNear(Util::maxValue(model.getColumnNorms()), longest, within));
+        EXPECT_TRUE(isNear(model.getTolerance(), n * kEpsilon * longest, within));
     }
 }
 
@@ -71,17 +76,18 @@ TEST(OLS, UnitsScaleTheCoefficientsOnly) {
     const Vector y = normalVector(200, 2);
     Model plain;
     plain.fit(x, y, true);
-    for (const Vector& powers : {Vector{600, 600, 600}, Vector{-600, -600, -600},
-                                 Vector{-300, 40, 300}, Vector{-7, 500, -500}}) {
+    const std::array<int, 3> units[] = {
+        {600, 600, 600}, {-600, -600, -600}, {-300, 40, 300}, {-7, 500, -500}};
+    for (const auto& powers : units) {
         Matrix scaled = x;
         for (int j = 0; j < 3; ++j) {
-            scaled(Util::all, j) *= std::ldexp(1.0, static_cast<int>(powers.at(j)));
+            scaled(Util::all, j) *= std::ldexp(1.0, powers[static_cast<std::size_t>(j)]);
         }
         Model model;
         model.fit(scaled, y, true);
         EXPECT_EQ(model.getRank(), 4);
-        for (std::uint64_t j = 0; j < 3; ++j) {
-            EXPECT_TRUE(isNear(std::ldexp(model.getCoefficients()[j + 1], int(powers[j])),
+        for (std::size_t j = 0; j < 3; ++j) {
+            EXPECT_TRUE(isNear(std::ldexp(model.getCoefficients()[j + 1], powers[j]),
                                plain.getCoefficients()[j + 1], {1e-12}));
         }
         EXPECT_TRUE(allNear(model.getLeverages(), plain.getLeverages(), {1e-12}));
