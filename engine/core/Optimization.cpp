@@ -67,12 +67,13 @@ Matrix updated(const Matrix& h, const Vector& step, const Vector& dg) {
         image = turn * ratio;
         curvature = ratio;
     }
-    const Vector u = along / cosine - image / curvature;
+    const Vector relative = image / curvature;
+    const Vector u = along / cosine - relative;
     for (int j = 0; j < h.getNumCols(); ++j) {
         const auto c = static_cast<std::uint64_t>(j);
         for (std::uint64_t r = 0; r <= c; ++r) {
             const int i = static_cast<int>(r);
-            result(i, j) += ratio * along[r] * along[c] / cosine - image[r] * image[c] / curvature +
+            result(i, j) += ratio * along[r] * along[c] / cosine - image[r] * relative[c] +
                             curvature * u[r] * u[c];
             result(j, i) = result(i, j);
         }
