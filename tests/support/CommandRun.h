@@ -17,12 +17,46 @@
 
 namespace Veltrix::Testing {
 
-using Arguments = std::vector<std::string>;
-
-inline Arguments operator+(Arguments first, const Arguments& second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
+/// The parts of a text between separators.
+inline std::vector<std::string> splitAt(const std::string& separator, const std::string& text) {
+    std::vector<std::string> parts;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find(separator, start), text.size());
+        parts.push_back(text.substr(start, end - start));
+        start = end + separator.size();
+    }
+    return parts;
 }
+
+/// Arguments of the program: a literal holds several between blanks, any other text is one.
+struct Arguments {
+    std::vector<std::string> list;
+
+    template <class... Parts>
+    Arguments(const Parts&... parts) {
+        (add(parts), ...);
+    }
+    void add(const char* parts) {
+        for (const std::string& part : splitAt(" ", parts)) list.push_back(part);
+    }
+    void add(const std::string& part) { list.push_back(part); }
+    void add(const Arguments& more) { list.insert(list.end(), more.list.begin(), more.list.end()); }
+};
+
+inline Arguments operator+(const Arguments& first, const Arguments& second) {
+    return {first, second};
+}
+
+inline ProcessResult run(const Arguments& arguments) {
+    return runProgram(kVeltrix, arguments.list);
+}
+
+/// Words that a message must hold, written between bars.
+struct Words {
+    std::vector<std::string> list;
+
+    Words(const char* words) : list(splitAt(" | ", words)) {}
+};
 
 inline std::string joined(const std::vector<std::string>& texts) {
     std::string text;
@@ -32,28 +66,28 @@ inline std::string joined(const std::vector<std::string>& texts) {
 
 /// What the program prints, which must work.
 inline std::string outputOf(const Arguments& arguments) {
-    const ProcessResult result = runProgram(kVeltrix, arguments);
-    EXPECT_EQ(result.exitCode, 0) << joined(arguments);
-    EXPECT_EQ(result.err, "") << joined(arguments);
+    const ProcessResult result = run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << joined(arguments.list);
+    EXPECT_EQ(result.err, "") << joined(arguments.list);
     return result.out;
 }
 
 inline JsonReport reportOf(const Arguments& arguments) {
-    return JsonReport(outputOf(arguments + Arguments{"--format", "json"}));
+    return JsonReport(outputOf({arguments, "--format json"}));
 }
 
 /// The predictions of a stored model for the rows of a file.
 inline std::string predictionsOf(const std::string& model, const std::string& data) {
-    return outputOf({"predict", "--model", model, "--data", data, "--format", "csv"});
+    return outputOf({"predict --format csv --model", model, "--data", data});
 }
 
 /// What the user does wrong must end with exit code 2 and one line that holds these words.
-inline void expectMistake(const ProcessResult& result, const std::vector<std::string>& words) {
+inline void expectMistake(const ProcessResult& result, const Words& words) {
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(result.out, "");
     EXPECT_THAT(result.err, testing::StartsWith("veltrix: "));
     EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << result.err;
-    for (const std::string& word : words) EXPECT_THAT(result.err, testing::HasSubstr(word));
+    for (const std::string& word : words.list) EXPECT_THAT(result.err, testing::HasSubstr(word));
 }
 
 }  // namespace Veltrix::Testing

@@ -14,7 +14,7 @@ namespace Veltrix::Testing {
 namespace {
 
 /// Options that are wrong, and words that the message must hold.
-using Cases = std::vector<std::pair<Arguments, std::vector<std::string>>>;
+using Cases = std::vector<std::pair<Arguments, Words>>;
 
 /// The program in a folder of its own with small files.
 class Mistakes : public testing::Test {
@@ -23,8 +23,8 @@ class Mistakes : public testing::Test {
         const std::vector<std::string> before = folder.files();
         for (const auto& [wrong, words] : cases) {
             const Arguments arguments = sound + wrong;
-            SCOPED_TRACE(joined(arguments));
-            expectMistake(runProgram(kVeltrix, arguments), words);
+            SCOPED_TRACE(joined(arguments.list));
+            expectMistake(run(arguments), words);
             EXPECT_EQ(folder.files(), before);
         }
     }
@@ -40,155 +40,152 @@ class Mistakes : public testing::Test {
 };
 
 TEST_F(Mistakes, InCommandsAndFiles) {
-    expect({}, {{{}, {"subcommand"}},
-                {{"regres", "--data", data}, {"\"regres\"", "regress", "predict"}},
-                {{"regress", "--data", folder.path("no.csv"), "--target", "x"},
-                 {"--data", "no.csv", "No such file"}}});
-    const Arguments start{"regress", "--data", data, "--target", "x", "--predictors", "z"};
-    expect(start,
-           {{{"--format", "xml"}, {"--format", "xml", "json"}},
-            {{"--report", folder.path("none/r.xlsx")}, {"--report", "r.xlsx", "No such file"}},
-            {{"--report", "r.csv"}, {"--report", "\"r.csv\"", ".xlsx"}},
-            {{"--save", folder.path("")}, {"--save", "directory"}},
-            {{"--save", ""}, {"--save", "file name"}},
-            {{"--output", data}, {"--output", "file of --data"}},
-            {{"--save", "m", "--output", "m"}, {"--save", "file of --output"}}});
+    expect({}, {{{}, "subcommand"},
+                {{"regres --data", data}, "\"regres\" | regress | predict"},
+                {{"regress --data", folder.path("no.csv"), "--target x"},
+                 "--data | no.csv | No such file"}});
+    const Arguments start{"regress --data", data, "--target x --predictors z"};
+    expect(start, {{"--format xml", "--format | xml | json"},
+                   {{"--report", folder.path("none/r.xlsx")}, "--report | r.xlsx | No such file"},
+                   {"--report r.csv", "--report | \"r.csv\" | .xlsx"},
+                   {{"--save", folder.path("")}, "--save | directory"},
+                   {{"--save", std::string()}, "--save | file name"},
+                   {{"--output", data}, "--output | file of --data"},
+                   {"--save m --output m", "--save | file of --output"}});
 }
 
 TEST_F(Mistakes, InDataFiles) {
-    const std::pair<const char*, std::vector<std::string>> files[] = {
-        {"", {"--data", "bad.csv", "header"}},
-        {"y,a\n", {"no data rows"}},
-        {"y,a\n1,NA\nNA,2\n", {"no row is left", "2 rows"}},
-        {"y\n1\n2\n", {"--predictors", "no column beside the target"}},
-        {"y,a\n1,2\n3,inf\n", {"\"a\"", "row 2", "inf", "finite"}},
-        {"y,\"a\nb\"\n1,oops\n", {"\"a\\nb\"", "row 1", "\"oops\""}},
-        {"y,a\n1,x\n2,x\n3,x\n", {"\"a\"", "only \"x\"", "two levels"}},
-        {"y,a\n1,1\n2,2\n3,4x\n", {"\"a\"", "row 3", "\"4x\"", "number", "fewer levels"}},
-        {"y,name\n1,u\n2,v\nNA,w\n", {"\"name\"", "row 1", "\"u\"", "rows used (2)"}},
-        {"y,a,a_v\n1,u,1\n2,v,3\n1,v,4\n", {"--predictors", "\"a_v\"", "two columns"}}};
+    const std::pair<const char*, Words> files[] = {
+        {"", "--data | bad.csv | header"},
+        {"y,a\n", "no data rows"},
+        {"y,a\n1,NA\nNA,2\n", "no row is left | 2 rows"},
+        {"y\n1\n2\n", "--predictors | no column beside the target"},
+        {"y,a\n1,2\n3,inf\n", "\"a\" | row 2 | inf | finite"},
+        {"y,\"a\nb\"\n1,oops\n", "\"a\\nb\" | row 1 | \"oops\""},
+        {"y,a\n1,x\n2,x\n3,x\n", "\"a\" | only \"x\" | two levels"},
+        {"y,a\n1,1\n2,2\n3,4x\n", "\"a\" | row 3 | \"4x\" | number | fewer levels"},
+        {"y,name\n1,u\n2,v\nNA,w\n", "\"name\" | row 1 | \"u\" | rows used (2)"},
+        {"y,a,a_v\n1,u,1\n2,v,3\n1,v,4\n", "--predictors | \"a_v\" | two columns"}};
     for (const auto& [content, words] : files) {
-        expect({"regress", "--data", folder.write("bad.csv", content), "--target", "y", "--save",
+        expect({"regress --data", folder.write("bad.csv", content), "--target y --save",
                 folder.path("model.json")},
                {{{}, words}});
     }
 }
 
 TEST_F(Mistakes, InRolesOfColumns) {
-    const Arguments start{"regress", "--data", data, "--target"};
-    expect(start, {{{"kind", "--predictors", "x"}, {"--target", "\"kind\"", "row 1", "\"a\""}},
-                   {{"clas"}, {"--target", "did you mean \"class\""}},
-                   {{"x", "--predictors", "z,ww"}, {"--predictors", "\"ww\"", "mean \"w\""}},
-                   {{"x", "--predictors", "z,x"}, {"--predictors", "\"x\"", "target"}},
-                   {{"x", "--predictors", "z,w,z"}, {"\"z\"", "twice"}},
-                   {{"x", "--predictors", "w", "--weights", "w"}, {"\"w\"", "weights"}},
-                   {{"x", "--predictors", "kind", "--weights", "w"}, {"row 9", "-2", "0 or more"}},
-                   {{"x", "--predictors", "w", "--weights", "z"}, {"\"z\"", "only 0 in the rows"}},
-                   {{"x", "--partition-column", "kind"},
-                    {"--partition-column", "\"kind\"", "row 1", "\"a\"", "train, valid or test"}},
-                   {{"x", "--weights", "w", "--partition-column", "w"}, {"\"w\"", "the parts"}},
-                   {{"x", "--confidence", "1"}, {"--confidence", "1", "between 0 and 1"}},
-                   {{"x", "--confidence", "nan"}, {"--confidence", "nan"}}});
+    const Arguments start{"regress --data", data, "--target"};
+    expect(start, {{"kind --predictors x", "--target | \"kind\" | row 1 | \"a\""},
+                   {"clas", "--target | did you mean \"class\""},
+                   {"x --predictors z,ww", "--predictors | \"ww\" | mean \"w\""},
+                   {"x --predictors z,x", "--predictors | \"x\" | target"},
+                   {"x --predictors z,w,z", "\"z\" | twice"},
+                   {"x --predictors w --weights w", "\"w\" | weights"},
+                   {"x --predictors kind --weights w", "row 9 | -2 | 0 or more"},
+                   {"x --predictors w --weights z", "\"z\" | only 0 in the rows"},
+                   {"x --partition-column kind",
+                    "--partition-column | \"kind\" | row 1 | \"a\" | train, valid or test"},
+                   {"x --weights w --partition-column w", "\"w\" | the parts"},
+                   {"x --confidence 1", "--confidence | 1 | between 0 and 1"},
+                   {"x --confidence nan", "--confidence | nan"}});
     const std::string none = folder.write("none.csv", "y,x,part\n1,2,valid\n2,,train\n");
-    expect({"regress", "--data", none, "--target", "y", "--partition-column", "part"},
-           {{{}, {"--partition-column", "no row", "train"}}});
+    expect({"regress --data", none, "--target y --partition-column part"},
+           {{{}, "--partition-column | no row | train"}});
 }
 
 TEST_F(Mistakes, InClasses) {
-    expect({"knn", "--data", data, "--target", "class", "--predictors", "x", "--k", "1"},
-           {{{"--priors", "01=0.5,2=0.5"}, {"--priors", "\"3\"", "none"}},
-            {{"--priors", "01=0.5,2=0.3,3=-0.2"}, {"\"-0.2\"", "\"3\"", "above 0"}},
-            {{"--priors", "01=0.5,2=0.3,4=0.2"}, {"no class \"4\"", "\"01\""}},
-            {{"--priors", "01=0.5,2=0.3,3=0.3"}, {"--priors", "sum to 1.1"}},
-            {{"--priors", "01=0.5,2"}, {"--priors", "\"2\"", "CLASS=PROBABILITY"}},
-            {{"--priors", "01=0.5,01=0.5"}, {"--priors", "\"01\"", "twice"}},
-            {{"--success-class", "2"}, {"--success-class", "3 classes", "expected 2"}},
-            {{"--success-class", "x"}, {"--success-class", "no class \"x\""}},
-            {{"--success-class", "2", "--cutoff", "1.5"}, {"--cutoff", "1.5", "0 to 1"}},
-            {{"--cutoff", "0.5"}, {"--cutoff", "--success-class"}},
-            {{"--regression", "--priors", "01=1"}, {"--priors", "--regression"}}});
+    expect({"knn --data", data, "--target class --predictors x --k 1"},
+           {{"--priors 01=0.5,2=0.5", "--priors | \"3\" | none"},
+            {"--priors 01=0.5,2=0.3,3=-0.2", "\"-0.2\" | \"3\" | above 0"},
+            {"--priors 01=0.5,2=0.3,4=0.2", "no class \"4\" | \"01\""},
+            {"--priors 01=0.5,2=0.3,3=0.3", "--priors | sum to 1.1"},
+            {"--priors 01=0.5,2", "--priors | \"2\" | CLASS=PROBABILITY"},
+            {"--priors 01=0.5,01=0.5", "--priors | \"01\" | twice"},
+            {"--success-class 2", "--success-class | 3 classes | expected 2"},
+            {"--success-class x", "--success-class | no class \"x\""},
+            {"--success-class 2 --cutoff 1.5", "--cutoff | 1.5 | 0 to 1"},
+            {"--cutoff 0.5", "--cutoff | --success-class"},
+            {"--regression --priors 01=1", "--priors | --regression"}});
     std::string many = "id,level,class,name,y\n";
     for (int i = 0; i < 303; ++i) {
         many += fmt::format("r{},l{},c{},n{},{}\n", i, i % 21, i % 3, i % 101, i % 7);
     }
     const std::string path = folder.write("many.csv", many);
-    expect({"tree", "--data", path, "--target"},
-           {{{"class", "--predictors", "id"}, {"\"id\"", "row 1", "\"r0\"", "303"}},
-            {{"class", "--predictors", "level"}, {"--predictors: column 0", "21"}},
-            {{"id"}, {"--target", "\"id\"", "303", "--regression"}}});
+    expect({"tree --data", path, "--target"},
+           {{"class --predictors id", "\"id\" | row 1 | \"r0\" | 303"},
+            {"class --predictors level", "--predictors: column 0 | 21"},
+            {"id", "--target | \"id\" | 303 | --regression"}});
     // Two of the families whose text columns take a column of numbers a level.
-    const std::vector<std::string> cost{"--predictors",        "\"name\"",
-                                        "at most 100",         "101 found",
-                                        "0.24 MB in 303 rows", "--max-levels 101"};
-    const Arguments regress{"regress", "--data", path, "--target", "y", "--predictors", "name"};
+    const Words cost =
+        "--predictors | \"name\" | at most 100 | 101 found | 0.24 MB in 303 rows | --max-levels "
+        "101";
+    const Arguments regress{"regress --data", path, "--target y --predictors name"};
     expect(regress, {{{}, cost}});
-    expect({"knn", "--data", path, "--target", "class", "--predictors", "name", "--k", "1"},
-           {{{}, cost}});
-    outputOf(regress + Arguments{"--max-levels", "101"});
+    expect({"knn --data", path, "--target class --predictors name --k 1"}, {{{}, cost}});
+    outputOf({regress, "--max-levels 101"});
 }
 
 TEST_F(Mistakes, InOptionsOfFamilies) {
-    expect({"knn", "--data", data, "--target", "class"},
-           {{{}, {"--k", "not given", "--max-k"}},
-            {{"--k", "0"}, {"--k", "\"0\"", "from 1"}},
-            {{"--max-k", "9"}, {"--max-k", "9", "at most", "7"}},
-            {{"--k", "1", "--max-k", "2"}, {"--max-k", "excludes", "--k"}},
-            {{"--k", "1", "--weighting", "far"}, {"--weighting", "far", "distance"}},
-            {{"--k", "1", "--predictors", "x", "--weights", "z"}, {"--weights", "only 0"}}});
-    expect({"tree", "--data", data, "--target", "class", "--predictors", "x"},
-           {{{"--categorical", "kin"}, {"--categorical", "did you mean \"kind\""}},
-            {{"--categorical", "kind"}, {"--categorical", "\"kind\"", "no predictor"}},
-            {{"--columns-per-split", "2"}, {"--columns-per-split", "2", "at most", "1"}},
-            {{"--min-records", "0"}, {"--min-records", "\"0\"", "from 1"}},
-            {{"--max-levels", "-1"}, {"--max-levels", "\"-1\"", "from 0"}},
-            {{"--max-nodes", "many"}, {"--max-nodes", "\"many\""}}});
+    expect({"knn --data", data, "--target class"},
+           {{{}, "--k | not given | --max-k"},
+            {"--k 0", "--k | \"0\" | from 1"},
+            {"--max-k 9", "--max-k | 9 | at most | 7"},
+            {"--k 1 --max-k 2", "--max-k | excludes | --k"},
+            {"--k 1 --weighting far", "--weighting | far | distance"},
+            {"--k 1 --predictors x --weights z", "--weights | only 0"}});
+    expect({"tree --data", data, "--target class --predictors x"},
+           {{"--categorical kin", "--categorical | did you mean \"kind\""},
+            {"--categorical kind", "--categorical | \"kind\" | no predictor"},
+            {"--columns-per-split 2", "--columns-per-split | 2 | at most | 1"},
+            {"--min-records 0", "--min-records | \"0\" | from 1"},
+            {"--max-levels -1", "--max-levels | \"-1\" | from 0"},
+            {"--max-nodes many", "--max-nodes | \"many\""}});
     const std::string big = folder.write("big.csv", "name,x,big\na,3,1\nb,4,1e151\n");
-    expect({"kmeans", "--data", big},
-           {{{}, {"--clusters"}},
-            {{"--clusters", "0"}, {"--clusters", "\"0\"", "from 1"}},
-            {{"--clusters", "3", "--columns", "x"}, {"--clusters: 3", "rows used, 2"}},
-            {{"--clusters", "1"}, {"--data", "\"big\"", "row 2", "1e+151", "1e+150"}},
-            {{"--clusters", "2", "--starts", "0"}, {"--starts", "\"0\"", "from 1"}},
-            {{"--clusters", "2", "--seed", "-1"}, {"--seed", "\"-1\"", "from 0"}},
-            {{"--clusters", "1", "--columns", "x,y"}, {"--columns", "\"y\""}},
-            {{"--clusters", "1", "--columns", "x,x"}, {"--columns", "twice", "each column once"}},
-            {{"--clusters", "1", "--columns", "name"}, {"\"name\"", "row 1", "\"a\""}}});
+    expect({"kmeans --data", big},
+           {{{}, "--clusters"},
+            {"--clusters 0", "--clusters | \"0\" | from 1"},
+            {"--clusters 3 --columns x", "--clusters: 3 | rows used, 2"},
+            {"--clusters 1", "--data | \"big\" | row 2 | 1e+151 | 1e+150"},
+            {"--clusters 2 --starts 0", "--starts | \"0\" | from 1"},
+            {"--clusters 2 --seed -1", "--seed | \"-1\" | from 0"},
+            {"--clusters 1 --columns x,y", "--columns | \"y\""},
+            {"--clusters 1 --columns x,x", "--columns | twice | each column once"},
+            {"--clusters 1 --columns name", "\"name\" | row 1 | \"a\""}});
 }
 
 TEST_F(Mistakes, InSeries) {
     const std::string gap = folder.write("gap.csv", "x,none,text\n3,NA,3\n1,,b\nNA,,1\n2,NA,2\n");
     const std::string nile = std::string(kTestData) + "/timeseries/series/nile.csv";
-    expect({"acf", "--report", folder.path("r.xlsx"), "--data", nile, "--column", "x"},
-           {{{"--lags", "0"}, {"--lags", "\"0\"", "at least 1"}},
-            {{"--lags", "100"}, {"--lags", "100", "less"}},
-            {{"--difference", "60", "--lags", "40"}, {"--lags", "40 after"}},
-            {{"--difference", "100"}, {"--difference", "100 values", "\"x\""}},
-            {{"--seasonal-difference", "9", "--period", "12"}, {"--seasonal-difference"}},
-            {{"--seasonal-difference", "1"}, {"--period"}}});
-    expect({"acf", "--data", gap, "--column"},
-           {{{"x"}, {"--column", "\"x\"", "row 3", "without gaps"}},
-            {{"none"}, {"--column", "\"none\"", "no value"}},
-            {{"text"}, {"--column", "\"text\"", "row 2", "\"b\""}}});
+    expect({"acf --report", folder.path("r.xlsx"), "--data", nile, "--column x"},
+           {{"--lags 0", "--lags | \"0\" | at least 1"},
+            {"--lags 100", "--lags | 100 | less"},
+            {"--difference 60 --lags 40", "--lags | 40 after"},
+            {"--difference 100", "--difference | 100 values | \"x\""},
+            {"--seasonal-difference 9 --period 12", "--seasonal-difference"},
+            {"--seasonal-difference 1", "--period"}});
+    expect({"acf --data", gap, "--column"}, {{"x", "--column | \"x\" | row 3 | without gaps"},
+                                             {"none", "--column | \"none\" | no value"},
+                                             {"text", "--column | \"text\" | row 2 | \"b\""}});
 }
 
 TEST_F(Mistakes, InSamples) {
     const std::string file = folder.write("same.csv", "y,v\na,1\na,2\n");
-    expect({"sample", "--output", folder.path("out.csv"), "--data", file, "--size"},
-           {{{"4"}, {"--size: 4, expected at most the 2 rows"}},
-            {{"1.5"}, {"--size: \"1.5\", expected a whole number"}},
-            {{"1", "--seed", "4294967296"}, {"--seed: "}}});
-    expect({"sample", "--data", file, "--size", "1"},
-           {{{"--output", file}, {"--output: ", "file of --data"}}});
-    expect({"partition", "--output", folder.path("out.csv"), "--data", file},
-           {{{"--train", "1.01"}, {"--train: \"1.01\", expected a number"}},
-            {{"--train", "0.8", "--validation", "0.3"}, {"more than 1 together"}},
-            {{"--train", "0.5", "--column", "y"}, {"--column: ", "already"}},
-            {{"--train", "0.5", "--column", ""}, {"--column: expected a name"}},
-            {{"--train", "0.5", "--target", "y"}, {"--target", "--success-class"}},
-            {{"--train", "0.5", "--target", "v", "--success-class", "q"},
-             {"--success-class: column \"v\" does not hold \"q\", expected one of \"1\", \"2\""}},
-            {{"--train", "0.5", "--target", "y", "--success-class", "a"},
-             {"--success-share: column \"y\" holds \"a\" only"}}});
+    expect({"sample --output", folder.path("out.csv"), "--data", file, "--size"},
+           {{"4", "--size: 4, expected at most the 2 rows"},
+            {"1.5", "--size: \"1.5\", expected a whole number"},
+            {"1 --seed 4294967296", "--seed: "}});
+    expect({"sample --data", file, "--size 1"},
+           {{{"--output", file}, "--output:  | file of --data"}});
+    expect({"partition --output", folder.path("out.csv"), "--data", file},
+           {{"--train 1.01", "--train: \"1.01\", expected a number"},
+            {"--train 0.8 --validation 0.3", "more than 1 together"},
+            {"--train 0.5 --column y", "--column:  | already"},
+            {{"--train 0.5 --column", std::string()}, "--column: expected a name"},
+            {"--train 0.5 --target y", "--target | --success-class"},
+            {"--train 0.5 --target v --success-class q",
+             "--success-class: column \"v\" does not hold \"q\", expected one of \"1\", \"2\""},
+            {"--train 0.5 --target y --success-class a",
+             "--success-share: column \"y\" holds \"a\" only"}});
 }
 
 }  // namespace

@@ -57,39 +57,32 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
         const char* family;
         std::string from;
         std::string to;
-        std::vector<std::string> words;
+        Words words;
     };
     const Damage damages[] = {
-        {"regress", "veltrix model", "another", {"type", "\"another\""}},
-        {"regress", "\"version\":1", "\"version\":99", {"version", "99"}},
-        {"regress", "linear regression", "forest", {"family", "\"forest\"", "\"k-means\""}},
-        {"regress", "\"target\"", "\"aim\"", {"target"}},
-        {"regress",
-         "[\"region\",\"size\",",
-         "[\"region\",",
-         {"predictors", "3 columns, expected 4"}},
-        {"regress", "\"intercept\":true", "\"intercept\":false", {"intercept"}},
-        {"regress", "\"coefficients\"", "\"koefficients\"", {"model", "coefficients"}},
-        {"regress", "\"name\":\"region\"", "\"name\":\"area\"", {"\"area\" is no predictor"}},
-        {"regress", "[\"east\",\"north\",\"south\"]", "[]", {"no level of \"region\""}},
-        {"regress", "[\"east\",", "[\"north\",", {"occurs twice"}},
-        {"knn", "\"task\":\"classification\"", "\"task\":\"guess\"", {"task", "\"guess\""}},
-        {"knn", "\"k\":", "\"k\":-", {"\"k\"", "at least 1"}},
-        {"knn", "\"labels\":[\"no", "\"labels\":[\"so", {"model.labels"}},
-        {"knn", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", {"model.priorLabels"}},
-        {"knn", "\"successClass\":\"yes", "\"successClass\":\"may", {"model.successClass"}},
-        {"tree", "\"categorical\":[\"region", "\"categorical\":[\"area", {"\"area\" is no"}},
-        {"tree", "\"text\":[\"region", "\"text\":[\"size", {"text", "\"size\" is no"}},
-        {"kmeans",
-         "\"columns\":[\"size\",",
-         "\"columns\":[",
-         {"columns", "1 columns, expected 2"}}};
-    const auto expect = [&](const std::string& text, const std::vector<std::string>& words) {
+        {"regress", "veltrix model", "another", "type | \"another\""},
+        {"regress", "\"version\":1", "\"version\":99", "version | 99"},
+        {"regress", "linear regression", "forest", "family | \"forest\" | \"k-means\""},
+        {"regress", "\"target\"", "\"aim\"", "target"},
+        {"regress", "[\"region\",\"size\",", "[\"region\",", "predictors | 3 columns, expected 4"},
+        {"regress", "\"intercept\":true", "\"intercept\":false", "intercept"},
+        {"regress", "\"coefficients\"", "\"koefficients\"", "model | coefficients"},
+        {"regress", "\"name\":\"region\"", "\"name\":\"area\"", "\"area\" is no predictor"},
+        {"regress", "[\"east\",\"north\",\"south\"]", "[]", "no level of \"region\""},
+        {"regress", "[\"east\",", "[\"north\",", "occurs twice"},
+        {"knn", "\"task\":\"classification\"", "\"task\":\"guess\"", "task | \"guess\""},
+        {"knn", "\"k\":", "\"k\":-", "\"k\" | at least 1"},
+        {"knn", "\"labels\":[\"no", "\"labels\":[\"so", "model.labels"},
+        {"knn", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model.priorLabels"},
+        {"knn", "\"successClass\":\"yes", "\"successClass\":\"may", "model.successClass"},
+        {"tree", "\"categorical\":[\"region", "\"categorical\":[\"area", "\"area\" is no"},
+        {"tree", "\"text\":[\"region", "\"text\":[\"size", "text | \"size\" is no"},
+        {"kmeans", "\"columns\":[\"size\",", "\"columns\":[", "columns | 1 columns, expected 2"}};
+    const auto expect = [&](const std::string& text, const Words& words) {
         const std::string bad = folder.write("bad.json", text);
-        expectMistake(
-            runProgram(kVeltrix, {"predict", "--model", bad, "--data", kModels + "houses.csv",
-                                  "--output", folder.path("out.txt")}),
-            words);
+        expectMistake(run({"predict --model", bad, "--data", kModels + "houses.csv", "--output",
+                           folder.path("out.txt")}),
+                      words);
         EXPECT_THAT(folder.files(), testing::ElementsAre("bad.json"));
     };
     for (const auto& [family, from, to, words] : damages) {
@@ -97,14 +90,14 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
         expect(changed(contentOf(kModels + family + ".json"), from, to), words);
     }
     const std::string model = contentOf(kModels + "tree.json");
-    expect("", {"--model", "bad.json"});
-    expect(model.substr(0, model.size() / 2), {"--model", "bad.json", "line 1"});
+    expect("", "--model | bad.json");
+    expect(model.substr(0, model.size() / 2), "--model | bad.json | line 1");
 }
 
 TEST(ModelFiles, PredictReachesTheLimits) {
     const auto predict = [](const std::string& level) {
-        return reportOf({"predict", "--model", kModels + "regress.json", "--data",
-                         kModels + "new.csv", "--confidence", level});
+        return reportOf({"predict --model", kModels + "regress.json", "--data", kModels + "new.csv",
+                         "--confidence", level});
     };
     const JsonReport usual = predict("0.95");
     const JsonReport narrow = predict("0.8");
@@ -129,14 +122,8 @@ TEST(ModelFiles, PredictAsTheReportDoes) {
     const TemporaryFolder folder;
     const std::string data = kModels + "houses.csv";
     const std::string model = folder.path("m.json");
-    const Arguments parts{"--partition-column",
-                          "part",
-                          "--predictors",
-                          "region,size,kind",
-                          "--data",
-                          data,
-                          "--save",
-                          model};
+    const Arguments parts{"--partition-column part --predictors region,size,kind --data", data,
+                          "--save", model};
     const struct {
         Arguments command;
         std::string column;
@@ -149,7 +136,7 @@ TEST(ModelFiles, PredictAsTheReportDoes) {
     for (const auto& [command, column] : cases) {
         const JsonReport report = reportOf(command + parts);
         const auto again =
-            reportOf({"predict", "--model", model, "--data", data}).column("Predictions", column);
+            reportOf({"predict --model", model, "--data", data}).column("Predictions", column);
         for (const std::string title : {"Scores: validation", "Scores: test"}) {
             const auto rows = report.column(title, "Row");
             const auto scores = report.column(title, column);
@@ -160,7 +147,7 @@ TEST(ModelFiles, PredictAsTheReportDoes) {
     }
     // Clusters have numbers; the row without y has none.
     const std::string file = folder.write("rows.csv", "x,y\n0,0\n0,1\n9,9\n9,8\n");
-    outputOf({"kmeans", "--data", file, "--clusters", "2", "--seed", "7", "--save", model});
+    outputOf({"kmeans --data", file, "--clusters 2 --seed 7 --save", model});
     EXPECT_THAT(predictionsOf(model, folder.write("new.csv", "y,x\n8.5,9\n,1\n0.5,0\n")),
                 AllOf(HasSubstr("Rows scored,2\n"), HasSubstr("\n2,,NaN,NaN\n"),
                       testing::AnyOf(HasSubstr("\n1,1,0,12.041594578792296\n"),
@@ -181,7 +168,7 @@ constexpr const char* kCoded =
 
 TEST(TextPredictors, ActAsColumnsCodedByHand) {
     const TemporaryFolder folder;
-    const Arguments regress{"regress", "--target", "price", "--data"};
+    const Arguments regress{"regress --target price --data"};
     for (const Arguments& options : {Arguments(), Arguments{"--no-intercept"}}) {
         const JsonReport text =
             reportOf(regress + Arguments{folder.write("t.csv", kText)} + options);
@@ -200,8 +187,7 @@ TEST(TextPredictors, ActAsColumnsCodedByHand) {
 TEST(TextPredictors, AreScoredByTheLevelsOfTheModel) {
     const TemporaryFolder folder;
     const std::string model = folder.path("m.json");
-    outputOf(
-        {"regress", "--target", "price", "--data", folder.write("t.csv", kText), "--save", model});
+    outputOf({"regress --target price --data", folder.write("t.csv", kText), "--save", model});
     const auto lineOf = [](const std::string& text, const std::string& row) {
         const std::size_t start = text.find("\n" + row + ",") + 2 + row.size();
         return text.substr(start, text.find('\n', start) - start);
@@ -216,13 +202,12 @@ TEST(TextPredictors, AreScoredByTheLevelsOfTheModel) {
     EXPECT_EQ(lineOf(few, "3"), lineOf(scored, "10"));
     EXPECT_EQ(lineOf(few, "2"), lineOf(scored, "7"));  // both without a value
     EXPECT_NE(lineOf(few, "1"), lineOf(few, "2"));
-    const std::pair<const char*, std::vector<std::string>> files[] = {
+    const std::pair<const char*, Words> files[] = {
         {"region,grade,店,code\nsouth,1,é,x\n,1,é,x\nwest,NA,é,x\nwest,2,é,x\n",
-         {"--data", "\"region\"", "row 4", "\"west\""}},
-        {"region,grade\neast,1\n", {"--data", "no column \"店\"", "new.csv"}}};
+         "--data | \"region\" | row 4 | \"west\""},
+        {"region,grade\neast,1\n", "--data | no column \"店\" | new.csv"}};
     for (const auto& [content, words] : files) {
-        expectMistake(runProgram(kVeltrix, {"predict", "--model", model, "--data",
-                                            folder.write("new.csv", content)}),
+        expectMistake(run({"predict --model", model, "--data", folder.write("new.csv", content)}),
                       words);
     }
 }
