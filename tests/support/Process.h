@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -114,6 +115,33 @@ inline ProcessResult runProgram(const std::string& program, const std::vector<st
     if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
     if (outputFile.empty()) result.out = contentOf(out);
     result.err = contentOf(folder.path("err"));
+    return result;
+}
+
+/// Runs a program on a terminal of its own, where Ctrl-C is pressed once the output holds a text.
+inline ProcessResult runOnTerminal(const std::string& program, const std::vector<std::string>& args,
+                                   const std::string& interruptAt = {}) {
+    std::vector<const char*> argv{program.c_str()};
+    for (const std::string& arg : args) argv.push_back(arg.c_str());
+    argv.push_back(nullptr);
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
+        ::_exit(127);
+    }
+    ProcessResult result;
+    bool pressed = interruptAt.empty();
+    char buffer[4096];
+    for (ssize_t n = 0; (n = ::read(terminal, buffer, sizeof(buffer))) > 0;) {
+        result.out.append(buffer, static_cast<std::size_t>(n));
+        if (pressed || result.out.find(interruptAt) == std::string::npos) continue;
+        pressed = ::write(terminal, "\x03", 1) == 1;
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::close(terminal);
+    if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
     return result;
 }
 

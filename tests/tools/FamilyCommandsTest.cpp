@@ -2,12 +2,14 @@
 // and tolerances in tests/reference/*/README.md), which shows that every column says what its
 // heading promises; the numbers of further data are the library's to test.
 #include <algorithm>
+#include <chrono>
 #include <cmath>
-#include <map>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -394,6 +396,25 @@ TEST(AcfCommand, LeavesOutMissingValuesAtTheEndsAndChartsOfAConstant) {
     EXPECT_THAT(contentOf(book), HasSubstr("xl/charts/chart2.xml"));
     EXPECT_THAT(outputOf({"acf --data", file, "--column c --report", book}), HasSubstr("NaN"));
     EXPECT_THAT(contentOf(book), testing::Not(HasSubstr("xl/charts/")));
+}
+
+TEST(FamilyCommand, ATerminalSeesHowFarItIsAndEndsItByCtrlC) {
+    const TemporaryFolder folder;
+    std::string csv = "x,y\n";
+    for (int i = 0; i < 20000; ++i) csv += fmt::format("{},{}\n", i * 37 % 1009, i * 53 % 997);
+    const Arguments arguments{"kmeans --clusters 60 --data", folder.write("data.csv", csv),
+                              "--output", folder.path("out.txt")};
+    const ProcessResult whole =
+        runOnTerminal(kVeltrix, Arguments{arguments, "--starts 1 --iterations 40"}.list);
+    EXPECT_EQ(whole.exitCode, 0);
+    EXPECT_THAT(whole.out, AllOf(HasSubstr("Fitting the model ..."), HasSubstr(" %"),
+                                 testing::EndsWith("\r\x1b[K")));
+    std::filesystem::remove(folder.path("out.txt"));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(runOnTerminal(kVeltrix, Arguments{arguments, "--starts 9999"}.list, " %").exitCode,
+              130);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    EXPECT_THAT(folder.files(), testing::ElementsAre("data.csv"));
 }
 
 }  // namespace
