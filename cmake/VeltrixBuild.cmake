@@ -28,10 +28,16 @@ file(RELATIVE_PATH veltrixLibFromBin
      ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 set(CMAKE_INSTALL_RPATH $ORIGIN $ORIGIN/${veltrixLibFromBin})
 
+# The version is written in one place, the project() call; this header repeats it.
+set(veltrixGeneratedHeaders ${PROJECT_BINARY_DIR}/include)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/Version.h.in
+               ${veltrixGeneratedHeaders}/Veltrix/Version.h @ONLY)
+
 # Build-only usage requirements: the private headers and the warnings.
 add_library(VeltrixOptions INTERFACE)
 target_include_directories(VeltrixOptions INTERFACE ${PROJECT_SOURCE_DIR}
-                                                    ${PROJECT_SOURCE_DIR}/include)
+                                                    ${PROJECT_SOURCE_DIR}/include
+                                                    ${veltrixGeneratedHeaders})
 target_compile_options(VeltrixOptions INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Woverloaded-virtual
     # g++ 12 sees overlapping copies in "text" + std::string where there are none.
@@ -84,6 +90,7 @@ function(veltrix_add_shared name)
     target_compile_features(${name} PUBLIC cxx_std_20)
     target_include_directories(${name} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+        $<BUILD_INTERFACE:${veltrixGeneratedHeaders}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     veltrix_link(${name} PUBLIC ${arg_PUBLIC})
     veltrix_link(${name} PRIVATE VeltrixOptions ${arg_PRIVATE})

@@ -2,6 +2,7 @@
 
 file(GLOB_RECURSE headers RELATIVE ${PROJECT_SOURCE_DIR}/include CONFIGURE_DEPENDS
      ${PROJECT_SOURCE_DIR}/include/*.h)
+list(APPEND headers Veltrix/Version.h)
 set(sources)
 foreach(header IN LISTS headers)
     string(REPLACE "/" "_" name ${header})
@@ -14,4 +15,5 @@ endforeach()
 add_library(HeadersAlone OBJECT ${sources})
 target_compile_options(HeadersAlone PRIVATE
     $<TARGET_PROPERTY:VeltrixOptions,INTERFACE_COMPILE_OPTIONS>)
-target_include_directories(HeadersAlone PRIVATE ${PROJECT_SOURCE_DIR}/include)
+target_include_directories(HeadersAlone PRIVATE ${PROJECT_SOURCE_DIR}/include
+                                                ${veltrixGeneratedHeaders})

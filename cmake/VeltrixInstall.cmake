@@ -14,6 +14,8 @@ target_link_libraries(Veltrix INTERFACE ${libraries})
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/Veltrix
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(FILES ${veltrixGeneratedHeaders}/Veltrix/Version.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Veltrix)
 install(TARGETS ${libraries} Veltrix EXPORT VeltrixTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET veltrix)

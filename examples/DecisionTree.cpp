@@ -18,16 +18,16 @@ int main() {
     visits.append(StringVector{L"no", L"yes", L"yes", L"no", L"no", L"no", L"no", L"yes", L"no",
                                L"yes", L"no", L"yes", L"yes", L"no", L"yes", L"no"},
                   L"returned");
-    const DataFrame features = visits(Util::all, IntVector{0, 1});
-    const IntVector grown = Util::range(0, 12);
-    const IntVector kept = Util::range(12, 16);
+    const DataFrame grown = visits(Util::range(0, 12), Util::all);
+    const DataFrame kept = visits(Util::range(12, 16), Util::all);
+    const IntVector features{0, 1};
 
     Engine::DT::Params params;
     params.maxSplits = params.maxLevels = params.maxNodes = 100;
     params.minRecords = 1;
     Engine::DT::Classification::Model tree(params);
-    tree.fit(features(grown, Util::all), visits(grown, Util::all)(Util::all, L"returned"));
-    tree.prune(features(kept, Util::all), visits(kept, Util::all)(Util::all, L"returned"));
+    tree.fit(grown(Util::all, features), grown(Util::all, L"returned"));
+    tree.prune(kept(Util::all, features), kept(Util::all, L"returned"));
     tree.select(DecisionTree::TreeType::bestPruned);
 
     std::printf("%s", tree.toString().toUtf8().c_str());

@@ -30,6 +30,11 @@ std::wstring withoutInvalidUnits(std::wstring text) {
 
 }  // namespace
 
+WString::WString(const wchar_t* text) {
+    if (text == nullptr) Checks::fail(ErrorCode::invalidArgument, "WString", "a null pointer");
+    text_ = text;
+}
+
 WString WString::fromUtf8(std::string_view utf8) {
     try {
         return Support::fromUtf8(utf8);

@@ -1,5 +1,7 @@
 #include "Veltrix/Data/Convert.h"
 
+#include <string>
+
 #include "data/containers/Checks.h"
 #include "data/frame/CellText.h"
 
@@ -17,7 +19,9 @@ int Convert::toInt(const ConstDataFrameElement& cell) { return cell.toInt(); }
 
 WString Convert::toString(const ConstDataFrameElement& cell) { return cell.toString(); }
 
-WString Convert::toString(int value) { return CellText::toString(value); }
+WString Convert::integerText(std::int64_t value) { return {std::to_wstring(value)}; }
+
+WString Convert::integerText(std::uint64_t value) { return {std::to_wstring(value)}; }
 
 WString Convert::toString(double value) { return CellText::toString(value); }
 

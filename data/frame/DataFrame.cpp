@@ -113,58 +113,58 @@ void DataFrame::checkCol(const char* operation, int col) const {
     Checks::index(operation, "column", col, getNumCols());
 }
 
-DataFrameElement DataFrame::operator()(int row, int col) {
+DataFrameElement DataFrame::operator()(int row, int col) & {
     checkRow("DataFrame", row);
     checkCol("DataFrame", col);
     return {*this, row, col};
 }
 
-ConstDataFrameElement DataFrame::operator()(int row, int col) const {
+ConstDataFrameElement DataFrame::operator()(int row, int col) const& {
     checkRow("DataFrame", row);
     checkCol("DataFrame", col);
     return {*this, row, col};
 }
 
-DataFrameElement DataFrame::operator()(int row, const WString& colName) {
+DataFrameElement DataFrame::operator()(int row, const WString& colName) & {
     return (*this)(row, getColIndex(colName));
 }
 
-ConstDataFrameElement DataFrame::operator()(int row, const WString& colName) const {
+ConstDataFrameElement DataFrame::operator()(int row, const WString& colName) const& {
     return (*this)(row, getColIndex(colName));
 }
 
-DataFrameElement DataFrame::operator()(const WString& rowName, const WString& colName) {
+DataFrameElement DataFrame::operator()(const WString& rowName, const WString& colName) & {
     return (*this)(getRowIndex(rowName), getColIndex(colName));
 }
 
-ConstDataFrameElement DataFrame::operator()(const WString& rowName, const WString& colName) const {
+ConstDataFrameElement DataFrame::operator()(const WString& rowName, const WString& colName) const& {
     return (*this)(getRowIndex(rowName), getColIndex(colName));
 }
 
-DataFrameColumn DataFrame::operator()(Selection::All, int col) {
+DataFrameColumn DataFrame::operator()(Selection::All, int col) & {
     checkCol("DataFrame", col);
     return {*this, col};
 }
 
-ConstDataFrameColumn DataFrame::operator()(Selection::All, int col) const {
+ConstDataFrameColumn DataFrame::operator()(Selection::All, int col) const& {
     checkCol("DataFrame", col);
     return {*this, col};
 }
 
-DataFrameColumn DataFrame::operator()(Selection::All, const WString& colName) {
+DataFrameColumn DataFrame::operator()(Selection::All, const WString& colName) & {
     return {*this, getColIndex(colName)};
 }
 
-ConstDataFrameColumn DataFrame::operator()(Selection::All, const WString& colName) const {
+ConstDataFrameColumn DataFrame::operator()(Selection::All, const WString& colName) const& {
     return {*this, getColIndex(colName)};
 }
 
-DataFrameRow DataFrame::operator()(int row, Selection::All) {
+DataFrameRow DataFrame::operator()(int row, Selection::All) & {
     checkRow("DataFrame", row);
     return {*this, row};
 }
 
-ConstDataFrameRow DataFrame::operator()(int row, Selection::All) const {
+ConstDataFrameRow DataFrame::operator()(int row, Selection::All) const& {
     checkRow("DataFrame", row);
     return {*this, row};
 }
@@ -354,14 +354,9 @@ void DataFrame::setRowNames(const StringVector& names) {
 
 void DataFrame::setName(const WString& name) { name_ = name; }
 
-DataFrame& DataFrameVector::operator[](std::uint64_t index) {
+std::uint64_t DataFrameVector::place(std::uint64_t index) const {
     Checks::index("DataFrameVector", "frame", index, size());
-    return frames_[index];
-}
-
-const DataFrame& DataFrameVector::operator[](std::uint64_t index) const {
-    Checks::index("DataFrameVector", "frame", index, size());
-    return frames_[index];
+    return index;
 }
 
 }  // namespace Veltrix

@@ -124,6 +124,20 @@ WString ConstDataFrameElement::toString() const {
     return text.text(row);
 }
 
+std::partial_ordering operator<=>(const ConstDataFrameElement& a, const ConstDataFrameElement& b) {
+    if (a.getKind() != ColumnKind::text || b.getKind() != ColumnKind::text) {
+        return a.toDouble() <=> b.toDouble();
+    }
+    return a.toString().view() <=> b.toString().view();
+}
+
+DataFrame& DataFrameElement::target() const {
+    if (target_ == nullptr) {
+        Checks::fail(ErrorCode::invalidArgument, "DataFrameElement", "writing to a const frame");
+    }
+    return *target_;
+}
+
 // Writing a cell's value over itself changes nothing.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 DataFrameElement& DataFrameElement::operator=(const DataFrameElement& other) {
@@ -138,7 +152,7 @@ DataFrameElement& DataFrameElement::operator=(const ConstDataFrameElement& other
 }
 
 DataFrameElement& DataFrameElement::operator=(double value) {
-    Column& column = target_->columns_[static_cast<std::size_t>(col_)];
+    Column& column = target().columns_[static_cast<std::size_t>(col_)];
     const auto row = static_cast<std::uint64_t>(row_);
     if (auto* text = std::get_if<TextColumn>(&column)) {
         text->codes[row] = text->encode(CellText::toString(value));
@@ -160,7 +174,7 @@ DataFrameElement& DataFrameElement::operator=(int value) {
 }
 
 DataFrameElement& DataFrameElement::operator=(const WString& value) {
-    Column& column = target_->columns_[static_cast<std::size_t>(col_)];
+    Column& column = target().columns_[static_cast<std::size_t>(col_)];
     const auto row = static_cast<std::uint64_t>(row_);
     if (auto* text = std::get_if<TextColumn>(&column)) {
         text->codes[row] = text->encode(value);
@@ -195,7 +209,10 @@ ConstDataFrameElement ConstDataFrameColumn::operator()(int row) const {
     return (*frame_)(row, col_);
 }
 
-DataFrameElement DataFrameColumn::operator()(int row) { return (*target_)(row, col_); }
+DataFrameElement DataFrameColumn::operator()(int row) {
+    if (target_ == nullptr) return ConstDataFrameColumn::operator()(row);
+    return (*target_)(row, col_);
+}
 
 Vector ConstDataFrameColumn::toDoubleVector() const {
     Vector result(static_cast<std::uint64_t>(getNumRows()), Storage::kUnfilled);
@@ -265,10 +282,13 @@ Vector ConstDataFrameRow::toDoubleVector() const {
     return result;
 }
 
-DataFrameElement DataFrameRow::operator()(int col) { return (*target_)(row_, col); }
+DataFrameElement DataFrameRow::operator()(int col) {
+    if (target_ == nullptr) return ConstDataFrameRow::operator()(col);
+    return (*target_)(row_, col);
+}
 
 DataFrameElement DataFrameRow::operator()(const WString& colName) {
-    return (*target_)(row_, colName);
+    return (*this)(frame_->getColIndex(colName));
 }
 
 }  // namespace Veltrix

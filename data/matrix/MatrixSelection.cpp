@@ -91,26 +91,26 @@ Matrix Matrix::operator()(Selection::All, const Except& cols) const {
     return (*this)(Selection::all, cols.complement(cols_));
 }
 
-MatrixRow Matrix::operator()(int row, Selection::All) {
+MatrixRow Matrix::operator()(int row, Selection::All) & {
     Checks::index(kSelection, "row", row, rows_);
     return MatrixRow({values_.data() + static_cast<std::size_t>(row) * rowStride_,
                       static_cast<std::size_t>(cols_), static_cast<std::ptrdiff_t>(colStride_)});
 }
 
-ConstMatrixRow Matrix::operator()(int row, Selection::All) const {
+ConstMatrixRow Matrix::operator()(int row, Selection::All) const& {
     Checks::index(kSelection, "row", row, rows_);
     return ConstMatrixRow({values_.data() + static_cast<std::size_t>(row) * rowStride_,
                            static_cast<std::size_t>(cols_),
                            static_cast<std::ptrdiff_t>(colStride_)});
 }
 
-MatrixColumn Matrix::operator()(Selection::All, int col) {
+MatrixColumn Matrix::operator()(Selection::All, int col) & {
     Checks::index(kSelection, "column", col, cols_);
     return MatrixColumn({values_.data() + static_cast<std::size_t>(col) * colStride_,
                          static_cast<std::size_t>(rows_), static_cast<std::ptrdiff_t>(rowStride_)});
 }
 
-ConstMatrixColumn Matrix::operator()(Selection::All, int col) const {
+ConstMatrixColumn Matrix::operator()(Selection::All, int col) const& {
     Checks::index(kSelection, "column", col, cols_);
     return ConstMatrixColumn({values_.data() + static_cast<std::size_t>(col) * colStride_,
                               static_cast<std::size_t>(rows_),

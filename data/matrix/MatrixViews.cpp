@@ -53,6 +53,17 @@ void transform(const StridedView<double>& target, Operation operation) {
     combine(target, target, [&](double a, double) { return operation(a); });
 }
 
+[[noreturn]] void failConstMatrix(const char* operation) {
+    Checks::fail(ErrorCode::invalidArgument, operation, "writing to a const matrix");
+}
+
+/// The target of a view, which is empty for one of a const matrix.
+const StridedView<double>& writable(const char* operation, const StridedView<double>& target,
+                                    const StridedView<const double>& elements) {
+    if (target.size() != elements.size()) failConstMatrix(operation);
+    return target;
+}
+
 constexpr auto kReplace = [](double, double b) { return b; };
 
 }  // namespace
@@ -62,61 +73,70 @@ MatrixRow::~MatrixRow() = default;
 ConstMatrixColumn::~ConstMatrixColumn() = default;
 MatrixColumn::~MatrixColumn() = default;
 
+void MatrixElement::failConst() { failConstMatrix("MatrixElement"); }
+
+StridedView<double> MatrixRow::target() const { return writable("MatrixRow", target_, elements()); }
+
+StridedView<double> MatrixColumn::target() const {
+    return writable("MatrixColumn", target_, elements());
+}
+
 MatrixRow& MatrixRow::operator=(const MatrixRow& other) {
     return *this = static_cast<const ConstMatrixRow&>(other);
 }
 
 MatrixRow& MatrixRow::operator=(const ConstMatrixRow& other) {
-    apply("Row assignment", target_, other.elements(), kReplace);
+    apply("Row assignment", target(), other.elements(), kReplace);
     return *this;
 }
 
 MatrixRow& MatrixRow::operator=(const Vector& values) {
-    apply("Row assignment", target_, viewOf(values), kReplace);
+    apply("Row assignment", target(), viewOf(values), kReplace);
     return *this;
 }
 
 MatrixRow& MatrixRow::operator+=(const ConstMatrixRow& other) {
-    apply("Row sum", target_, other.elements(), std::plus<>());
+    apply("Row sum", target(), other.elements(), std::plus<>());
     return *this;
 }
 
 MatrixRow& MatrixRow::operator+=(const Vector& values) {
-    apply("Row sum", target_, viewOf(values), std::plus<>());
+    apply("Row sum", target(), viewOf(values), std::plus<>());
     return *this;
 }
 
 MatrixRow& MatrixRow::operator-=(const ConstMatrixRow& other) {
-    apply("Row difference", target_, other.elements(), std::minus<>());
+    apply("Row difference", target(), other.elements(), std::minus<>());
     return *this;
 }
 
 MatrixRow& MatrixRow::operator-=(const Vector& values) {
-    apply("Row difference", target_, viewOf(values), std::minus<>());
+    apply("Row difference", target(), viewOf(values), std::minus<>());
     return *this;
 }
 
 MatrixRow& MatrixRow::operator-=(double value) {
-    transform(target_, [value](double a) { return a - value; });
+    transform(target(), [value](double a) { return a - value; });
     return *this;
 }
 
 MatrixRow& MatrixRow::operator*=(double value) {
-    transform(target_, [value](double a) { return a * value; });
+    transform(target(), [value](double a) { return a * value; });
     return *this;
 }
 
 MatrixRow& MatrixRow::operator/=(double value) {
-    transform(target_, [value](double a) { return a / value; });
+    transform(target(), [value](double a) { return a / value; });
     return *this;
 }
 
 MatrixRow& MatrixRow::exp() {
-    const auto size = static_cast<std::int64_t>(target_.size());
-    if (target_.contiguous()) {
-        Support::exp(target_.data(), target_.data(), size);
+    const StridedView<double> elements = target();
+    const auto size = static_cast<std::int64_t>(elements.size());
+    if (elements.contiguous()) {
+        Support::exp(elements.data(), elements.data(), size);
     } else {
-        Vector values(target_.begin(), target_.end());
+        Vector values(elements.begin(), elements.end());
         Support::exp(values.data(), values.data(), size);
         *this = values;
     }
@@ -128,42 +148,42 @@ MatrixColumn& MatrixColumn::operator=(const MatrixColumn& other) {
 }
 
 MatrixColumn& MatrixColumn::operator=(const ConstMatrixColumn& other) {
-    apply("Column assignment", target_, other.elements(), kReplace);
+    apply("Column assignment", target(), other.elements(), kReplace);
     return *this;
 }
 
 MatrixColumn& MatrixColumn::operator=(const Vector& values) {
-    apply("Column assignment", target_, viewOf(values), kReplace);
+    apply("Column assignment", target(), viewOf(values), kReplace);
     return *this;
 }
 
 MatrixColumn& MatrixColumn::operator+=(const Vector& values) {
-    apply("Column sum", target_, viewOf(values), std::plus<>());
+    apply("Column sum", target(), viewOf(values), std::plus<>());
     return *this;
 }
 
 MatrixColumn& MatrixColumn::operator-=(const Vector& values) {
-    apply("Column difference", target_, viewOf(values), std::minus<>());
+    apply("Column difference", target(), viewOf(values), std::minus<>());
     return *this;
 }
 
 MatrixColumn& MatrixColumn::operator*=(const Vector& values) {
-    apply("Column product", target_, viewOf(values), std::multiplies<>());
+    apply("Column product", target(), viewOf(values), std::multiplies<>());
     return *this;
 }
 
 MatrixColumn& MatrixColumn::operator-=(double value) {
-    transform(target_, [value](double a) { return a - value; });
+    transform(target(), [value](double a) { return a - value; });
     return *this;
 }
 
 MatrixColumn& MatrixColumn::operator*=(double value) {
-    transform(target_, [value](double a) { return a * value; });
+    transform(target(), [value](double a) { return a * value; });
     return *this;
 }
 
 MatrixColumn& MatrixColumn::operator/=(double value) {
-    transform(target_, [value](double a) { return a / value; });
+    transform(target(), [value](double a) { return a / value; });
     return *this;
 }
 

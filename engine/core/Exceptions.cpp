@@ -62,4 +62,21 @@ DAInvalidWithinClassVariance::DAInvalidWithinClassVariance()
           "matrix deficiency.",
           549) {}
 
+// Out of line, so that the type information of each stands in this library alone.
+TooFewRecords::~TooFewRecords() = default;
+HCIncompatibleDissimilarity::~HCIncompatibleDissimilarity() = default;
+ItemsetsTooLargeForArchitecture::~ItemsetsTooLargeForArchitecture() = default;
+TMEmptyVocabulary::~TMEmptyVocabulary() = default;
+TMNewDocsDontMatchVocabulary::~TMNewDocsDontMatchVocabulary() = default;
+OneHotEncoderFailure::~OneHotEncoderFailure() = default;
+InitialCoefficientEstimateFailure::~InitialCoefficientEstimateFailure() = default;
+UnaryResponseVariable::~UnaryResponseVariable() = default;
+StepwiseRegressionFinFoutIncorrect::~StepwiseRegressionFinFoutIncorrect() = default;
+NNSoftmaxOnlyOutputLayer::~NNSoftmaxOnlyOutputLayer() = default;
+NNSoftmaxUnableToComputeGradient::~NNSoftmaxUnableToComputeGradient() = default;
+HCTooManyClustersRequested::~HCTooManyClustersRequested() = default;
+HierarchicalClusteringDistanceMatrixInvalid::~HierarchicalClusteringDistanceMatrixInvalid() =
+    default;
+DAInvalidWithinClassVariance::~DAInvalidWithinClassVariance() = default;
+
 }  // namespace Veltrix::Engine

@@ -40,3 +40,4 @@
 #include "Veltrix/Engine/Util.h"
 #include "Veltrix/Evaluator/Metrics.h"
 #include "Veltrix/Exports.h"
+#include "Veltrix/Version.h"

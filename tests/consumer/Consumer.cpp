@@ -1,9 +1,15 @@
-// A host that fits a line through points of y = 1 + 2x and checks what comes back.
+// A host that fits a line through points of y = 1 + 2x and checks what comes back. Headers and
+// package must be of one version.
 
 #include <cmath>
 #include <cstdio>
 
+#include <string_view>
+
 #include "Veltrix/Veltrix.h"
+
+static_assert(std::string_view(VELTRIX_VERSION_STRING) == PACKAGE_VERSION);
+static_assert(VELTRIX_VERSION / 10000 == VELTRIX_VERSION_MAJOR);
 
 int main() {
     Veltrix::Matrix x(4, 1);

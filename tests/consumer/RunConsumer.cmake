@@ -19,8 +19,10 @@ run(${WORK_DIR}/build/consumer)
 set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIB_DIR}/pkgconfig)
 execute_process(COMMAND ${PKG_CONFIG} --cflags --libs veltrix
                 OUTPUT_VARIABLE packageFlags COMMAND_ERROR_IS_FATAL ANY)
-separate_arguments(flags UNIX_COMMAND "${FLAGS} -std=c++20")
+execute_process(COMMAND ${PKG_CONFIG} --modversion veltrix OUTPUT_VARIABLE packageVersion
+                OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 separate_arguments(packageFlags UNIX_COMMAND "${packageFlags}")
-run(${COMPILER} ${flags} ${SOURCE_DIR}/Consumer.cpp ${packageFlags}
+run(${COMPILER} ${flags} -DPACKAGE_VERSION="${packageVersion}" ${SOURCE_DIR}/Consumer.cpp ${packageFlags}
     -Wl,-rpath,${prefix}/${LIB_DIR} -o ${WORK_DIR}/consumerByPkgConfig)
 run(${WORK_DIR}/consumerByPkgConfig)

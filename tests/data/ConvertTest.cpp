@@ -1,6 +1,7 @@
 #include "Veltrix/Data/Convert.h"
 
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <string>
@@ -28,9 +29,18 @@ TEST(Convert, textToNumber) {
     }
     EXPECT_TRUE(std::isnan(Convert::toDouble(WString())));
     for (const wchar_t* text : {L" ", L"x", L"1,5", L"0x10", L"1e400", L"\u0661"}) {
-        EXPECT_THROW(Convert::toDouble(WString(text)), boost::bad_lexical_cast)
+        EXPECT_THROW((void)Convert::toDouble(WString(text)), boost::bad_lexical_cast)
             << WString(text).toUtf8();
     }
+}
+
+TEST(Convert, textOfEveryIntegerType) {
+    EXPECT_EQ(Convert::toString(std::numeric_limits<std::uint64_t>::max()),
+              L"18446744073709551615");
+    EXPECT_EQ(Convert::toString(std::numeric_limits<std::int64_t>::min()), L"-9223372036854775808");
+    EXPECT_EQ(Convert::toString(9007199254740993LL), L"9007199254740993");
+    EXPECT_EQ(Convert::toString(short{-7}), L"-7");
+    EXPECT_EQ(Convert::toString(5u), L"5");
 }
 
 TEST(Convert, cellsAsWholeNumbers) {
@@ -42,7 +52,8 @@ TEST(Convert, cellsAsWholeNumbers) {
     for (int j = 0; j < 2; ++j) {
         for (int i = 0; i < 3; ++i) EXPECT_EQ(Convert::toInt(frame(i, j)), expected[j][i]);
         for (int i = 3; i < 7; ++i) {
-            EXPECT_THROW(Convert::toInt(frame(i, j)), boost::bad_lexical_cast) << i << ' ' << j;
+            EXPECT_THROW((void)Convert::toInt(frame(i, j)), boost::bad_lexical_cast)
+                << i << ' ' << j;
         }
     }
 }
@@ -55,18 +66,18 @@ TEST(Convert, errorsNameColumnRowAndText) {
     const DataFrame unnamed = frame;
     frame.setRowNames({L"a", L"b", L"c"});
     const std::pair<std::function<void()>, std::string> cases[] = {
-        {[&] { Convert::toMatrix(unnamed); }, "column \"age\", row 1: \" \" is not a number"},
-        {[&] { Convert::toDoubleVector(frame); },
+        {[&] { (void)Convert::toMatrix(unnamed); }, "column \"age\", row 1: \" \" is not a number"},
+        {[&] { (void)Convert::toDoubleVector(frame); },
          "column \"age\", row 1 (\"b\"): \" \" is not a number"},
-        {[&] { frame(Util::all, 2).toDoubleVector(); },
+        {[&] { (void)frame(Util::all, 2).toDoubleVector(); },
          "column 2, row 1 (\"b\"): \"" + std::string(60, 'x') + "\u2026\" is not a number"},
-        {[&] { Convert::toDoubleVector(unnamed(2, Util::all)); },
+        {[&] { (void)Convert::toDoubleVector(unnamed(2, Util::all)); },
          "column \"age\", row 2: \"gr\u00fcn\" is not a number"},
-        {[&] { Convert::toInt(unnamed(0, 0)); },
+        {[&] { (void)Convert::toInt(unnamed(0, 0)); },
          "column \"age\", row 0: \"1.5\" is not a whole number of 32 bits"},
-        {[&] { Convert::toInt(unnamed(2, 1)); },
+        {[&] { (void)Convert::toInt(unnamed(2, 1)); },
          "column 1, row 2: \"2.5\" is not a whole number of 32 bits"},
-        {[&] { Convert::toDouble(WString(L"0x10")); }, "\"0x10\" is not a number"},
+        {[&] { (void)Convert::toDouble(WString(L"0x10")); }, "\"0x10\" is not a number"},
     };
     for (const auto& [action, message] : cases) {
         try {
@@ -96,9 +107,10 @@ TEST(Convert, framesAndMatrices) {
         const DataFrame back = Convert::toDataFrame(values);
         EXPECT_EQ(back.getColNames(), (StringVector{L"1", L"2", L"3"}));
         EXPECT_TRUE(Convert::toMatrix(back).equalTo(expected, 0.0));
-        EXPECT_EQ(Convert::toDataFrame(values, {L"p", L"q", L"r"})(1, L"r").toDouble(), 6.5);
+        const DataFrame named = Convert::toDataFrame(values, {L"p", L"q", L"r"});
+        EXPECT_EQ(named(1, L"r"), 6.5);
     }
-    EXPECT_TRUE(throwsException([&] { Convert::toDataFrame(matrix, {L"p"}); },
+    EXPECT_TRUE(throwsException([&] { (void)Convert::toDataFrame(matrix, {L"p"}); },
                                 "Frame from a matrix: 3 columns, 1 names"));
 }
 

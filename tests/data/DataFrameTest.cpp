@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -103,6 +104,47 @@ TEST(DataFrame, viewsAreLiveAndAssignValues) {
     static_assert(!std::is_assignable_v<ConstDataFrameElement, double>);
 }
 
+TEST(DataFrame, cellsCompareAndCalculate) {
+    DataFrame frame = sample();
+    frame.append(StringVector{L" 2", L"10", L"x"}, L"s");
+    const DataFrame& fixed = frame;
+    EXPECT_TRUE(frame(0, 0) > 1.0 && 1 < fixed(0, 0) && frame(0, 0) != fixed(1, 0));
+    EXPECT_TRUE(frame(0, 1) == 7 && frame(0, 1) >= std::uint64_t{7} && frame(0, 1) < frame(1, 1));
+    EXPECT_TRUE(frame(0, 2) == L"b" && L"b" == frame(2, 2) && frame(0, 1) == WString(L"7"));
+    EXPECT_FALSE(frame(2, 0) == frame(2, 0) || frame(2, 0) < 1.0 || frame(2, 0) >= 1.0);  // NaN
+    EXPECT_TRUE(frame(1, 3) < frame(0, 2) && frame(1, 3) > frame(0, 3));  // text: "10", "b", " 2"
+    EXPECT_TRUE(frame(0, 3) == 2 && frame(0, 1) < frame(1, 3));           // as numbers
+    EXPECT_EQ(frame(0, 0) + 1, 2.5);
+    EXPECT_EQ(1.0 - fixed(0, 0), -0.5);
+    EXPECT_EQ(frame(0, 0) * frame(0, 3) / fixed(1, 3), 0.3);
+    EXPECT_EQ(-frame(0, 1), -7.0);
+    frame(0, 1) += 2;
+    frame(0, 3) /= 4.0;
+    EXPECT_EQ(columnTexts(frame, 1), (StringVector{L"9", L"8", L"9"}));
+    EXPECT_EQ(frame(0, 3), L"0.5");
+    EXPECT_THROW((void)(frame(2, 3) < 1.0), std::bad_cast);
+    EXPECT_THROW((void)(frame(2, 3) + frame(0, 0)), std::bad_cast);
+    EXPECT_THROW((void)(frame(2, 3) == frame(0, 0)), std::bad_cast);
+}
+
+// A host may name the writable types where it only reads.
+TEST(DataFrame, viewsOfConstFramesConvertAndRefuseToWrite) {
+    const DataFrame frame = sample();
+    DataFrameColumn column = frame(Util::all, 0);
+    DataFrameRow row = frame(0, Util::all);
+    DataFrameElement cell = frame(0, 0);
+    const auto byName = [](const DataFrameColumn& c, const DataFrameRow& r) { return c(0) + r(1); };
+    EXPECT_EQ(byName(frame(Util::all, 0), frame(0, Util::all)), 8.5);
+    EXPECT_TRUE(column(0) == 1.5 && row(L"x") == 1.5 && cell == 1.5);
+    for (DataFrameElement target : {column(0), row(0), row(L"x"), cell}) {
+        EXPECT_TRUE(
+            throwsException([&] { target = 2; }, "DataFrameElement: writing to a const frame"));
+        EXPECT_TRUE(
+            throwsException([&] { target = L"t"; }, "DataFrameElement: writing to a const frame"));
+    }
+    EXPECT_EQ(columnTexts(frame, 0), columnTexts(sample(), 0));
+}
+
 TEST(DataFrame, levelsAreThoseThatOccurInAscendingOrder) {
     DataFrame frame = sample();
     frame(1, L"t") = L"0";  // "a" no longer occurs
@@ -149,11 +191,11 @@ TEST(DataFrame, rowsHaveNumbersUntilTheyAreNamed) {
         EXPECT_EQ(frame.getRowIndex(frame.getRowName(row)), row);
     }
     for (const wchar_t* name : {L"0", L"26", L"01", L"", L"2x", L"-1", L"99999999999999999999"}) {
-        EXPECT_THROW(frame.getRowIndex(name), Exception) << WString(name).toUtf8();
+        EXPECT_THROW((void)frame.getRowIndex(name), Exception) << WString(name).toUtf8();
     }
     frame.setRowName(4, L"9");
     EXPECT_EQ(frame.getRowIndex(L"9"), 4);  // before the row that had it
-    EXPECT_THROW(frame.getRowIndex(L"5"), Exception);
+    EXPECT_THROW((void)frame.getRowIndex(L"5"), Exception);
     frame.setRowName(4, L"x");
     EXPECT_EQ(frame.getRowIndex(L"9"), 8);
 }
@@ -221,7 +263,7 @@ TEST(DataFrame, misuseNamesTheOperationAndChangesNothing) {
         {[&] { frame(0, L"gr\u00fcn"); }, "DataFrame: no column named \"gr\u00fcn\""},
         {[&] { frame(L"4", L"x"); }, "DataFrame: no row named \"4\""},
         {[&] {
-             frame(IntVector{0, 3}, Util::all);
+             (void)frame(IntVector{0, 3}, Util::all);
          },
          "DataFrame: row 3 of 3, counted from 0"},
         {[&] { frame.append(Vector{1.0}); },

@@ -98,6 +98,39 @@ TEST_P(MatrixViews, readsLive) {
     EXPECT_EQ(sum, 11.0 + 12.0 + 13.0 + 14.0);
 }
 
+TEST_P(MatrixViews, elementsWriteThrough) {
+    MatrixRow row = a_(1, kAll);
+    MatrixColumn column = a_(kAll, 2);
+    row(0) = 2.0;
+    row(0) *= 3.0;
+    row(0) += 1.0;
+    column(2) = row(0);
+    column(2) -= 3.0;
+    column(2) /= 4.0;
+    EXPECT_EQ(a_(1, 0), 7.0);
+    EXPECT_EQ(a_(2, 2), 1.0);
+}
+
+// A host may name the writable types where it only reads.
+TEST_P(MatrixViews, ofConstMatricesConvertAndRefuseToWrite) {
+    const Matrix before = a_;
+    MatrixRow row = const_(1, kAll);
+    MatrixColumn column = const_(kAll, 2);
+    const auto byName = [](const MatrixRow& r, const MatrixColumn& c) { return r(0) + c(0); };
+    EXPECT_EQ(byName(const_(1, kAll), const_(kAll, 2)), start(1, 0) + start(0, 2));
+    EXPECT_EQ(row(0) + column(0), start(1, 0) + start(0, 2));
+    const std::pair<std::function<void()>, const char*> cases[] = {
+        {[&] { row(0) = 1.0; }, "MatrixElement: writing to a const matrix"},
+        {[&] { row -= 1.0; }, "MatrixRow: writing to a const matrix"},
+        {[&] { row.exp(); }, "MatrixRow: writing to a const matrix"},
+        {[&] { row = Vector(4); }, "MatrixRow: writing to a const matrix"},
+        {[&] { column(0) += 1.0; }, "MatrixElement: writing to a const matrix"},
+        {[&] { column *= Vector(3); }, "MatrixColumn: writing to a const matrix"},
+    };
+    for (const auto& [action, message] : cases) EXPECT_TRUE(throwsException(action, message));
+    EXPECT_TRUE(matches(a_, before));
+}
+
 TEST(StridedRows, overlappingSourcesAreReadFirst) {
     // Two views shifted by one element, in both directions, with equal and different strides.
     struct Case {

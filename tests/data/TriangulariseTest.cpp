@@ -149,7 +149,7 @@ TEST(Triangularise, BadInput) {
     const Vector b = normals(100, 13);
     const auto message = [&](const Matrix& matrix, const Vector& right, const Vector& scale) {
         try {
-            triangularise({matrix, true, &scale}, right);
+            (void)triangularise({matrix, true, &scale}, right);
         } catch (const Exception& error) {
             return std::string(error.what());
         }

@@ -80,9 +80,10 @@ TEST(UtilElementwise, SoftmaxOfColumns) {
         Matrix a = normalMatrix(20, 3, order, 4);
         a(Util::all, 1) *= 1000.0;
         const Matrix s = Util::softmaxCols(a);
+        const Matrix negative = -a;
         for (int j = 0; j < 3; ++j) {
             long double total = 0.0L;
-            const double largest = -Util::minValue((-a)(Util::all, j));
+            const double largest = -Util::minValue(negative(Util::all, j));
             for (int i = 0; i < 20; ++i) {
                 total += std::exp(static_cast<long double>(a(i, j)) - largest);
             }

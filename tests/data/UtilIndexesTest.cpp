@@ -40,11 +40,11 @@ TEST(UtilIndexes, BadArguments) {
     const Vector v{1, 2};
     const auto order = static_cast<Ordering>(7);
     const std::pair<std::function<void()>, const char*> cases[] = {
-        {[] { Util::range(0, 3, 0); }, "step"},
-        {[&] { Util::select(v, IntVector{2}); }, "index 2 of 2"},
-        {[&] { Util::select(v, Util::except(-1)); }, "-1"},
-        {[] { Util::bind(IntVector{1}, IntVector{1}); }, "position 1 of 1"},
-        {[&] { Util::argSort(v, order); }, "order 7"}};
+        {[] { (void)Util::range(0, 3, 0); }, "step"},
+        {[&] { (void)Util::select(v, IntVector{2}); }, "index 2 of 2"},
+        {[&] { (void)Util::select(v, Util::except(-1)); }, "-1"},
+        {[] { (void)Util::bind(IntVector{1}, IntVector{1}); }, "position 1 of 1"},
+        {[&] { (void)Util::argSort(v, order); }, "order 7"}};
     for (const auto& [call, words] : cases) {
         EXPECT_NE(refusal(call).find(words), std::string::npos) << words;
     }

@@ -23,6 +23,8 @@ TEST(WString, comparisonIsByUnitAndNotByLanguage) {
     std::unordered_map<WString, int> hashed;
     hashed[L"key"] = 5;
     EXPECT_EQ(hashed.at(WString(L"k") + L"ey"), 5);
+    const wchar_t* none = nullptr;
+    EXPECT_TRUE(throwsException([&] { WString text(none); }, "WString: a null pointer"));
 }
 
 TEST(WString, utf8BothWays) {
@@ -31,7 +33,7 @@ TEST(WString, utf8BothWays) {
         EXPECT_EQ(WString::fromUtf8(text).toUtf8(), text);
     }
     EXPECT_EQ(WString::fromUtf8("\U0001F600").size(), sizeof(wchar_t) == 2 ? 2u : 1u);
-    EXPECT_TRUE(throwsException([] { WString::fromUtf8("ab\xff"); },
+    EXPECT_TRUE(throwsException([] { (void)WString::fromUtf8("ab\xff"); },
                                 "Text from UTF-8: no valid UTF-8 at byte 2"));
 }
 

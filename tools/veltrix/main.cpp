@@ -18,6 +18,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Veltrix/Data/Progress.h"
+#include "Veltrix/Version.h"
 #include "support/BlasWorkspace.h"
 #include "support/Files.h"
 #include "tools/veltrix/host/Command.h"
@@ -82,7 +83,7 @@ void declareCommon(OptionGroup& options) {
 
 int runProgram(int argc, const char* const* argv) {
     CLI::App app("Statistical models for data in CSV files.", "veltrix");
-    app.set_version_flag("--version", "veltrix " VELTRIX_VERSION);
+    app.set_version_flag("--version", "veltrix " VELTRIX_VERSION_STRING);
     app.require_subcommand(1);
     app.footer(std::string(kAboutFiles));  // inherited by the commands
     const auto commands = makeCommands();

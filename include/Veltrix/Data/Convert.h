@@ -1,5 +1,9 @@
 #pragma once
 
+#include <concepts>
+#include <cstdint>
+#include <type_traits>
+
 #include "Veltrix/Data/DataFrame.h"
 #include "Veltrix/Data/Matrix.h"
 #include "Veltrix/Data/MatrixViews.h"
@@ -17,27 +21,40 @@ class VELTRIX_DATA_API Convert {
   public:
     Convert() = delete;
 
-    static double toDouble(const ConstDataFrameElement& cell);
+    [[nodiscard]] static double toDouble(const ConstDataFrameElement& cell);
     /// Whole text as a number; empty text is NaN.
-    static double toDouble(const WString& text);
-    static int toInt(const ConstDataFrameElement& cell);
-    static WString toString(const ConstDataFrameElement& cell);
-    static WString toString(int value);
+    [[nodiscard]] static double toDouble(const WString& text);
+    [[nodiscard]] static int toInt(const ConstDataFrameElement& cell);
+    [[nodiscard]] static WString toString(const ConstDataFrameElement& cell);
+    /// The digits of any integral type.
+    template <std::integral Integer>
+    [[nodiscard]] static WString toString(Integer value) {
+        if constexpr (std::is_signed_v<Integer>) {
+            return integerText(static_cast<std::int64_t>(value));
+        } else {
+            return integerText(static_cast<std::uint64_t>(value));
+        }
+    }
     /// The shortest decimal that reads back to the same double: "1", "0.1", "1e-07", "nan", "inf".
-    static WString toString(double value);
+    [[nodiscard]] static WString toString(double value);
     /// All cells, column by column.
-    static Vector toDoubleVector(const DataFrame& frame);
-    static Vector toDoubleVector(const ConstDataFrameColumn& column);
-    static Vector toDoubleVector(const ConstDataFrameRow& row);
-    static Vector toDoubleVector(const ConstMatrixRow& row);
-    static Vector toDoubleVector(const ConstMatrixColumn& column);
+    [[nodiscard]] static Vector toDoubleVector(const DataFrame& frame);
+    [[nodiscard]] static Vector toDoubleVector(const ConstDataFrameColumn& column);
+    [[nodiscard]] static Vector toDoubleVector(const ConstDataFrameRow& row);
+    [[nodiscard]] static Vector toDoubleVector(const ConstMatrixRow& row);
+    [[nodiscard]] static Vector toDoubleVector(const ConstMatrixColumn& column);
     /// All cells, column by column.
-    static StringVector toStringVector(const DataFrame& frame);
-    static StringVector toStringVector(const ConstDataFrameColumn& column);
+    [[nodiscard]] static StringVector toStringVector(const DataFrame& frame);
+    [[nodiscard]] static StringVector toStringVector(const ConstDataFrameColumn& column);
     /// The frame as a column-major matrix of the same name and shape.
-    static Matrix toMatrix(const DataFrame& frame);
+    [[nodiscard]] static Matrix toMatrix(const DataFrame& frame);
     /// A frame of numeric columns named as given (default "1", "2", …), named as the matrix.
-    static DataFrame toDataFrame(const Matrix& values, const StringVector& colNames = {});
+    [[nodiscard]] static DataFrame toDataFrame(const Matrix& values,
+                                               const StringVector& colNames = {});
+
+  private:
+    static WString integerText(std::int64_t value);
+    static WString integerText(std::uint64_t value);
 };
 
 }  // namespace Veltrix

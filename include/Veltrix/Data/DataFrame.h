@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
@@ -34,26 +35,34 @@ class VELTRIX_DATA_API DataFrame {
     DataFrame& operator=(DataFrame&& other) noexcept;
     virtual ~DataFrame();
 
-    int getNumRows() const noexcept { return rows_; }
-    int getNumCols() const noexcept { return static_cast<int>(columns_.size()); }
-    bool empty() const noexcept { return rows_ == 0 || columns_.empty(); }
+    [[nodiscard]] int getNumRows() const noexcept { return rows_; }
+    [[nodiscard]] int getNumCols() const noexcept { return static_cast<int>(columns_.size()); }
+    [[nodiscard]] bool empty() const noexcept { return rows_ == 0 || columns_.empty(); }
 
-    DataFrameElement operator()(int row, int col);
-    ConstDataFrameElement operator()(int row, int col) const;
-    DataFrameElement operator()(int row, const WString& colName);
-    ConstDataFrameElement operator()(int row, const WString& colName) const;
-    DataFrameElement operator()(const WString& rowName, const WString& colName);
-    ConstDataFrameElement operator()(const WString& rowName, const WString& colName) const;
-    DataFrameColumn operator()(Selection::All, int col);
-    ConstDataFrameColumn operator()(Selection::All, int col) const;
-    DataFrameColumn operator()(Selection::All, const WString& colName);
-    ConstDataFrameColumn operator()(Selection::All, const WString& colName) const;
-    DataFrameRow operator()(int row, Selection::All);
-    ConstDataFrameRow operator()(int row, Selection::All) const;
+    /// Live views; a temporary frame gives none, as it would end before they are used.
+    DataFrameElement operator()(int row, int col) &;
+    ConstDataFrameElement operator()(int row, int col) const&;
+    ConstDataFrameElement operator()(int row, int col) const&& = delete;
+    DataFrameElement operator()(int row, const WString& colName) &;
+    ConstDataFrameElement operator()(int row, const WString& colName) const&;
+    ConstDataFrameElement operator()(int row, const WString& colName) const&& = delete;
+    DataFrameElement operator()(const WString& rowName, const WString& colName) &;
+    ConstDataFrameElement operator()(const WString& rowName, const WString& colName) const&;
+    ConstDataFrameElement operator()(const WString& rowName,
+                                     const WString& colName) const&& = delete;
+    DataFrameColumn operator()(Selection::All, int col) &;
+    ConstDataFrameColumn operator()(Selection::All, int col) const&;
+    ConstDataFrameColumn operator()(Selection::All, int col) const&& = delete;
+    DataFrameColumn operator()(Selection::All, const WString& colName) &;
+    ConstDataFrameColumn operator()(Selection::All, const WString& colName) const&;
+    ConstDataFrameColumn operator()(Selection::All, const WString& colName) const&& = delete;
+    DataFrameRow operator()(int row, Selection::All) &;
+    ConstDataFrameRow operator()(int row, Selection::All) const&;
+    ConstDataFrameRow operator()(int row, Selection::All) const&& = delete;
     /// Selections: a new frame with the chosen rows or columns in the order given, names included.
-    DataFrame operator()(const IntVector& rows, Selection::All) const;
-    DataFrame operator()(Selection::All, const IntVector& cols) const;
-    DataFrame operator()(Selection::All, const StringVector& colNames) const;
+    [[nodiscard]] DataFrame operator()(const IntVector& rows, Selection::All) const;
+    [[nodiscard]] DataFrame operator()(Selection::All, const IntVector& cols) const;
+    [[nodiscard]] DataFrame operator()(Selection::All, const StringVector& colNames) const;
 
     /// Adds the columns of `other`; an empty frame takes its row names too.
     void append(const DataFrame& other);
@@ -71,16 +80,16 @@ class VELTRIX_DATA_API DataFrame {
     /// [0, levels.size()) or a level occurs twice.
     void append(const WString& colName, IntVector codes, StringVector levels);
 
-    const StringVector& getColNames() const noexcept { return colNames_; }
+    [[nodiscard]] const StringVector& getColNames() const noexcept { return colNames_; }
     /// By value: the names exist only when asked for, unless they were set.
-    StringVector getRowNames() const;
-    const WString& getColName(int col) const;
-    WString getRowName(int row) const;
-    int getColIndex(const WString& name) const;
-    IntVector getColIndexes(const StringVector& names) const;
-    int getRowIndex(const WString& name) const;
+    [[nodiscard]] StringVector getRowNames() const;
+    [[nodiscard]] const WString& getColName(int col) const;
+    [[nodiscard]] WString getRowName(int row) const;
+    [[nodiscard]] int getColIndex(const WString& name) const;
+    [[nodiscard]] IntVector getColIndexes(const StringVector& names) const;
+    [[nodiscard]] int getRowIndex(const WString& name) const;
     /// Whether a column of that name exists.
-    bool hasColumn(const WString& name) const;
+    [[nodiscard]] bool hasColumn(const WString& name) const;
     void setColName(int col, const WString& name);
     /// As many names as columns.
     void setColNames(const StringVector& names);
@@ -88,7 +97,7 @@ class VELTRIX_DATA_API DataFrame {
     /// As many names as rows; an empty list goes back to "1", "2", ….
     void setRowNames(const StringVector& names);
     virtual void setName(const WString& name);
-    const WString& getName() const noexcept { return name_; }
+    [[nodiscard]] const WString& getName() const noexcept { return name_; }
 
   private:
     friend class ConstDataFrameElement;
@@ -116,14 +125,23 @@ class VELTRIX_DATA_API DataFrameVector {
     explicit DataFrameVector(std::uint64_t count) : frames_(count) {}
     DataFrameVector(std::uint64_t count, const DataFrame& prototype) : frames_(count, prototype) {}
 
-    std::uint64_t size() const noexcept { return frames_.size(); }
-    bool empty() const noexcept { return frames_.empty(); }
+    [[nodiscard]] std::uint64_t size() const noexcept { return frames_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return frames_.empty(); }
     void push_back(DataFrame frame) { frames_.push_back(std::move(frame)); }
-    /// Throws `Exception` when `index` is not below `size()`.
-    DataFrame& operator[](std::uint64_t index);
-    const DataFrame& operator[](std::uint64_t index) const;
+    /// An index of any integral type; throws `Exception` when there is no such frame.
+    template <std::integral Index>
+    DataFrame& operator[](Index index) {
+        return frames_[place(static_cast<std::uint64_t>(index))];
+    }
+    template <std::integral Index>
+    const DataFrame& operator[](Index index) const {
+        return frames_[place(static_cast<std::uint64_t>(index))];
+    }
 
   private:
+    /// The index itself when it is below `size()`.
+    std::uint64_t place(std::uint64_t index) const;
+
     std::vector<DataFrame> frames_;
 };
 

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <compare>
+#include <concepts>
+#include <type_traits>
+
 #include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
@@ -24,21 +28,46 @@ class VELTRIX_DATA_API ConstDataFrameElement {
     virtual ~ConstDataFrameElement();
 
     /// What the cell's column holds.
-    ColumnKind getKind() const;
+    [[nodiscard]] ColumnKind getKind() const;
     /// The cell as a number. Text is converted whole: leading and trailing blanks, decimal point,
     /// optional exponent; empty text is NaN; anything else throws the conversion library's bad-cast
     /// error (`std::bad_cast`), whose text names column (its index when it has no name), row
     /// (counted from 0, with its name when row names were set) and cell:
     /// `column "age", row 3: "abc" is not a number`.
-    double toDouble() const;
+    [[nodiscard]] double toDouble() const;
     /// The cell as a whole number; a value that is not one, or does not fit into 32 bits, throws
     /// the bad-cast error in the same way.
-    int toInt() const;
+    [[nodiscard]] int toInt() const;
     /// The cell as text: for numbers the shortest decimal that reads back to the same double.
-    WString toString() const;
+    [[nodiscard]] WString toString() const;
     operator double() const { return toDouble(); }   // NOLINT(google-explicit-constructor)
     operator int() const { return toInt(); }         // NOLINT(google-explicit-constructor)
     operator WString() const { return toString(); }  // NOLINT(google-explicit-constructor)
+
+    /// A cell beside a number is taken as a number (`toDouble`, with its error for text that is
+    /// none), beside a text as text (`toString`). Two cells compare as texts when both are text,
+    /// otherwise as numbers. NaN equals nothing and is neither less nor greater.
+    friend bool operator==(const ConstDataFrameElement& a, const ConstDataFrameElement& b) {
+        return (a <=> b) == 0;
+    }
+    friend VELTRIX_DATA_API std::partial_ordering operator<=>(const ConstDataFrameElement& a,
+                                                              const ConstDataFrameElement& b);
+    template <class Number>
+    requires std::is_arithmetic_v<Number>
+    friend bool operator==(const ConstDataFrameElement& cell, Number number) {
+        return cell.toDouble() == static_cast<double>(number);
+    }
+    template <class Number>
+    requires std::is_arithmetic_v<Number>
+    friend std::partial_ordering operator<=>(const ConstDataFrameElement& cell, Number number) {
+        return cell.toDouble() <=> static_cast<double>(number);
+    }
+    friend bool operator==(const ConstDataFrameElement& cell, const WString& text) {
+        return cell.toString() == text;
+    }
+    friend bool operator==(const ConstDataFrameElement& cell, const wchar_t* text) {
+        return cell.toString() == text;
+    }
 
   protected:
     const DataFrame* frame_;
@@ -51,13 +80,37 @@ class VELTRIX_DATA_API ConstDataFrameElement {
     [[noreturn]] void failConversion(const char* expected) const;
 };
 
+/// Arithmetic of cells with numbers and with one another, as numbers (`toDouble`).
+template <class A, class B>
+concept CellOperands = (std::derived_from<A, ConstDataFrameElement> &&
+                        (std::derived_from<B, ConstDataFrameElement> || std::is_arithmetic_v<B>)) ||
+                       (std::is_arithmetic_v<A> && std::derived_from<B, ConstDataFrameElement>);
+template <class A, class B>
+requires CellOperands<A, B>
+double operator+(const A& a, const B& b) { return static_cast<double>(a) + static_cast<double>(b); }
+template <class A, class B>
+requires CellOperands<A, B>
+double operator-(const A& a, const B& b) { return static_cast<double>(a) - static_cast<double>(b); }
+template <class A, class B>
+requires CellOperands<A, B>
+double operator*(const A& a, const B& b) { return static_cast<double>(a) * static_cast<double>(b); }
+template <class A, class B>
+requires CellOperands<A, B>
+double operator/(const A& a, const B& b) { return static_cast<double>(a) / static_cast<double>(b); }
+inline double operator-(const ConstDataFrameElement& cell) { return -cell.toDouble(); }
+
 /// Live view of one cell; assigning writes into the frame. A number written into a text column is
 /// written as its text; a double that is not whole turns a column of whole numbers into a numeric
-/// one; text written into a numeric column turns that column into a text column.
+/// one; text written into a numeric column turns that column into a text column. Views of a const
+/// frame convert to this type and to `DataFrameColumn` and `DataFrameRow`, for functions that name
+/// them; writing through them throws `Exception`.
 class VELTRIX_DATA_API DataFrameElement : public ConstDataFrameElement {
   public:
     DataFrameElement(DataFrame& frame, int row, int col) noexcept
         : ConstDataFrameElement(frame, row, col), target_(&frame) {}
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    DataFrameElement(const ConstDataFrameElement& readOnly) noexcept
+        : ConstDataFrameElement(readOnly), target_(nullptr) {}
     DataFrameElement(const DataFrameElement&) = default;
     ~DataFrameElement() override;
 
@@ -68,9 +121,17 @@ class VELTRIX_DATA_API DataFrameElement : public ConstDataFrameElement {
     DataFrameElement& operator=(int value);
     DataFrameElement& operator=(const WString& value);
     DataFrameElement& operator=(const wchar_t* value);
+    /// The cell as a number, changed; see `toDouble` for text.
+    DataFrameElement& operator+=(double value) { return *this = toDouble() + value; }
+    DataFrameElement& operator-=(double value) { return *this = toDouble() - value; }
+    DataFrameElement& operator*=(double value) { return *this = toDouble() * value; }
+    DataFrameElement& operator/=(double value) { return *this = toDouble() / value; }
 
   private:
-    DataFrame* target_;
+    /// What may be written to; throws `Exception` when the frame is const.
+    DataFrame& target() const;
+
+    DataFrame* target_;  // null for a view of a const frame
 };
 
 /// Read-only live view of one column of a frame.
@@ -81,19 +142,19 @@ class VELTRIX_DATA_API ConstDataFrameColumn {
     ConstDataFrameColumn& operator=(const ConstDataFrameColumn&) = delete;
     virtual ~ConstDataFrameColumn();
 
-    int getNumRows() const noexcept;
-    const WString& getColName() const;
-    ColumnKind getKind() const;
+    [[nodiscard]] int getNumRows() const noexcept;
+    [[nodiscard]] const WString& getColName() const;
+    [[nodiscard]] ColumnKind getKind() const;
     /// Throws `Exception` when there is no such row.
     ConstDataFrameElement operator()(int row) const;
     /// All cells as numbers, named as the column. A cell that is not a number throws the bad-cast
     /// error that names it; see `ConstDataFrameElement::toDouble`.
-    Vector toDoubleVector() const;
+    [[nodiscard]] Vector toDoubleVector() const;
     /// All cells as text.
-    StringVector toStringVector() const;
+    [[nodiscard]] StringVector toStringVector() const;
     /// The distinct texts of the column, ascending, and with `codes` the position of every cell's
     /// text in that list: one pass for a text column.
-    StringVector getLevels() const;
+    [[nodiscard]] StringVector getLevels() const;
     StringVector getLevels(IntVector& codes) const;
     /// The same in no particular order, perhaps with texts that no cell has any more: nothing is
     /// sorted, which counts where most cells differ.
@@ -115,6 +176,9 @@ class VELTRIX_DATA_API DataFrameColumn : public ConstDataFrameColumn {
   public:
     DataFrameColumn(DataFrame& frame, int col) noexcept
         : ConstDataFrameColumn(frame, col), target_(&frame) {}
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    DataFrameColumn(const ConstDataFrameColumn& readOnly) noexcept
+        : ConstDataFrameColumn(readOnly), target_(nullptr) {}
     DataFrameColumn(const DataFrameColumn&) = default;
     DataFrameColumn& operator=(const DataFrameColumn&) = delete;
     ~DataFrameColumn() override;
@@ -123,7 +187,7 @@ class VELTRIX_DATA_API DataFrameColumn : public ConstDataFrameColumn {
     DataFrameElement operator()(int row);
 
   private:
-    DataFrame* target_;
+    DataFrame* target_;  // null for a view of a const frame
 };
 
 /// Read-only live view of one row of a frame.
@@ -134,13 +198,13 @@ class VELTRIX_DATA_API ConstDataFrameRow {
     ConstDataFrameRow& operator=(const ConstDataFrameRow&) = delete;
     virtual ~ConstDataFrameRow();
 
-    const DataFrame& getFrame() const noexcept { return *frame_; }
-    int getNumCols() const noexcept;
-    WString getRowName() const;
+    [[nodiscard]] const DataFrame& getFrame() const noexcept { return *frame_; }
+    [[nodiscard]] int getNumCols() const noexcept;
+    [[nodiscard]] WString getRowName() const;
     ConstDataFrameElement operator()(int col) const;
     ConstDataFrameElement operator()(const WString& colName) const;
     /// All cells as numbers; see `ConstDataFrameElement::toDouble`.
-    Vector toDoubleVector() const;
+    [[nodiscard]] Vector toDoubleVector() const;
 
   protected:
     const DataFrame* frame_;
@@ -152,6 +216,9 @@ class VELTRIX_DATA_API DataFrameRow : public ConstDataFrameRow {
   public:
     DataFrameRow(DataFrame& frame, int row) noexcept
         : ConstDataFrameRow(frame, row), target_(&frame) {}
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    DataFrameRow(const ConstDataFrameRow& readOnly) noexcept
+        : ConstDataFrameRow(readOnly), target_(nullptr) {}
     DataFrameRow(const DataFrameRow&) = default;
     DataFrameRow& operator=(const DataFrameRow&) = delete;
     ~DataFrameRow() override;
@@ -161,7 +228,7 @@ class VELTRIX_DATA_API DataFrameRow : public ConstDataFrameRow {
     DataFrameElement operator()(const WString& colName);
 
   private:
-    DataFrame* target_;
+    DataFrame* target_;  // null for a view of a const frame
 };
 
 }  // namespace Veltrix

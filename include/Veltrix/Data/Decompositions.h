@@ -22,19 +22,19 @@ class VELTRIX_DATA_API QR {
     QR() = default;
 
     /// R, k × p, upper triangular (trapezoidal), column-major; |diagonal| does not increase.
-    const Matrix& r() const noexcept { return r_; }
+    [[nodiscard]] const Matrix& r() const noexcept { return r_; }
     /// The leading rows × cols block of Q (n × n), column-major, rows ≤ n, cols ≤ n. Throws
     /// `Exception` when larger.
-    Matrix q(int rows, int cols) const;
+    [[nodiscard]] Matrix q(int rows, int cols) const;
     /// Column k of R belongs to column p()[k] of A.
-    const IntVector& p() const noexcept { return permutation_; }
+    [[nodiscard]] const IntVector& p() const noexcept { return permutation_; }
     /// Threshold below which |R(k, k)| counts as zero: max(n, p)·ε·|R(0, 0)|; 0 when A is empty.
-    double rTolerance() const noexcept { return tolerance_; }
+    [[nodiscard]] double rTolerance() const noexcept { return tolerance_; }
     /// Q·B or Qᵀ·B (`left`), B·Q or B·Qᵀ (`right`), without forming Q. B has n rows (`left`) or n
     /// columns (`right`); throws `Exception` otherwise, and when an entry of B is NaN or infinite.
     /// The result has the storage order and the name of B.
-    Matrix qMultiply(const Matrix& b, SideType side, bool transpose) const;
-    Vector qMultiply(const Vector& b, SideType side, bool transpose) const;
+    [[nodiscard]] Matrix qMultiply(const Matrix& b, SideType side, bool transpose) const;
+    [[nodiscard]] Vector qMultiply(const Vector& b, SideType side, bool transpose) const;
 
   private:
     friend class Matrix;
@@ -63,11 +63,11 @@ class VELTRIX_DATA_API SVD {
     SVD() = default;
     SVD(Vector singularValues, Matrix left, Matrix right);
 
-    const Vector& getSingularValues() const noexcept { return singularValues_; }
+    [[nodiscard]] const Vector& getSingularValues() const noexcept { return singularValues_; }
     /// n × k, one left singular vector per column.
-    const Matrix& getLeftSingular() const noexcept { return left_; }
+    [[nodiscard]] const Matrix& getLeftSingular() const noexcept { return left_; }
     /// k × p, one right singular vector per ROW.
-    const Matrix& getRightSingular() const noexcept { return right_; }
+    [[nodiscard]] const Matrix& getRightSingular() const noexcept { return right_; }
 
   private:
     Vector singularValues_;
@@ -82,10 +82,10 @@ class VELTRIX_DATA_API Spectral {
     Spectral() = default;
     Spectral(Vector eigenvalues, Matrix eigenvectors);
 
-    const Vector& getEigenvalues() const noexcept { return eigenvalues_; }
-    const Matrix& getEigenvectors() const noexcept { return eigenvectors_; }
+    [[nodiscard]] const Vector& getEigenvalues() const noexcept { return eigenvalues_; }
+    [[nodiscard]] const Matrix& getEigenvectors() const noexcept { return eigenvectors_; }
     /// `smallestFirst` (1) or `largestFirst` (0).
-    Ordering getOrder() const noexcept { return order_; }
+    [[nodiscard]] Ordering getOrder() const noexcept { return order_; }
     /// Reverses the order of eigenvalues and eigenvectors.
     void switchOrder();
 
@@ -101,20 +101,20 @@ class VELTRIX_DATA_API GroupStatistic {
   public:
     GroupStatistic() = default;
 
-    int getNumGroups() const noexcept { return static_cast<int>(codes_.size()); }
+    [[nodiscard]] int getNumGroups() const noexcept { return static_cast<int>(codes_.size()); }
     /// The group codes, ascending; column g of the means belongs to code g of this list.
-    const IntVector& getGroupCodes() const noexcept { return codes_; }
+    [[nodiscard]] const IntVector& getGroupCodes() const noexcept { return codes_; }
     /// Records of each group.
-    const IntVector& getGroupSizes() const noexcept { return sizes_; }
+    [[nodiscard]] const IntVector& getGroupSizes() const noexcept { return sizes_; }
     /// p × G, one column per group.
-    const Matrix& getGroupMean() const noexcept { return groupMean_; }
+    [[nodiscard]] const Matrix& getGroupMean() const noexcept { return groupMean_; }
     /// p × p, divisor n_g − 1 (a group of one record gives NaN). `group` is the position in the
     /// list of codes; throws `Exception` when it is out of range or was not asked for.
-    const Matrix& getGroupCovariance(int group) const;
+    [[nodiscard]] const Matrix& getGroupCovariance(int group) const;
     /// p × p, Σ(n_g − 1)S_g / (n − G).
-    const Matrix& getPooledCovariance() const noexcept { return pooledCovariance_; }
+    [[nodiscard]] const Matrix& getPooledCovariance() const noexcept { return pooledCovariance_; }
     /// Mean of all rows, length p.
-    const Vector& getPooledMean() const noexcept { return pooledMean_; }
+    [[nodiscard]] const Vector& getPooledMean() const noexcept { return pooledMean_; }
 
   private:
     friend class Util;
@@ -136,8 +136,8 @@ struct DesignRows {
     /// Row factors (square roots of weights), length n, or null for none.
     const Vector* scale = nullptr;
 
-    int getNumRows() const noexcept { return x.getNumRows(); }
-    int getNumCols() const noexcept { return x.getNumCols() + (intercept ? 1 : 0); }
+    [[nodiscard]] int getNumRows() const noexcept { return x.getNumRows(); }
+    [[nodiscard]] int getNumCols() const noexcept { return x.getNumCols() + (intercept ? 1 : 0); }
 };
 
 /// Upper triangle T, (p + 1) × (p + 1), of the QR factorisation of [D b] with p the columns of D:
@@ -146,20 +146,20 @@ struct DesignRows {
 /// as well. Works in row blocks that fit the cache, so memory beyond the operands does not grow
 /// with n. Throws `Exception` when lengths disagree, and naming row and column (counted from 0)
 /// when an entry of X, b or the scale is NaN or infinite.
-VELTRIX_DATA_API Matrix triangularise(const DesignRows& design, const Vector& b);
+[[nodiscard]] VELTRIX_DATA_API Matrix triangularise(const DesignRows& design, const Vector& b);
 
 /// The leading p × p part alone.
-VELTRIX_DATA_API Matrix triangularise(const DesignRows& design);
+[[nodiscard]] VELTRIX_DATA_API Matrix triangularise(const DesignRows& design);
 
 /// Squared lengths of the rows of D(:, columns)·T, length n, for a T with as many rows as there
 /// are `columns` (leverages for T = R⁻¹). A triangular T costs half of a full one.
-VELTRIX_DATA_API Vector rowSquaredNorms(const DesignRows& design, const IntVector& columns,
-                                        const Matrix& t);
+[[nodiscard]] VELTRIX_DATA_API Vector rowSquaredNorms(const DesignRows& design,
+                                                      const IntVector& columns, const Matrix& t);
 
 /// Dᵀ(b − Dβ) with b scaled as D is, length p: 0 at the least-squares solution. Sums run in twice
 /// the working precision, so that what is left at a solution that is right to a few digits comes
 /// out right as well; the basis of iterative refinement. Throws `Exception` when lengths disagree.
-VELTRIX_DATA_API Vector normalResidual(const DesignRows& design, const Vector& b,
-                                       const Vector& coefficients);
+[[nodiscard]] VELTRIX_DATA_API Vector normalResidual(const DesignRows& design, const Vector& b,
+                                                     const Vector& coefficients);
 
 }  // namespace Veltrix

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <memory>
 #include <string>
 
 #include "Veltrix/Export.h"
@@ -13,18 +14,17 @@ namespace Veltrix {
 class VELTRIX_DATA_API Exception : public std::exception {
   public:
     explicit Exception(std::string message, int code = 0);
-    Exception(const Exception&) = default;
-    Exception(Exception&&) noexcept = default;
-    Exception& operator=(const Exception&) = default;
-    Exception& operator=(Exception&&) noexcept = default;
+    /// Copies share the text and cannot fail, as those of an error on its way must not.
+    Exception(const Exception&) noexcept = default;
+    Exception& operator=(const Exception&) noexcept = default;
     ~Exception() override;
 
     const char* what() const noexcept override;
-    const std::string& getMessage() const noexcept { return message_; }
-    int getCode() const noexcept { return code_; }
+    [[nodiscard]] const std::string& getMessage() const noexcept { return *message_; }
+    [[nodiscard]] int getCode() const noexcept { return code_; }
 
   private:
-    std::string message_;
+    std::shared_ptr<const std::string> message_;
     int code_ = 0;
 };
 
@@ -32,10 +32,8 @@ class VELTRIX_DATA_API Exception : public std::exception {
 class VELTRIX_DATA_API NumElementsMismatch : public Exception {
   public:
     NumElementsMismatch();
-    NumElementsMismatch(const NumElementsMismatch&) = default;
-    NumElementsMismatch(NumElementsMismatch&&) noexcept = default;
-    NumElementsMismatch& operator=(const NumElementsMismatch&) = default;
-    NumElementsMismatch& operator=(NumElementsMismatch&&) noexcept = default;
+    NumElementsMismatch(const NumElementsMismatch&) noexcept = default;
+    NumElementsMismatch& operator=(const NumElementsMismatch&) noexcept = default;
     ~NumElementsMismatch() override;
 };
 
@@ -43,10 +41,8 @@ class VELTRIX_DATA_API NumElementsMismatch : public Exception {
 class VELTRIX_DATA_API TooFewNumRows : public Exception {
   public:
     TooFewNumRows();
-    TooFewNumRows(const TooFewNumRows&) = default;
-    TooFewNumRows(TooFewNumRows&&) noexcept = default;
-    TooFewNumRows& operator=(const TooFewNumRows&) = default;
-    TooFewNumRows& operator=(TooFewNumRows&&) noexcept = default;
+    TooFewNumRows(const TooFewNumRows&) noexcept = default;
+    TooFewNumRows& operator=(const TooFewNumRows&) noexcept = default;
     ~TooFewNumRows() override;
 };
 

@@ -31,12 +31,12 @@ class VELTRIX_DATA_API Factorizer {
     Factorizer& fit(const ConstDataFrameColumn& column);
     /// The frame with each fitted column, found by name, replaced by its integer codes; a value
     /// unseen when fitted gets code -1.
-    DataFrame transform(const DataFrame& frame) const;
+    [[nodiscard]] DataFrame transform(const DataFrame& frame) const;
     /// The codes of one column; throws `Exception` when no column of that name was fitted.
-    IntVector transform(const ConstDataFrameColumn& column) const;
-    bool isFactorized(const WString& colName) const;
+    [[nodiscard]] IntVector transform(const ConstDataFrameColumn& column) const;
+    [[nodiscard]] bool isFactorized(const WString& colName) const;
     /// Throws `Exception` when no column of that name was fitted.
-    const ColumnInfo& getColMapper(const WString& colName) const;
+    [[nodiscard]] const ColumnInfo& getColMapper(const WString& colName) const;
     /// Makes the level with that code the base level. Throws `Exception` for an unfitted column or
     /// a code that is none of its levels'.
     Factorizer& setBaseIndex(const WString& colName, int index);

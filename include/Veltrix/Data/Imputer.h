@@ -10,7 +10,7 @@ class VELTRIX_DATA_API Imputer {
   public:
     /// The vector with NaN and infinite entries replaced by the mean of the finite ones (0 when
     /// there is none). Name kept.
-    static Vector clean(const Vector& values);
+    [[nodiscard]] static Vector clean(const Vector& values);
 };
 
 }  // namespace Veltrix::Engine

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cassert>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -13,8 +14,8 @@
 namespace Veltrix {
 
 /// A growable sequence of signed 32-bit integers with a name: index sets, class codes, counts and
-/// permutations. Element access by `operator[]` is unchecked in release builds; everything else
-/// that can be misused throws `Exception`.
+/// permutations. Element access by `operator[]`, with an index of any integral type, is unchecked
+/// in release builds; everything else that can be misused throws `Exception`.
 class VELTRIX_DATA_API IntVector {
   public:
     using value_type = std::int32_t;
@@ -34,21 +35,23 @@ class VELTRIX_DATA_API IntVector {
     IntVector& operator=(IntVector&&) noexcept = default;
     virtual ~IntVector();
 
-    std::uint64_t size() const noexcept { return values_.size(); }
-    bool empty() const noexcept { return values_.empty(); }
-    int& operator[](std::uint64_t index) {
-        assert(index < size());
-        return values_[index];
+    [[nodiscard]] std::uint64_t size() const noexcept { return values_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return values_.empty(); }
+    template <std::integral Index>
+    int& operator[](Index index) {
+        assert(static_cast<std::uint64_t>(index) < size());
+        return values_[static_cast<std::uint64_t>(index)];
     }
-    int operator[](std::uint64_t index) const {
-        assert(index < size());
-        return values_[index];
+    template <std::integral Index>
+    int operator[](Index index) const {
+        assert(static_cast<std::uint64_t>(index) < size());
+        return values_[static_cast<std::uint64_t>(index)];
     }
     /// Throws `Exception` when `index` is not below `size()`.
-    int at(std::uint64_t index) const;
+    [[nodiscard]] int at(std::uint64_t index) const;
     /// The last element; throws `Exception` on an empty vector.
     int& back();
-    int back() const;
+    [[nodiscard]] int back() const;
     int* data() noexcept { return values_.data(); }
     const int* data() const noexcept { return values_.data(); }
 
@@ -68,7 +71,7 @@ class VELTRIX_DATA_API IntVector {
     void removeValue(int value);
     /// Replaces every element equal to `oldValue`.
     void replace(int oldValue, int newValue);
-    bool exists(int value) const;
+    [[nodiscard]] bool exists(int value) const;
     /// Adds `value` to every element (two's complement wrap-around is an `Exception`).
     IntVector& operator+=(int value);
     /// Reproducible random reordering (Fisher-Yates from the last position down, Knuth 1969): at
@@ -77,11 +80,11 @@ class VELTRIX_DATA_API IntVector {
     void shuffle(unsigned seed);
 
     virtual void setName(const WString& name);
-    virtual const WString& getName() const;
+    [[nodiscard]] virtual const WString& getName() const;
     /// "[1, 2, 3]".
-    virtual WString toString() const;
+    [[nodiscard]] virtual WString toString() const;
     /// JSON text: {"type": "IntVector", "version": 1, "name": ..., "values": [...]}.
-    virtual WString toJson() const;
+    [[nodiscard]] virtual WString toJson() const;
     /// Takes back what `toJson` wrote. Throws `Exception` naming the offending key when the text is
     /// damaged or foreign, and leaves the vector as it was.
     virtual void fromJsonString(const WString& json);

@@ -50,10 +50,10 @@ class VELTRIX_DATA_API Matrix {
     Matrix& operator=(Matrix&& other) noexcept;
     virtual ~Matrix();
 
-    int getNumRows() const noexcept { return rows_; }
-    int getNumCols() const noexcept { return cols_; }
-    bool empty() const noexcept { return rows_ == 0 || cols_ == 0; }
-    MatrixOrderType getMatrixOrder() const noexcept { return order_; }
+    [[nodiscard]] int getNumRows() const noexcept { return rows_; }
+    [[nodiscard]] int getNumCols() const noexcept { return cols_; }
+    [[nodiscard]] bool empty() const noexcept { return rows_ == 0 || cols_ == 0; }
+    [[nodiscard]] MatrixOrderType getMatrixOrder() const noexcept { return order_; }
 
     double& operator()(int row, int col) {
         assert(row >= 0 && row < rows_ && col >= 0 && col < cols_);
@@ -65,7 +65,7 @@ class VELTRIX_DATA_API Matrix {
     }
     /// The final element in storage order; throws on an empty matrix.
     double& last();
-    double last() const;
+    [[nodiscard]] double last() const;
     /// Contiguous storage in storage order, rows · cols values.
     double* data() noexcept { return values_.data(); }
     const double* data() const noexcept { return values_.data(); }
@@ -84,22 +84,25 @@ class VELTRIX_DATA_API Matrix {
 
     /// Selections: a new matrix with the chosen rows and columns in the order given, repeats
     /// allowed; an empty set gives 0 rows or columns. `Except` leaves the listed indexes out.
-    Matrix operator()(const IntVector& rows, const IntVector& cols) const;
-    Matrix operator()(const IntVector& rows, Selection::All) const;
-    Matrix operator()(Selection::All, const IntVector& cols) const;
-    Matrix operator()(const Except& rows, const Except& cols) const;
-    Matrix operator()(const Except& rows, Selection::All) const;
-    Matrix operator()(Selection::All, const Except& cols) const;
-    MatrixRow operator()(int row, Selection::All);
-    ConstMatrixRow operator()(int row, Selection::All) const;
-    MatrixColumn operator()(Selection::All, int col);
-    ConstMatrixColumn operator()(Selection::All, int col) const;
+    [[nodiscard]] Matrix operator()(const IntVector& rows, const IntVector& cols) const;
+    [[nodiscard]] Matrix operator()(const IntVector& rows, Selection::All) const;
+    [[nodiscard]] Matrix operator()(Selection::All, const IntVector& cols) const;
+    [[nodiscard]] Matrix operator()(const Except& rows, const Except& cols) const;
+    [[nodiscard]] Matrix operator()(const Except& rows, Selection::All) const;
+    [[nodiscard]] Matrix operator()(Selection::All, const Except& cols) const;
+    /// Live views; a temporary matrix gives none, as it would end before they are used.
+    MatrixRow operator()(int row, Selection::All) &;
+    ConstMatrixRow operator()(int row, Selection::All) const&;
+    ConstMatrixRow operator()(int row, Selection::All) const&& = delete;
+    MatrixColumn operator()(Selection::All, int col) &;
+    ConstMatrixColumn operator()(Selection::All, int col) const&;
+    ConstMatrixColumn operator()(Selection::All, int col) const&& = delete;
     /// Writes `block` at the given rows and columns (block element (i, j) to (rows[i], cols[j])).
     void set(const IntVector& rows, const IntVector& cols, const Matrix& block);
     /// The chosen rows of column `col`.
-    Vector getSubColumn(const IntVector& rows, int col) const;
+    [[nodiscard]] Vector getSubColumn(const IntVector& rows, int col) const;
     /// All values in storage order.
-    Vector getAsDoubleVector() const;
+    [[nodiscard]] Vector getAsDoubleVector() const;
 
     Matrix& operator+=(const Matrix& other);
     Matrix& operator-=(const Matrix& other);
@@ -108,47 +111,51 @@ class VELTRIX_DATA_API Matrix {
     Matrix operator-() const;
     /// Same shape and |difference| ≤ tolerance everywhere; NaN equals nothing, equal infinities
     /// are equal.
-    bool equalTo(const Matrix& other, double tolerance) const;
+    [[nodiscard]] bool equalTo(const Matrix& other, double tolerance) const;
 
     /// Column-pivoted QR factorisation; see `QR`. Throws on NaN or infinite entries.
-    QR qr() const;
+    [[nodiscard]] QR qr() const;
     /// Thin singular value decomposition; see `SVD`. Throws on NaN or infinite entries.
-    SVD svd() const;
+    [[nodiscard]] SVD svd() const;
 
     /// A⁻¹ of a symmetric positive definite matrix (Cholesky). Only the upper triangle is read.
     /// Throws `NumElementsMismatch` when A is not square, `Exception` when it is not positive
     /// definite or not finite.
-    static Matrix inversePositiveDefinite(const Matrix& a);
+    [[nodiscard]] static Matrix inversePositiveDefinite(const Matrix& a);
     /// A⁻¹ from a Cholesky factor: A = UᵀU (`upper`) or A = LLᵀ (`lower`).
-    static Matrix inversePositiveDefiniteFromCholesky(const Matrix& factor,
-                                                      TriangularityType triangle);
+    [[nodiscard]] static Matrix inversePositiveDefiniteFromCholesky(const Matrix& factor,
+                                                                    TriangularityType triangle);
     /// Solves A X = B for symmetric positive definite A; only the upper triangle is read. Solutions
     /// of this and the following systems have the storage order and the name of B.
-    static Matrix solvePositiveDefiniteSystem(const Matrix& a, const Matrix& b);
-    static Vector solvePositiveDefiniteSystem(const Matrix& a, const Vector& b);
-    static Matrix solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, const Matrix& b,
-                                                          TriangularityType triangle);
-    static Vector solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, const Vector& b,
-                                                          TriangularityType triangle);
+    [[nodiscard]] static Matrix solvePositiveDefiniteSystem(const Matrix& a, const Matrix& b);
+    [[nodiscard]] static Vector solvePositiveDefiniteSystem(const Matrix& a, const Vector& b);
+    [[nodiscard]] static Matrix solvePositiveDefiniteSystemFromCholesky(const Matrix& factor,
+                                                                        const Matrix& b,
+                                                                        TriangularityType triangle);
+    [[nodiscard]] static Vector solvePositiveDefiniteSystemFromCholesky(const Matrix& factor,
+                                                                        const Vector& b,
+                                                                        TriangularityType triangle);
     /// Solves T X = αB (`left`) or X T = αB (`right`), with Tᵀ in place of T when `transposeT`.
     /// Only the named triangle of T is read. Throws when a diagonal entry is exactly 0.
-    static Matrix solveTriangularSystem(const Matrix& t, const Matrix& b, SideType side,
-                                        TriangularityType triangle, bool transposeT, double alpha);
-    static Vector solveTriangularSystem(const Matrix& t, const Vector& b, SideType side,
-                                        TriangularityType triangle, bool transposeT, double alpha);
+    [[nodiscard]] static Matrix solveTriangularSystem(const Matrix& t, const Matrix& b,
+                                                      SideType side, TriangularityType triangle,
+                                                      bool transposeT, double alpha);
+    [[nodiscard]] static Vector solveTriangularSystem(const Matrix& t, const Vector& b,
+                                                      SideType side, TriangularityType triangle,
+                                                      bool transposeT, double alpha);
     /// Reduces A x = λ B x to the standard form C z = λ z, given B's Cholesky factor in `b`
     /// (as `Util::cholesky` returns it): C = U⁻ᵀ A U⁻¹, x = U⁻¹ z for B = UᵀU, and
     /// C = L⁻¹ A L⁻ᵀ, x = L⁻ᵀ z for B = LLᵀ. `n` is the order of both; only the named triangle
     /// of A is read; C is returned whole (symmetric).
-    static Matrix standardizeEigenvalueProblem(const Matrix& a, const Matrix& b, int n,
-                                               TriangularityType triangle);
+    [[nodiscard]] static Matrix standardizeEigenvalueProblem(const Matrix& a, const Matrix& b,
+                                                             int n, TriangularityType triangle);
 
     virtual void setName(const WString& name);
-    virtual const WString& getName() const;
+    [[nodiscard]] virtual const WString& getName() const;
     /// One line a row, elements separated by blanks, shortest text that reads back.
-    virtual WString toString() const;
+    [[nodiscard]] virtual WString toString() const;
     /// JSON text with type, version, name, order, rows, cols and the values in storage order.
-    virtual WString toJson() const;
+    [[nodiscard]] virtual WString toJson() const;
     /// Takes back what `toJson` wrote (equal in values, name and order). Throws `Exception` naming
     /// the offending key when the text is damaged or foreign, and leaves the matrix as it was.
     virtual void fromJsonString(const WString& json);

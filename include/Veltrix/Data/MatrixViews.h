@@ -8,6 +8,34 @@
 
 namespace Veltrix {
 
+/// One element of a writable view: reads as a number, and assigning writes into the matrix (throws
+/// `Exception` when the view came from a const matrix).
+class VELTRIX_DATA_API MatrixElement {
+  public:
+    /// `target` is null where nothing may be written.
+    MatrixElement(const double& value, double* target) noexcept : value_(&value), target_(target) {}
+    MatrixElement(const MatrixElement&) = default;
+
+    operator double() const noexcept { return *value_; }  // NOLINT(google-explicit-constructor)
+    /// Copies the value, as every assignment to a view.
+    MatrixElement& operator=(const MatrixElement& other) { return *this = *other.value_; }
+    MatrixElement& operator=(double value) {
+        if (target_ == nullptr) failConst();
+        *target_ = value;
+        return *this;
+    }
+    MatrixElement& operator+=(double value) { return *this = *value_ + value; }
+    MatrixElement& operator-=(double value) { return *this = *value_ - value; }
+    MatrixElement& operator*=(double value) { return *this = *value_ * value; }
+    MatrixElement& operator/=(double value) { return *this = *value_ / value; }
+
+  private:
+    [[noreturn]] static void failConst();
+
+    const double* value_;
+    double* target_;
+};
+
 /// Read-only live view of one row of a matrix. Views stay valid until the matrix is resized,
 /// transposed, assigned or destroyed.
 class VELTRIX_DATA_API ConstMatrixRow {
@@ -18,24 +46,30 @@ class VELTRIX_DATA_API ConstMatrixRow {
     virtual ~ConstMatrixRow();
 
     double operator()(int column) const { return elements_[static_cast<std::size_t>(column)]; }
-    int getNumCols() const noexcept { return static_cast<int>(elements_.size()); }
-    StridedView<const double> elements() const noexcept { return elements_; }
+    [[nodiscard]] int getNumCols() const noexcept { return static_cast<int>(elements_.size()); }
+    [[nodiscard]] StridedView<const double> elements() const noexcept { return elements_; }
 
   private:
     StridedView<const double> elements_;
 };
 
 /// Live view of one row of a matrix; writing through it writes into the matrix. Operands must have
-/// as many elements as the row, otherwise `Exception` is thrown and nothing is written.
+/// as many elements as the row, otherwise `Exception` is thrown and nothing is written. A row of a
+/// const matrix converts to this type, for functions that name it; writing through it throws.
 class VELTRIX_DATA_API MatrixRow : public ConstMatrixRow {
   public:
     explicit MatrixRow(StridedView<double> elements) noexcept
         : ConstMatrixRow(elements), target_(elements) {}
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    MatrixRow(const ConstMatrixRow& readOnly) noexcept : ConstMatrixRow(readOnly) {}
     MatrixRow(const MatrixRow&) = default;
     ~MatrixRow() override;
 
     using ConstMatrixRow::operator();
-    double& operator()(int column) { return target_[static_cast<std::size_t>(column)]; }
+    MatrixElement operator()(int column) {
+        const auto index = static_cast<std::size_t>(column);
+        return {elements()[index], target_.empty() ? nullptr : &target_[index]};
+    }
 
     /// Copies values, as every assignment to a view; source and target may overlap.
     MatrixRow& operator=(const MatrixRow& other);
@@ -52,7 +86,10 @@ class VELTRIX_DATA_API MatrixRow : public ConstMatrixRow {
     MatrixRow& exp();
 
   private:
-    StridedView<double> target_;
+    /// What may be written to; throws `Exception` when that is nothing.
+    StridedView<double> target() const;
+
+    StridedView<double> target_;  // empty for a view of a const matrix
 };
 
 /// Read-only live view of one column of a matrix.
@@ -64,24 +101,31 @@ class VELTRIX_DATA_API ConstMatrixColumn {
     virtual ~ConstMatrixColumn();
 
     double operator()(int row) const { return elements_[static_cast<std::size_t>(row)]; }
-    int getNumRows() const noexcept { return static_cast<int>(elements_.size()); }
-    StridedView<const double> elements() const noexcept { return elements_; }
+    [[nodiscard]] int getNumRows() const noexcept { return static_cast<int>(elements_.size()); }
+    [[nodiscard]] StridedView<const double> elements() const noexcept { return elements_; }
 
   private:
     StridedView<const double> elements_;
 };
 
 /// Live view of one column of a matrix; writing through it writes into the matrix. Operands must
-/// have as many elements as the column, otherwise `Exception` is thrown and nothing is written.
+/// have as many elements as the column, otherwise `Exception` is thrown and nothing is written. A
+/// column of a const matrix converts to this type, for functions that name it; writing through it
+/// throws.
 class VELTRIX_DATA_API MatrixColumn : public ConstMatrixColumn {
   public:
     explicit MatrixColumn(StridedView<double> elements) noexcept
         : ConstMatrixColumn(elements), target_(elements) {}
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    MatrixColumn(const ConstMatrixColumn& readOnly) noexcept : ConstMatrixColumn(readOnly) {}
     MatrixColumn(const MatrixColumn&) = default;
     ~MatrixColumn() override;
 
     using ConstMatrixColumn::operator();
-    double& operator()(int row) { return target_[static_cast<std::size_t>(row)]; }
+    MatrixElement operator()(int row) {
+        const auto index = static_cast<std::size_t>(row);
+        return {elements()[index], target_.empty() ? nullptr : &target_[index]};
+    }
 
     /// Copies values, as every assignment to a view; source and target may overlap.
     MatrixColumn& operator=(const MatrixColumn& other);
@@ -96,7 +140,10 @@ class VELTRIX_DATA_API MatrixColumn : public ConstMatrixColumn {
     MatrixColumn& operator/=(double value);
 
   private:
-    StridedView<double> target_;
+    /// What may be written to; throws `Exception` when that is nothing.
+    StridedView<double> target() const;
+
+    StridedView<double> target_;  // empty for a view of a const matrix
 };
 
 }  // namespace Veltrix

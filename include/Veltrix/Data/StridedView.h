@@ -2,6 +2,7 @@
 
 #include <cassert>
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <iterator>
 #include <ranges>
@@ -86,12 +87,13 @@ class StridedView {
         : base_(other.data()), size_(other.size()), stride_(other.stride()) {}
 
     T* data() const noexcept { return base_; }
-    std::size_t size() const noexcept { return size_; }
-    std::ptrdiff_t stride() const noexcept { return stride_; }
-    bool empty() const noexcept { return size_ == 0; }
-    bool contiguous() const noexcept { return stride_ == 1; }
-    T& operator[](std::size_t index) const {
-        assert(index < size_);
+    [[nodiscard]] std::size_t size() const noexcept { return size_; }
+    [[nodiscard]] std::ptrdiff_t stride() const noexcept { return stride_; }
+    [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
+    [[nodiscard]] bool contiguous() const noexcept { return stride_ == 1; }
+    template <std::integral Index>
+    T& operator[](Index index) const {
+        assert(static_cast<std::size_t>(index) < size_);
         return base_[static_cast<std::ptrdiff_t>(index) * stride_];
     }
     Iterator begin() const noexcept { return {base_, stride_, 0}; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cassert>
+#include <concepts>
 #include <cstdint>
 #include <initializer_list>
 #include <vector>
@@ -10,7 +11,8 @@
 
 namespace Veltrix {
 
-/// A growable sequence of `WString`: column names, class labels, category levels.
+/// A growable sequence of `WString`: column names, class labels, category levels. Element access by
+/// `operator[]`, with an index of any integral type, is unchecked in release builds.
 class VELTRIX_DATA_API StringVector {
   public:
     using value_type = WString;
@@ -20,19 +22,21 @@ class VELTRIX_DATA_API StringVector {
     StringVector(std::uint64_t size, const WString& value) : values_(size, value) {}
     StringVector(std::initializer_list<WString> values) : values_(values) {}
 
-    std::uint64_t size() const noexcept { return values_.size(); }
-    bool empty() const noexcept { return values_.empty(); }
-    WString& operator[](std::uint64_t index) {
-        assert(index < size());
-        return values_[index];
+    [[nodiscard]] std::uint64_t size() const noexcept { return values_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return values_.empty(); }
+    template <std::integral Index>
+    WString& operator[](Index index) {
+        assert(static_cast<std::uint64_t>(index) < size());
+        return values_[static_cast<std::uint64_t>(index)];
     }
-    const WString& operator[](std::uint64_t index) const {
-        assert(index < size());
-        return values_[index];
+    template <std::integral Index>
+    const WString& operator[](Index index) const {
+        assert(static_cast<std::uint64_t>(index) < size());
+        return values_[static_cast<std::uint64_t>(index)];
     }
     /// Throws `Exception` when `index` is not below `size()`.
     WString& at(std::uint64_t index);
-    const WString& at(std::uint64_t index) const;
+    [[nodiscard]] const WString& at(std::uint64_t index) const;
     void push_back(WString value) { values_.push_back(std::move(value)); }
     void reserve(std::uint64_t capacity) { values_.reserve(capacity); }
     void resize(std::uint64_t size) { values_.resize(size); }

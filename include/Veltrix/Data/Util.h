@@ -29,35 +29,35 @@ class VELTRIX_DATA_API Util {
     /// @name Index sets
     /// @{
     /// from, from + 1, …, to − 1; empty when to ≤ from.
-    static IntVector range(int from, int to);
+    [[nodiscard]] static IntVector range(int from, int to);
     /// from, from + step, … up to but excluding `to`; a negative step counts down. Step 0 throws.
-    static IntVector range(int from, int to, int step);
-    static Except except(int index);
-    static Except except(const IntVector& indexes);
-    static IntVector select(const IntVector& values, const Except& leftOut);
-    static Vector select(const Vector& values, const Except& leftOut);
-    static Vector select(const Vector& values, const IntVector& indexes);
+    [[nodiscard]] static IntVector range(int from, int to, int step);
+    [[nodiscard]] static Except except(int index);
+    [[nodiscard]] static Except except(const IntVector& indexes);
+    [[nodiscard]] static IntVector select(const IntVector& values, const Except& leftOut);
+    [[nodiscard]] static Vector select(const Vector& values, const Except& leftOut);
+    [[nodiscard]] static Vector select(const Vector& values, const IntVector& indexes);
     /// Elements of `a` that are not in `b`, in the order of `a` (repeats kept). `sorted` says that
     /// both are ascending, which spares the search structure.
-    static IntVector difference(const IntVector& a, const IntVector& b, bool sorted);
+    [[nodiscard]] static IntVector difference(const IntVector& a, const IntVector& b, bool sorted);
     /// a[b[0]], a[b[1]], …
-    static IntVector bind(const IntVector& a, const IntVector& b);
+    [[nodiscard]] static IntVector bind(const IntVector& a, const IntVector& b);
     /// The distinct values, ascending.
-    static IntVector uniqueElements(const IntVector& values);
-    static StringVector uniqueElements(const StringVector& values);
+    [[nodiscard]] static IntVector uniqueElements(const IntVector& values);
+    [[nodiscard]] static StringVector uniqueElements(const StringVector& values);
     static void replace(IntVector& values, int oldValue, int newValue);
     /// The indexes that sort the vector; equal values keep their order, NaN comes last.
-    static IntVector argSort(const Vector& values, Ordering order);
-    static Vector sort(const Vector& values, Ordering order);
+    [[nodiscard]] static IntVector argSort(const Vector& values, Ordering order);
+    [[nodiscard]] static Vector sort(const Vector& values, Ordering order);
     /// Indexes of the k best elements (largest or smallest), best first; equal values in original
     /// order. `includeTies` adds every further element equal (`equal`) to the k-th; `skipNaN`
     /// leaves NaN entries out (otherwise they come last). Fewer when there are fewer elements;
     /// k ≤ 0 gives none. O(n + k log k).
-    static IntVector kTopIndices(const Vector& values, int k, bool includeTies, bool skipNaN,
-                                 Ordering ordering);
+    [[nodiscard]] static IntVector kTopIndices(const Vector& values, int k, bool includeTies,
+                                               bool skipNaN, Ordering ordering);
     /// The same as rows (index, value), one row an element.
-    static Matrix kTop(const Vector& values, int k, bool includeTies, bool skipNaN,
-                       Ordering ordering);
+    [[nodiscard]] static Matrix kTop(const Vector& values, int k, bool includeTies, bool skipNaN,
+                                     Ordering ordering);
     /// @}
 
     /// @name Sweep and permutation
@@ -69,9 +69,9 @@ class VELTRIX_DATA_API Util {
     static void sweep(Matrix& a, int k);
     /// Each pivot in turn; one that is 0 when its turn comes leaves the sweeps before it done.
     static void sweep(Matrix& a, const IntVector& pivots);
-    static Matrix sweep(const Matrix& a, int k);
+    [[nodiscard]] static Matrix sweep(const Matrix& a, int k);
     /// The last diagonal element of a swept bordered cross-product matrix.
-    static double residualSumOfSquares(const Matrix& swept);
+    [[nodiscard]] static double residualSumOfSquares(const Matrix& swept);
     /// Reorder in place; `permutation` must hold every index once.
     static void permuteRows(Matrix& a, const IntVector& permutation, PermutationType type);
     static void permuteCols(Matrix& a, const IntVector& permutation, PermutationType type);
@@ -81,117 +81,118 @@ class VELTRIX_DATA_API Util {
     /// @{
     /// Sums carry a compensation (Neumaier 1974), so that the result is exact to the last digits
     /// whatever the order of magnitude of the terms. `skipNaN` leaves NaN entries out.
-    static double sum(const Vector& values, bool skipNaN = false);
-    static double sum(const Matrix& values, bool skipNaN = false);
-    static double sum(const ConstMatrixRow& values, bool skipNaN = false);
-    static double sum(const ConstMatrixColumn& values, bool skipNaN = false);
+    [[nodiscard]] static double sum(const Vector& values, bool skipNaN = false);
+    [[nodiscard]] static double sum(const Matrix& values, bool skipNaN = false);
+    [[nodiscard]] static double sum(const ConstMatrixRow& values, bool skipNaN = false);
+    [[nodiscard]] static double sum(const ConstMatrixColumn& values, bool skipNaN = false);
     /// NaN when empty. Equal values have exactly their value as mean.
-    static double mean(const Vector& values);
+    [[nodiscard]] static double mean(const Vector& values);
     /// Mean of every column, length = columns; NaN when there are no rows.
-    static Vector mean(const Matrix& a);
+    [[nodiscard]] static Vector mean(const Matrix& a);
     /// Σwv/Σw; NaN when the weights sum to 0.
-    static double weightedMean(const Vector& values, const Vector& weights);
+    [[nodiscard]] static double weightedMean(const Vector& values, const Vector& weights);
     /// Most frequent number of every column, the smallest on ties; NaN only when all are NaN.
-    static Vector mode(const Matrix& a);
+    [[nodiscard]] static Vector mode(const Matrix& a);
     /// Total sum of squares of all columns about their means.
-    static double SST(const Matrix& a);
+    [[nodiscard]] static double SST(const Matrix& a);
     /// NaN entries are passed over unless all are NaN.
-    static double maxValue(const Vector& values);
-    static double maxValue(const ConstMatrixRow& values);
-    static int maxValue(const IntVector& values);
-    static double minValue(const Vector& values);
-    static double minValue(const ConstMatrixColumn& values);
+    [[nodiscard]] static double maxValue(const Vector& values);
+    [[nodiscard]] static double maxValue(const ConstMatrixRow& values);
+    [[nodiscard]] static int maxValue(const IntVector& values);
+    [[nodiscard]] static double minValue(const Vector& values);
+    [[nodiscard]] static double minValue(const ConstMatrixColumn& values);
     /// First place of the largest (smallest) value; 0 when all are NaN.
-    static int maxIndex(const Vector& values);
-    static int maxIndex(const ConstMatrixRow& values);
-    static int minIndex(const Vector& values);
+    [[nodiscard]] static int maxIndex(const Vector& values);
+    [[nodiscard]] static int maxIndex(const ConstMatrixRow& values);
+    [[nodiscard]] static int minIndex(const Vector& values);
     /// Column minima.
-    static Vector minimum(const Matrix& a);
+    [[nodiscard]] static Vector minimum(const Matrix& a);
     /// Smallest entry above the diagonal of a symmetric matrix, and where it stands: the first in
     /// row-major order of the upper triangle on ties. Needs order 2 or more.
     static double minimum(const Matrix& symmetric, int& row, int& col);
     /// For each row the first column of its least value.
-    static IntVector indexesOfRowMin(const Matrix& a);
+    [[nodiscard]] static IntVector indexesOfRowMin(const Matrix& a);
     /// Sum of every column.
-    static Vector sumColumns(const Matrix& a);
+    [[nodiscard]] static Vector sumColumns(const Matrix& a);
     /// Running sums.
-    static Vector partialSum(const Vector& values);
+    [[nodiscard]] static Vector partialSum(const Vector& values);
     /// 100·value/total.
-    static Vector percentage(const Vector& values);
+    [[nodiscard]] static Vector percentage(const Vector& values);
     /// Entries with |v| ≤ n·ε·max(1, max|v|), n the length; NaN is no such entry.
-    static int countZero(const Vector& values);
-    static int countNaNInfinity(const Vector& values);
-    static double dotProduct(const Vector& a, const Vector& b);
-    static double dotProduct(const ConstMatrixRow& a, const ConstMatrixRow& b);
-    static double dotProduct(const Matrix& a, const Matrix& b);
-    static double innerProduct(const Vector& a);
-    static double innerProduct(const ConstMatrixRow& a);
+    [[nodiscard]] static int countZero(const Vector& values);
+    [[nodiscard]] static int countNaNInfinity(const Vector& values);
+    [[nodiscard]] static double dotProduct(const Vector& a, const Vector& b);
+    [[nodiscard]] static double dotProduct(const ConstMatrixRow& a, const ConstMatrixRow& b);
+    [[nodiscard]] static double dotProduct(const Matrix& a, const Matrix& b);
+    [[nodiscard]] static double innerProduct(const Vector& a);
+    [[nodiscard]] static double innerProduct(const ConstMatrixRow& a);
     /// `squared` asks for the square of the norm. The Euclidean norm neither overflows nor
     /// underflows before its result does.
-    static double norm(const ConstMatrixRow& values, NormType type, bool squared);
-    static double norm(const ConstMatrixColumn& values, NormType type, bool squared);
+    [[nodiscard]] static double norm(const ConstMatrixRow& values, NormType type, bool squared);
+    [[nodiscard]] static double norm(const ConstMatrixColumn& values, NormType type, bool squared);
     /// @}
 
     /// @name Element-wise
     /// @{
-    static Vector absolute(const Vector& values);
-    static Vector exp(const Vector& values);
-    static Matrix exp(const Matrix& values);
-    static Vector ln(const Vector& values);
-    static Matrix ln(const Matrix& values);
-    static Vector sqrt(const Vector& values);
-    static double sqr(double value);
-    static Vector sqr(const Vector& values);
-    static Matrix sqr(const Matrix& values);
-    static Vector power(const Vector& values, double exponent);
+    [[nodiscard]] static Vector absolute(const Vector& values);
+    [[nodiscard]] static Vector exp(const Vector& values);
+    [[nodiscard]] static Matrix exp(const Matrix& values);
+    [[nodiscard]] static Vector ln(const Vector& values);
+    [[nodiscard]] static Matrix ln(const Matrix& values);
+    [[nodiscard]] static Vector sqrt(const Vector& values);
+    [[nodiscard]] static double sqr(double value);
+    [[nodiscard]] static Vector sqr(const Vector& values);
+    [[nodiscard]] static Matrix sqr(const Matrix& values);
+    [[nodiscard]] static Vector power(const Vector& values, double exponent);
     /// Reciprocals.
-    static Vector inverse(const Vector& values);
+    [[nodiscard]] static Vector inverse(const Vector& values);
     /// max(value, c); NaN stays NaN.
-    static Vector maxScalar(const Vector& values, double c);
+    [[nodiscard]] static Vector maxScalar(const Vector& values, double c);
     /// NaN to 0, ±infinity to the largest finite double of that sign.
-    static Matrix nanToNum(const Matrix& values);
+    [[nodiscard]] static Matrix nanToNum(const Matrix& values);
     /// 1/(1 + e⁻ˣ).
-    static Matrix sigmoid(const Matrix& values);
-    static Vector sigmoid(const Vector& values);
-    static Matrix tanh(const Matrix& values);
+    [[nodiscard]] static Matrix sigmoid(const Matrix& values);
+    [[nodiscard]] static Vector sigmoid(const Vector& values);
+    [[nodiscard]] static Matrix tanh(const Matrix& values);
     /// max(x, 0).
-    static Matrix relu(const Matrix& values);
+    [[nodiscard]] static Matrix relu(const Matrix& values);
     /// Softmax of each column, e^(x − max)/Σ, so that no entry overflows.
-    static Matrix softmaxCols(const Matrix& values);
+    [[nodiscard]] static Matrix softmaxCols(const Matrix& values);
     /// @}
 
     /// @name Construction
     /// @{
     /// Ones on the main diagonal, zeros elsewhere.
-    static Matrix eye(int rows, int cols);
-    static Matrix ones(int rows, int cols);
+    [[nodiscard]] static Matrix eye(int rows, int cols);
+    [[nodiscard]] static Matrix ones(int rows, int cols);
     /// The main diagonal, length min(rows, cols).
-    static Vector diag(const Matrix& a);
-    static Matrix transpose(const Matrix& a);
+    [[nodiscard]] static Vector diag(const Matrix& a);
+    [[nodiscard]] static Matrix transpose(const Matrix& a);
     /// Normally distributed entries: MT19937 seeded with `seed`, 53-bit uniforms, polar method
     /// (Marsaglia and Bray 1964), filled in storage order.
-    static Matrix gaussianMatrix(int rows, int cols, MatrixOrderType order, double mean, double sd,
-                                 unsigned seed);
+    [[nodiscard]] static Matrix gaussianMatrix(int rows, int cols, MatrixOrderType order,
+                                               double mean, double sd, unsigned seed);
     /// @}
 
     /// @name Statistics and decompositions
     /// @{
     /// p × p, divisor n − 1, columns centred first; a constant column has variance exactly 0.
     /// Throws `TooFewNumRows` for n < 2.
-    static Matrix covariance(const Matrix& a);
+    [[nodiscard]] static Matrix covariance(const Matrix& a);
     /// p × p; a constant column gives NaN off the diagonal, which is 1 (NaN for a column with NaN).
     /// `absoluteValues` asks for |r|. Throws `TooFewNumRows` for n < 2.
-    static Matrix correlation(const Matrix& a, bool absoluteValues);
+    [[nodiscard]] static Matrix correlation(const Matrix& a, bool absoluteValues);
     /// Cholesky factor U (A = UᵀU) or L (A = LLᵀ), zeros in the other triangle. Only the named
     /// triangle of A is read. Throws when A is not positive definite or not finite.
-    static Matrix cholesky(const Matrix& a, TriangularityType triangle);
-    static SVD svd(const Matrix& a);
+    [[nodiscard]] static Matrix cholesky(const Matrix& a, TriangularityType triangle);
+    [[nodiscard]] static SVD svd(const Matrix& a);
     /// Eigen-decomposition of a symmetric matrix (the upper triangle is read), ascending.
-    static Spectral spectral(const Matrix& a);
+    [[nodiscard]] static Spectral spectral(const Matrix& a);
     /// Statistics of the rows of `a` by group code; see `GroupStatistic`. `groupCovariances` asks
     /// for the covariance of every group, `pooledCovariance` for the pooled covariance and mean.
-    static GroupStatistic groupStatistic(const Matrix& a, const IntVector& groups,
-                                         bool groupCovariances, bool pooledCovariance);
+    [[nodiscard]] static GroupStatistic groupStatistic(const Matrix& a, const IntVector& groups,
+                                                       bool groupCovariances,
+                                                       bool pooledCovariance);
     /// @}
 
     /// @name Distances
@@ -203,25 +204,27 @@ class VELTRIX_DATA_API Util {
     /// 1e-146). Rows with NaN give NaN, infinities what the formula gives. The result has the
     /// storage order of `a`, or the one asked for; neither that nor the orders of `a` and `b`
     /// change a value. Memory beyond the result stays below 1 MiB.
-    static Matrix pairwiseDistance(const Matrix& a, const Matrix& b, bool squared);
-    static Matrix pairwiseDistance(const Matrix& a, const Matrix& b, MatrixOrderType order,
-                                   bool squared);
+    [[nodiscard]] static Matrix pairwiseDistance(const Matrix& a, const Matrix& b, bool squared);
+    [[nodiscard]] static Matrix pairwiseDistance(const Matrix& a, const Matrix& b,
+                                                 MatrixOrderType order, bool squared);
     /// From one point to every row.
-    static Vector pairwiseDistance(const Vector& point, const Matrix& b, bool squared);
+    [[nodiscard]] static Vector pairwiseDistance(const Vector& point, const Matrix& b,
+                                                 bool squared);
     /// All pairs of rows of one matrix; exactly symmetric, with zero diagonal but for rows whose
     /// distance to themselves is not defined (NaN or infinite entries; for the angular types also
     /// rows of length 0, or constant ones). `squared` affects the Euclidean distance only. The
     /// angular types are ½‖u − v‖² of the rows u, v scaled to unit length (and centred, for the
     /// correlation), which keeps its digits for nearly parallel rows.
-    static Matrix pairwiseDistance(const Matrix& a, bool squared, DissimilarityType type);
+    [[nodiscard]] static Matrix pairwiseDistance(const Matrix& a, bool squared,
+                                                 DissimilarityType type);
     /// @}
 
     /// @name Comparisons
     /// @{
     /// a == b, or |a − b| ≤ 1e-12·max(|a|, |b|): only an exact 0 equals 0.
-    static bool equal(double a, double b);
+    [[nodiscard]] static bool equal(double a, double b);
     /// |a| ≤ 2.220446049250313e-16.
-    static bool isZero(double a);
+    [[nodiscard]] static bool isZero(double a);
     /// @}
 };
 
@@ -229,6 +232,6 @@ class VELTRIX_DATA_API Util {
 /// diagonal, no negative entry; 2 = square, symmetric, no negative entry (similarities). Symmetry
 /// is `Util::equal` of the two entries, zero `Util::isZero`. NaN entries do not clear a flag; an
 /// empty matrix has neither.
-VELTRIX_DATA_API int validateDistanceMatrix(const Matrix& distances);
+[[nodiscard]] VELTRIX_DATA_API int validateDistanceMatrix(const Matrix& distances);
 
 }  // namespace Veltrix

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cassert>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -14,9 +15,9 @@
 namespace Veltrix {
 
 /// A growable sequence of doubles with a name. Storage is contiguous and 64-byte aligned.
-/// Element access by `operator[]` is unchecked in release builds; everything else that can be
-/// misused throws `Exception`. Element-wise arithmetic of two vectors needs equal lengths and
-/// throws otherwise; the result has the name of the left operand.
+/// Element access by `operator[]`, with an index of any integral type, is unchecked in release
+/// builds; everything else that can be misused throws `Exception`. Element-wise arithmetic of two
+/// vectors needs equal lengths and throws otherwise; the result has the name of the left operand.
 class VELTRIX_DATA_API Vector {
   public:
     using value_type = double;
@@ -40,22 +41,24 @@ class VELTRIX_DATA_API Vector {
     Vector& operator=(Vector&&) noexcept = default;
     virtual ~Vector();
 
-    std::uint64_t size() const noexcept { return values_.size(); }
-    bool empty() const noexcept { return values_.empty(); }
-    double& operator[](std::uint64_t index) {
-        assert(index < size());
-        return values_[index];
+    [[nodiscard]] std::uint64_t size() const noexcept { return values_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return values_.empty(); }
+    template <std::integral Index>
+    double& operator[](Index index) {
+        assert(static_cast<std::uint64_t>(index) < size());
+        return values_[static_cast<std::uint64_t>(index)];
     }
-    double operator[](std::uint64_t index) const {
-        assert(index < size());
-        return values_[index];
+    template <std::integral Index>
+    double operator[](Index index) const {
+        assert(static_cast<std::uint64_t>(index) < size());
+        return values_[static_cast<std::uint64_t>(index)];
     }
     /// Throws `Exception` when `index` is not below `size()`.
     double& at(std::uint64_t index);
-    double at(std::uint64_t index) const;
+    [[nodiscard]] double at(std::uint64_t index) const;
     /// The last element; throws `Exception` on an empty vector.
     double& back();
-    double back() const;
+    [[nodiscard]] double back() const;
     double* data() noexcept { return values_.data(); }
     const double* data() const noexcept { return values_.data(); }
 
@@ -83,7 +86,7 @@ class VELTRIX_DATA_API Vector {
     Vector& operator/=(double value);
 
     virtual void setName(const WString& name);
-    const WString& getName() const noexcept { return name_; }
+    [[nodiscard]] const WString& getName() const noexcept { return name_; }
 
     iterator begin() noexcept { return data(); }
     iterator end() noexcept { return data() + size(); }

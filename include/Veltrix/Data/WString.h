@@ -1,10 +1,12 @@
 #pragma once
 
-#include <compare>
+#include <cassert>
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Veltrix/Export.h"
 
@@ -16,21 +18,28 @@ namespace Veltrix {
 class VELTRIX_DATA_API WString {
   public:
     WString() = default;
-    WString(const wchar_t* text) : text_(text) {}           // NOLINT(google-explicit-constructor)
+    /// Throws `Exception` for a null pointer.
+    WString(const wchar_t* text);  // NOLINT(google-explicit-constructor)
+    WString(std::nullptr_t) = delete;
     WString(std::wstring text) : text_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
     explicit WString(std::wstring_view text) : text_(text) {}
 
     /// Text from UTF-8. Throws `Exception`, naming the byte offset, when it is not valid UTF-8.
-    static WString fromUtf8(std::string_view utf8);
+    [[nodiscard]] static WString fromUtf8(std::string_view utf8);
     /// The text in UTF-8. A lone surrogate becomes U+FFFD.
-    std::string toUtf8() const;
+    [[nodiscard]] std::string toUtf8() const;
 
     const wchar_t* data() const noexcept { return text_.c_str(); }
-    std::size_t size() const noexcept { return text_.size(); }
-    bool empty() const noexcept { return text_.empty(); }
-    wchar_t operator[](std::size_t index) const { return text_[index]; }
-    std::wstring_view view() const noexcept { return text_; }
-    const std::wstring& str() const noexcept { return text_; }
+    [[nodiscard]] std::size_t size() const noexcept { return text_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return text_.empty(); }
+    /// The unit at an index of any integral type up to `size()`, where it is 0.
+    template <std::integral Index>
+    wchar_t operator[](Index index) const {
+        assert(static_cast<std::size_t>(index) <= size());
+        return text_[static_cast<std::size_t>(index)];
+    }
+    [[nodiscard]] std::wstring_view view() const noexcept { return text_; }
+    [[nodiscard]] const std::wstring& str() const noexcept { return text_; }
 
     WString& operator+=(const WString& other) {
         text_ += other.text_;

@@ -12,11 +12,11 @@ class VELTRIX_EVALUATOR_API Metrics {
     Metrics() = delete;
 
     /// Root of the mean squared difference.
-    static double RMSE(const Vector& actual, const Vector& predicted);
+    [[nodiscard]] static double RMSE(const Vector& actual, const Vector& predicted);
     /// Share of equal labels. `caseSensitive` false compares without regard to case (simple case
     /// folding of each unit, ASCII and Latin, Greek and Cyrillic letters).
-    static double accuracy(const StringVector& actual, const StringVector& predicted,
-                           bool caseSensitive);
+    [[nodiscard]] static double accuracy(const StringVector& actual, const StringVector& predicted,
+                                         bool caseSensitive);
 };
 
 }  // namespace Veltrix

@@ -68,10 +68,11 @@ class Tree : public StoredFamily<Tree> {
         params_.seed = static_cast<int>(seed_);
         Engine::DT::Model& model = tree();
         model.setParams(params_);
-        model.fit(data.training().records.frame, target(data, Part::Training)(Selection::all, 0));
+        const DataFrame trained = target(data, Part::Training);
+        model.fit(data.training().records.frame, trained(Selection::all, 0));
         if (!data.has(Part::Validation)) return;
-        model.prune(data.part(Part::Validation).records.frame,
-                    target(data, Part::Validation)(Selection::all, 0));
+        const DataFrame validated = target(data, Part::Validation);
+        model.prune(data.part(Part::Validation).records.frame, validated(Selection::all, 0));
         model.select(TreeType::bestPruned);
     }
 

@@ -115,7 +115,7 @@ TEST(Tree, EqualCandidatesLeaveTheFirst) {
     const int n = 50;
     Matrix x = wholeNumbers(n, 2, 1000, 5);
     for (int i = 0; i < n; ++i) x(i, 1) = -x(i, 0);
-    Vector y = Convert::toDoubleVector(wholeNumbers(n, 1, 50, 9)(Util::all, 0));
+    Vector y = wholeNumbers(n, 1, 50, 9).getAsDoubleVector();
     Engine::Sampling::ScalableSRS sampler(2, 2);
     const int first = sampler.setSeed(12346).sample()[0];
     DT::Params params = noLimits(2);
@@ -375,7 +375,7 @@ TEST(Tree, DeepTreesArePrunedToTheRoot) {
 
 TEST(Tree, SelectionFollowsTheSequence) {
     const Matrix x = wholeNumbers(200, 4, 30, 3);
-    const Vector y = Convert::toDoubleVector(wholeNumbers(200, 1, 2, 4)(Util::all, 0));
+    const Vector y = wholeNumbers(200, 1, 2, 4).getAsDoubleVector();
     DT::Classification::Model model(noLimits(4));
     model.fit(x, y).prune(x, y);
     const DT::Pruning pruning = model.getPruning();
@@ -420,7 +420,8 @@ TEST(Tree, StoredModelsAnswerAsBefore) {
     EXPECT_EQ(copy.toString(), model.toString());
     EXPECT_EQ(copy.getRoot()->left->records(), model.getRoot()->left->records());
     // Refitting the copy leaves the original alone.
-    copy.fit(x(IntVector{0, 1, 2}, Util::all), frame(IntVector{0, 1, 2}, Util::all)(Util::all, 2));
+    const DataFrame three = frame(IntVector{0, 1, 2}, Util::all);
+    copy.fit(x(IntVector{0, 1, 2}, Util::all), three(Util::all, 2));
     EXPECT_EQ(model.predict(x).size(), 90u);
     // Damage is named and changes nothing.
     const std::string text = model.toJson().toUtf8();
@@ -513,7 +514,8 @@ TEST(Tree, MistakesAreNamed) {
     // Before growth nothing is known.
     EXPECT_EQ(classes.predict(x)[2], L"nan");
     EXPECT_TRUE(std::isnan(DT::Regression::Model().predict(x)[2]));
-    EXPECT_EQ(DT::Regression::Model().findNode(Convert::toDataFrame(x)(0, Util::all)), nullptr);
+    const DataFrame records = Convert::toDataFrame(x);
+    EXPECT_EQ(DT::Regression::Model().findNode(records(0, Util::all)), nullptr);
     // All limits 0 grow a bare root.
     DT::Regression::Model bare;
     EXPECT_EQ(bare.fit(x, {1, 2, 6}).getNumNodes(), 1);

@@ -127,9 +127,8 @@ TEST(KNN, ClassificationReferences) {
             const Matrix expected = toMatrix(given.reference.matrix(prefix + "posterior"));
             EXPECT_TRUE(Convert::toMatrix(found).equalTo(expected, 1e-10)) << name << prefix;
         });
-        given.expectSearches(
-            model, Convert::toStringVector(given.column("class", given.rest)(Util::all, 0)),
-            "misclassified_percent");
+        given.expectSearches(model, Convert::toStringVector(given.column("class", given.rest)),
+                             "misclassified_percent");
     }
 }
 
