@@ -17,7 +17,7 @@ mkl=false
 for argument in "$@"; do
     case $argument in
     --check) check=true ;;
-    --dev) packages+=(clang-14 clang-format-14 clang-tidy-14 doxygen) ;;
+    --dev) packages+=(clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 doxygen) ;;
     --with-mkl) mkl=true && packages+=(libmkl-dev) ;;
     *)
         echo "bootstrap.sh: unknown option $argument; expected --check, --dev or --with-mkl" >&2
