@@ -11,6 +11,7 @@
 #include "data/containers/Checks.h"
 #include "data/containers/Lines.h"
 #include "data/util/NearestList.h"
+#include "data/util/ProgressMeter.h"
 #include "support/kernels/Arrays.h"
 
 namespace Veltrix {
@@ -224,12 +225,16 @@ void Search::run(std::int64_t first, std::int64_t count) {
     loadPoints(first, count);
     for (NearestList& list : lists_) list.clear();
     const std::int64_t rows = rows_.getNumRows();
+    ProgressMeter meter("Comparing records", static_cast<std::uint64_t>(rows));
     for (std::int64_t row = 0; row < rows;) {
         const std::int64_t block =
             std::min({std::max(row / 4, kShortestBlock), blockSize_, rows - row});
         loadRows(row, block);
         for (std::int64_t panel = 0; panel < count; panel += kNearOuter) searchBlock(panel, row);
         row += block;
+        // A row is copied, and each product takes a part of a nanosecond.
+        meter.add(static_cast<std::uint64_t>(block * depth_ * (4 + count / 8)),
+                  static_cast<std::uint64_t>(block));
     }
 }
 
@@ -297,16 +302,19 @@ void visitNearestRows(const Matrix& points, const Matrix& rows, int k, bool incl
     const int wanted = std::clamp(k, 1, std::max(rows.getNumRows(), 1));
     Search search(points, rows, wanted, includeTies);
     const auto batch = static_cast<int>(search.batchSize());
+    ProgressMeter meter("Finding neighbours", static_cast<std::uint64_t>(count));
     for (int first = 0; first < count; first += batch) {
         const int inBatch = std::min(batch, count - first);
         search.run(first, inBatch);
         for (int i = 0; i < inBatch; ++i) {
             if (k >= 1 && search.complete(i)) {
                 visit(first + i, search.take(i));
+                meter.add(100 + 10 * static_cast<std::uint64_t>(wanted), 1);
             } else {
                 const Vector point = Convert::toDoubleVector(points(first + i, Util::all));
                 visit(first + i, Util::kTop(Util::pairwiseDistance(point, rows, true), k,
                                             includeTies, skipNaN, Ordering::smallestFirst));
+                meter.add(10 * static_cast<std::uint64_t>(rows.getNumRows()), 1);
             }
         }
     }

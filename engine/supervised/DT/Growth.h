@@ -13,6 +13,7 @@
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Engine/DT.h"
 #include "Veltrix/Engine/Sampling.h"
+#include "data/util/ProgressMeter.h"
 #include "engine/supervised/DT/CategorySearch.h"
 #include "engine/supervised/DT/Features.h"
 #include "engine/supervised/DT/SortedColumns.h"
@@ -50,7 +51,8 @@ class Growth {
           target_(std::move(target)),
           numCategories_(std::move(categories.counts)),
           codes_(std::move(categories.codes)),
-          sorted_(features, numCategories_),
+          meter_("Growing the tree", static_cast<std::uint64_t>(features.numRows())),
+          sorted_(features, numCategories_, meter_),
           training_(std::make_shared<TrainingRecord>(target_.makeRecord())),
           goesLeft_(static_cast<std::size_t>(features.numRows())),
           scratch_(goesLeft_.size()),
@@ -92,6 +94,7 @@ class Growth {
     Target target_;
     std::vector<int> numCategories_;
     std::vector<std::vector<int>> codes_;
+    ProgressMeter meter_;  ///< counts the records of leaves
     SortedColumns sorted_;
     std::shared_ptr<TrainingRecord> training_;
     std::vector<std::uint8_t> goesLeft_;  ///< by record
@@ -135,7 +138,10 @@ void Growth<Target>::grow() {
         const bool allowed = splits < params_.maxSplits && level < params_.maxLevels &&
                              std::int64_t{tree_.numNodes} < std::int64_t{params_.maxNodes} - 1;
         if (!allowed) break;  // none of the limits is ever lifted again
-        if (!split(node)) continue;
+        if (!split(node)) {
+            meter_.add(0, static_cast<std::uint64_t>(node.numRecords));
+            continue;
+        }
         level = node.depth + 1;
         ++splits;
         tree_.accumulators[static_cast<std::uint64_t>(node.splitVariable)] += totalRisk;
@@ -156,7 +162,10 @@ bool Growth<Target>::split(Node& node) {
                     static_cast<std::uint32_t>(tree_.numNodes));
     Split best;
     best.scoreToExceed = target_.begin(node, recordsOf(node), *training_);
-    for (const int column : sampler.sample()) trySplits(node, column, best);
+    for (const int column : sampler.sample()) {
+        trySplits(node, column, best);
+        meter_.add(100 + 5 * static_cast<std::uint64_t>(node.numRecords), 0);
+    }
     if (!best.found()) return false;
 
     node.splitVariable = best.column;
@@ -197,6 +206,7 @@ void Growth<Target>::trySplits(const Node& node, int column, Split& best) {
     totals_.gather(target_, recordsOf(node), codes_[j]);
     if (totals_.present().size() < 2) return;
     if (categories <= kMostEnumerated) {
+        meter_.add(std::uint64_t{10} << totals_.present().size(), 0);
         tryAllSubsets(target_, totals_, leastChild_, column, best);
     } else {
         tryOrderedSubsets(target_, totals_, leastChild_, column, best);

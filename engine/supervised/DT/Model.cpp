@@ -147,8 +147,10 @@ Model& Model::prune(const Matrix& features, const Vector& response) {
     const std::vector<Node*> nodes = nodesById(*root_);
     PruningRollback rollback(nodes);
     computeBranchStrength();
-    PrunedSequence sequence = cutWeakestLinks(*root_);
-    addErrors(nodes, fillNumValidationRecords(nodes, features, response), sequence);
+    ProgressMeter meter("Pruning the tree", nodes.size() / 2 + response.size());
+    PrunedSequence sequence = cutWeakestLinks(*root_, meter);
+    const Vector errors = fillNumValidationRecords(nodes, features, response, meter);
+    addErrors(nodes, errors, sequence, meter);
     sequence.pruning.numValidationRecords = features.getNumRows();
     sequence.pruning.findMinErrorTree();
     rollback.keep();
@@ -159,19 +161,21 @@ Model& Model::prune(const Matrix& features, const Vector& response) {
 }
 
 Vector Model::fillNumValidationRecords(const std::vector<Node*>& nodes, const Matrix& features,
-                                       const Vector& response) const {
+                                       const Vector& response, ProgressMeter& meter) const {
     const Vector predictions = predictionsAt({nodes.begin(), nodes.end()});
     for (Node* node : nodes) node->numValidationRecords = 0;
     Vector errors(nodes.size());
     for (int i = 0; i < features.getNumRows(); ++i) {
         const double actual = response[static_cast<std::uint64_t>(i)];
         const Node* node = root_.get();
-        while (node != nullptr) {
+        std::uint64_t steps = 0;
+        for (; node != nullptr; ++steps) {
             const auto place = static_cast<std::uint64_t>(node->id - 1);
             ++nodes[place]->numValidationRecords;
             errors[place] += predictionError(predictions[place], actual);
             node = node->isLeaf() ? nullptr : &child(*node, features(i, node->splitVariable));
         }
+        meter.add(10 * steps, 1);
     }
     return errors;
 }

@@ -45,11 +45,13 @@ void splitEntries(std::span<SortedColumns::Entry> entries, const std::uint8_t* l
 
 }  // namespace
 
-SortedColumns::SortedColumns(const Features& features, const std::vector<int>& numCategories)
+SortedColumns::SortedColumns(const Features& features, const std::vector<int>& numCategories,
+                             ProgressMeter& meter)
     : columns_(numCategories.size()), scratch_(static_cast<std::size_t>(features.numRows())) {
     for (std::size_t j = 0; j < numCategories.size(); ++j) {
         if (numCategories[j] == 0) {
             columns_[j] = sortedEntries(features.column(static_cast<int>(j)));
+            meter.add(20 * scratch_.size(), 0);
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "data/util/ProgressMeter.h"
 #include "engine/supervised/DT/Features.h"
 
 namespace Veltrix::Engine::DT {
@@ -20,7 +21,8 @@ class SortedColumns {
     static std::uint32_t recordOf(Entry entry) { return entry & ~kNewValue; }
 
     /// Sorts the columns for which `numCategories` is 0.
-    SortedColumns(const Features& features, const std::vector<int>& numCategories);
+    SortedColumns(const Features& features, const std::vector<int>& numCategories,
+                  ProgressMeter& meter);
 
     /// Entries [first, first + count) of a column.
     std::span<const Entry> range(int column, std::size_t first, std::size_t count) const {

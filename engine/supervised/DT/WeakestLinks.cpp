@@ -7,7 +7,7 @@
 
 namespace Veltrix::Engine::DT {
 
-PrunedSequence cutWeakestLinks(Node& root) {
+PrunedSequence cutWeakestLinks(Node& root, ProgressMeter& meter) {
     constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
     PrunedSequence result;
     Pruning& sequence = result.pruning;
@@ -30,9 +30,11 @@ PrunedSequence cutWeakestLinks(Node& root) {
         // Rounding must not leave the node uncut at the complexity of its own tree.
         const double last = sequence.complexity.back();
         if (!(node->strength <= last)) node->strength = last;
+        const int decisions = node->leaves - 1;
         node->init();
         result.cuts.push_back({node, sequence.numTrees() - 1});
         for (std::size_t k = path.size(); k-- > 0;) path[k]->update();
+        meter.add(10 + 10 * path.size(), static_cast<std::uint64_t>(decisions));
     }
     // The number of leaves was noted when a tree was complete and the next one began.
     sequence.numLeaves.push_back(root.leaves);
@@ -43,7 +45,8 @@ PrunedSequence cutWeakestLinks(Node& root) {
 
 /// The error of a tree is the sum over its leaves. Sums are kept for every subtree, so that a cut
 /// changes those on the way to the root only, and not at all where no record falls.
-void addErrors(const std::vector<Node*>& nodes, const Vector& own, PrunedSequence& sequence) {
+void addErrors(const std::vector<Node*>& nodes, const Vector& own, PrunedSequence& sequence,
+               ProgressMeter& meter) {
     const auto place = [](const Node* node) { return static_cast<std::size_t>(node->id - 1); };
     std::vector<Node*> parents(nodes.size(), nullptr);
     Vector below = own;
@@ -60,9 +63,12 @@ void addErrors(const std::vector<Node*>& nodes, const Vector& own, PrunedSequenc
     for (int tree = 0; tree < sequence.pruning.numTrees(); ++tree) {
         for (; cut != sequence.cuts.end() && cut->tree == tree; ++cut) {
             below[place(cut->node)] = own[place(cut->node)];
+            std::uint64_t steps = 1;
             for (Node* up = parents[place(cut->node)]; up != nullptr; up = parents[place(up)]) {
                 addChildren(up);
+                ++steps;
             }
+            meter.add(5 * steps, 0);
         }
         sequence.pruning.errors[static_cast<std::uint64_t>(tree)] = below[0];
     }

@@ -4,6 +4,7 @@
 
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Engine/DT/Tree.h"
+#include "data/util/ProgressMeter.h"
 
 /// @file
 /// The steps of cost-complexity pruning.
@@ -25,12 +26,13 @@ struct PrunedSequence {
     std::vector<Cut> cuts;
 };
 
-/// Cuts the weakest link, one after the other, down to the root. The strengths of the grown tree
-/// are in place.
-PrunedSequence cutWeakestLinks(Node& root);
+/// Cuts the weakest link, one after the other, down to the root; each counts the decision nodes
+/// that go with it. The strengths of the grown tree are in place.
+PrunedSequence cutWeakestLinks(Node& root, ProgressMeter& meter);
 
 /// Fills in the validation error of every tree; `own` is that of every node as a leaf.
-void addErrors(const std::vector<Node*>& nodes, const Vector& own, PrunedSequence& sequence);
+void addErrors(const std::vector<Node*>& nodes, const Vector& own, PrunedSequence& sequence,
+               ProgressMeter& meter);
 
 /// Puts back what pruning changes in the nodes of a tree, unless it is told to keep it.
 class PruningRollback {

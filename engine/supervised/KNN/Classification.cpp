@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Veltrix/Data/Convert.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/ClassPrediction.h"
 #include "Veltrix/Engine/KNN.h"
@@ -217,12 +218,14 @@ Model::KSearchInfo Model::kSearch(const Matrix& records, const StringVector& act
         });
     const Vector priors = getPriorVector();
     Vector errors;
+    ProgressPhase phase("Evaluating every k", posteriors.size());
     for (Posteriors& ofK : posteriors) {
         const DataFrame predicted = Veltrix::Classification::Engine::predict(
             toFrame(records, getClasses(), std::move(ofK)), priors, getSuccessClass(),
             getSuccessProbabilityCutoff());
         errors.push_back(
             100.0 - 100.0 * Metrics::accuracy(actual, Convert::toStringVector(predicted), true));
+        phase.advance();
     }
     return Engine::KNN::searchInfo(std::move(errors), maxK, kMeasure);
 }

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
+#include <stdexcept>
 
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Data/NearestRows.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "engine/core/Checks.h"
 
@@ -73,12 +76,15 @@ void visitNeighbours(const Model& model, const Matrix& records, const Query& que
     try {
         visitNearestRows(records, features, k, query.includeTies, query.skipNaN, score);
         return;
-    } catch (...) {  // most likely memory: one record at a time needs least of it
+    } catch (const std::bad_alloc&) {     // one record at a time needs least
+    } catch (const std::length_error&) {  // sizes beyond the address space
     }
+    ProgressPhase phase("Finding neighbours", static_cast<std::uint64_t>(records.getNumRows()));
     for (int i = 0; i < records.getNumRows(); ++i) {
         const Vector record = Convert::toDoubleVector(records(i, Veltrix::Util::all));
         score(i, Veltrix::Util::kTop(Veltrix::Util::pairwiseDistance(record, features, true), k,
                                      query.includeTies, query.skipNaN, Ordering::smallestFirst));
+        phase.advance();
     }
 }
 

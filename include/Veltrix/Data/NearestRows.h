@@ -22,7 +22,7 @@ namespace Veltrix {
 /// among the distances, hundreds of ties) are compared with all rows one by one.
 /// O(points · rows · columns) time. Memory, up to 1000 columns: 16 bytes for each neighbour of up
 /// to 1000 points at a time (of fewer when k is above 64), less than 1 MiB besides, up to 20 MiB
-/// with ties, and 8 bytes a row for those compared one by one.
+/// with ties, and 8 bytes a row for those compared one by one. Reports progress.
 VELTRIX_DATA_API void visitNearestRows(
     const Matrix& points, const Matrix& rows, int k, bool includeTies, bool skipNaN,
     const std::function<void(int point, const Matrix& nearest)>& visit);

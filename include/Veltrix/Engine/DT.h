@@ -30,6 +30,10 @@
 /// more than rounding, so of equal candidates the first wins: in the order of the sampled columns,
 /// then ascending thresholds, or subsets in ascending order of their bit masks over the codes.
 
+namespace Veltrix {
+class ProgressMeter;
+}
+
 namespace Veltrix::Engine::DT {
 
 /// What limits and steers the growth. The limits are 0 until set, which grows a bare root.
@@ -166,7 +170,7 @@ class VELTRIX_ENGINE_API Model : public BinaryTree, public JSON::Storable {
   private:
     const Node& child(const Node& node, double value) const;
     Vector fillNumValidationRecords(const std::vector<Node*>& nodes, const Matrix& features,
-                                    const Vector& response) const;
+                                    const Vector& response, ProgressMeter& meter) const;
 
     friend struct TreeFields;
 };

@@ -38,8 +38,8 @@
 /// columns differs from training, or k is below 1. The time is
 /// O(m n p). Memory beyond the result stays below 32 MiB plus 200 bytes for each of the k
 /// neighbours and 16 for each training record, whatever m; when an allocation fails the records are
-/// scored one by one, which needs least, with the same results. A fitted model may be read from
-/// several threads.
+/// scored one by one, which needs least, with the same results. Queries report progress. A fitted
+/// model may be read from several threads.
 
 namespace Veltrix::Engine {
 

@@ -109,20 +109,26 @@ TEST(Tree, RootSplitHasTheBestMeasureOfAllCandidates) {
     }
 }
 
+// The second column is the first one mirrored, so that every split of it ties, but sums are formed
+// in another order.
 TEST(Tree, EqualCandidatesLeaveTheFirst) {
-    // The second column is the first one mirrored, so that every split of it ties, and the response
-    // is far from 0, where sums lose digits.
     const int n = 50;
     Matrix x = wholeNumbers(n, 2, 1000, 5);
     for (int i = 0; i < n; ++i) x(i, 1) = -x(i, 0);
-    Vector y = wholeNumbers(n, 1, 50, 9).getAsDoubleVector();
     Engine::Sampling::ScalableSRS sampler(2, 2);
     const int first = sampler.setSeed(12346).sample()[0];
-    DT::Params params = noLimits(2);
-    DT::Regression::Model model(params);
+    for (unsigned seed = 1; seed <= 30; ++seed) {
+        const Vector y = Convert::toDoubleVector(wholeNumbers(n, 1, 5, seed)(Util::all, 0));
+        DT::Classification::Model classes(noLimits(2));
+        classes.setPrior({{L"0", 0.1}, {L"1", 0.3}, {L"2", 0.15}, {L"3", 0.25}, {L"4", 0.2}});
+        EXPECT_EQ(classes.fit(x, y).getRoot()->splitVariable, first) << seed;
+    }
+    // The response is far from 0, where sums lose digits.
+    const Vector y = Convert::toDoubleVector(wholeNumbers(n, 1, 50, 9)(Util::all, 0));
+    DT::Regression::Model model(noLimits(2));
     model.fit(x, y);
     EXPECT_EQ(model.getRoot()->splitVariable, first);
-    DT::Regression::Model shifted(params);
+    DT::Regression::Model shifted(noLimits(2));
     shifted.fit(x, y + 1e9);
     const auto a = model.getNodes();
     const auto b = shifted.getNodes();
@@ -247,6 +253,8 @@ TEST(Tree, MissingNumbersGoRight) {
     params.categorical = {0};
     model.setParams(params).fit(oneColumn({0, 0, 0, 3, 3}), {1, 1, 1, 5, 5});
     EXPECT_EQ(model.predict(oneColumn({3, 1, 7, -1, 0.5})), (Vector{5, 1, 1, 1, 1}));
+    // Of children with equal records the left one.
+    EXPECT_EQ(model.fit(oneColumn({0, 0, 3, 3}), {9, 9, 5, 5}).predict(oneColumn({7}))[0], 9.0);
 }
 
 /// A frame of one text column, one column of numbers and a response that follows the text.
@@ -350,6 +358,25 @@ TEST(Tree, ManyLevelsCostNoMoreThanTheirOrder) {
     EXPECT_LT(seconds.count(), 10.0);
 }
 
+TEST(Tree, GrowthAndPruningReportAndEndWhenAsked) {
+    const Matrix x = Util::gaussianMatrix(20000, 12, MatrixOrderType::columnMajor, 0.0, 1.0, 1);
+    const Vector y = x.getSubColumn(Util::range(0, 20000), 11);
+    const Matrix features = x(Util::all, Util::range(0, 11));
+    DT::Regression::Model model(noLimits());
+    model.fit(oneColumn({1, 2, 3}), {1, 2, 3});
+    const WString before = model.toJson();
+    int reports = 0;
+    std::string phase;
+    const ProgressScope scope([&](const Progress& progress) {
+        phase = progress.phase;
+        EXPECT_LE(progress.fraction, 1.0);
+        return ++reports % 2 == 1;
+    });
+    EXPECT_THROW(model.fit(features, y), Cancelled);
+    EXPECT_EQ(phase, "Growing the tree");
+    EXPECT_EQ(model.toJson(), before);
+}
+
 TEST(Tree, DeepTreesArePrunedToTheRoot) {
     // Of alternating classes the best split takes one record off: a chain as deep as the data.
     const int n = 2000;
@@ -362,6 +389,12 @@ TEST(Tree, DeepTreesArePrunedToTheRoot) {
     DT::Classification::Model model(noLimits());
     model.fit(oneColumn(x), y);
     EXPECT_GT(model.getNodes().back()->depth, n / 2);
+    {
+        const WString before = model.toJson();
+        const ProgressScope scope([](const Progress&) { return false; });
+        EXPECT_THROW(model.prune(Matrix(200000, 1, 1.0 * n), Vector(200000, 1.0)), Cancelled);
+        EXPECT_EQ(model.toJson(), before);
+    }
     model.prune(oneColumn(x), y);
     EXPECT_EQ(model.getPruning().numDecisionNodes.back(), 0);
     DT::Classification::Model copy = model;
@@ -412,32 +445,41 @@ TEST(Tree, StoredModelsAnswerAsBefore) {
     model.setPrior({{L"no", 0.3}, {L"yes", 0.7}}).setSuccessClass(L"yes");
     model.fit(x, frame(Util::all, 2)).prune(x, frame(Util::all, 2));
     model.select(DecisionTree::TreeType::bestPruned);
-    DT::Classification::Model copy;
-    copy.fromJsonString(model.toJson());
-    EXPECT_EQ(copy.toJson(), model.toJson());
-    EXPECT_EQ(copy.posteriorProbability(x).getAsDoubleVector(),
-              model.posteriorProbability(x).getAsDoubleVector());
-    EXPECT_EQ(copy.toString(), model.toString());
-    EXPECT_EQ(copy.getRoot()->left->records(), model.getRoot()->left->records());
-    // Refitting the copy leaves the original alone.
-    const DataFrame three = frame(IntVector{0, 1, 2}, Util::all);
-    copy.fit(x(IntVector{0, 1, 2}, Util::all), three(Util::all, 2));
-    EXPECT_EQ(model.predict(x).size(), 90u);
-    // Damage is named and changes nothing.
     const std::string text = model.toJson().toUtf8();
+    const auto replaced = [&](const std::string& from, const std::string& to) {
+        std::string result = text;
+        const auto place = result.find(from);
+        EXPECT_NE(place, std::string::npos) << from;
+        return WString::fromUtf8(result.replace(place, from.size(), to));
+    };
+    // Earlier files hold prior/total, 36 records being sweet.
+    const WString earlier =
+        replaced("\"classPriors\":[0.29999999999999999,0.69999999999999996]",
+                 "\"classWeights\":[0.0055555555555555558,0.019444444444444445]");
+    for (const WString& each : {model.toJson(), earlier}) {
+        DT::Classification::Model copy;
+        copy.fromJsonString(each);
+        EXPECT_EQ(copy.posteriorProbability(x).getAsDoubleVector(),
+                  model.posteriorProbability(x).getAsDoubleVector());
+        EXPECT_EQ(copy.toString(), model.toString());
+        EXPECT_EQ(copy.getRoot()->left->records(), model.getRoot()->left->records());
+        EXPECT_TRUE(allNear(copy.getRoot()->classProbabilities(), Vector{0.3, 0.7}, {1e-15, 0.0}));
+        // Columns in another order are matched by name, by frame, row and in pruning.
+        const DataFrame swapped = x(Util::all, IntVector{1, 0});
+        EXPECT_EQ(copy.predict(swapped), model.predict(x));
+        EXPECT_EQ(copy.findNodes(swapped), model.findNodes(x));
+        EXPECT_EQ(copy.findNode(swapped(7, Util::all))->id, model.findNodes(x)[7]);
+        copy.prune(swapped, frame(Util::all, 2));
+        EXPECT_EQ(copy.getPruning().errors, model.getPruning().errors);
+    }
     const std::pair<const char*, const char*> damages[] = {
         {"\"splitVariable\":[0", "\"splitVariable\":[7"},
         {"\"numRecords\":[90", "\"numRecords\":[91"},
-        {"\"riskLog\"", "\"risklog\""},
         {"\"depth\":[0,1", "\"depth\":[0,2147483647"},
         {"\"numDecisionNodes\":[", "\"numDecisionNodes\":[99"},
     };
     for (const auto& [from, to] : damages) {
-        std::string damaged = text;
-        const auto place = damaged.find(from);
-        ASSERT_NE(place, std::string::npos) << from;
-        damaged.replace(place, std::string(from).size(), to);
-        EXPECT_THROW(model.fromJsonString(WString::fromUtf8(damaged)), Exception) << to;
+        EXPECT_THROW(model.fromJsonString(replaced(from, to)), Exception) << to;
     }
     EXPECT_EQ(model.toJson().toUtf8(), text);
 }

@@ -190,6 +190,18 @@ TEST(KNN, SpecialRecords) {
     EXPECT_TRUE(allNear(numbers(search.searchLog),
                         Vector{0.5, 2.5 / 3, 2.5 / 3, 2.25, 4.7, 4.7, 4.7}, within));
     EXPECT_EQ(search.searchLog(L"7", L"RMSE").toDouble(), search.searchLog(4, 0).toDouble());
+    // Labels are compared with case; those without neighbours are predicted by the priors.
+    Classifier lower;
+    lower.fit(Matrix(3, 1, 5.0), {L"a", L"b", L"b"});
+    const Matrix two(2, 1, Vector{5, kNaN});
+    const auto classes = lower.kSearch(two, {L"A", L"b"}, 1, false, true, kEqual);
+    EXPECT_EQ(classes.searchLog(0, 0).toDouble(), 50.0);
+    // Before a fit nothing is known, of the length asked for.
+    const auto unfitted = Regressor().kSearch(two, Vector(2), 3, true, false, kEqual);
+    EXPECT_EQ(unfitted.bestK, 0);
+    EXPECT_TRUE(allNear(numbers(unfitted.searchLog), Vector(3, kNaN), within));
+    EXPECT_TRUE(allNear(numbers(Regressor().predict(two, 3, true, false, kEqual)), Vector(2, kNaN),
+                        within));
 }
 
 TEST(KNN, FailingAllocationsChangeNothing) {
@@ -233,6 +245,10 @@ TEST(KNN, BadInputIsRefused) {
          [&] {
              m.fit(kLine, kLabels, Vector{1, -1, 1, 1, 1});
          }},
+        {"record 0 is inf",
+         [&] {
+             m.fit(kLine, kLabels, Vector{1 / 0.0, 1, 1, 1, 1});
+         }},
         {"5 responses, 3 expected", [&] { scored(half, kLine, 1); }},
     };
     for (const auto& [text, act] : cases) {
@@ -243,51 +259,48 @@ TEST(KNN, BadInputIsRefused) {
     EXPECT_EQ(m.toJson(), before);
 }
 
-/// Replaces a part of the stored text and expects that reading it names the key.
-template <class Model>
-void expectDamageNamed(const Model& model, const std::string& part, const std::string& damage,
-                       const std::string& key) {
-    const std::string good = model.toJson().toUtf8();
-    const std::size_t place = good.find(part);
-    ASSERT_NE(place, std::string::npos) << part << " in " << good;
-    Model victim = model;
-    const std::string message = refusal([&] {
-        victim.fromJsonString(
-            WString::fromUtf8(std::string(good).replace(place, part.size(), damage)));
-    });
-    EXPECT_NE(message.find(key), std::string::npos) << damage << ": " << message;
-    EXPECT_EQ(victim.toJson().toUtf8(), good);
-}
-
-TEST(KNN, StorageAndCopies) {
-    Matrix x = kLine;
-    x(4, 0) = kNaN;
+TEST(KNN, StoredModelsAnswerAsBefore) {
+    const Matrix x(5, 2, Vector{0, 1, -1, 2, 3, 5, 6, 7, 8, 9});
+    const DataFrame training = Convert::toDataFrame(x, {L"first", L"second"});
+    DataFrame response;
+    response.append(kLabels);
     Classifier model;
     model.setPrior(L"a", 0.7).setPrior(L"b", 0.2).setPrior(L"c", 0.1).setSuccessClass(L"b");
-    model.fit(x, kLabels, Vector{1, 2, 1, 1, 1});
+    model.fit(training, response(Util::all, 0));
     Classifier restored;
     restored.fromJsonString(model.toJson());
-    EXPECT_EQ(restored.toJson(), model.toJson());
-    EXPECT_EQ(scored(restored, kLine, 3), scored(model, kLine, 3));
-    expectDamageNamed(model, "[0,1,2,1,0]", "[0,1,2,1,3]", "response");
-    expectDamageNamed(model, "[0,1,2,1,0]", "[0,1,2,1]", "response");
-    expectDamageNamed(model, "\"rows\":5", "\"rows\":-5", "rows");
-    expectDamageNamed(model, "\"values\":[", "\"values\":[1,", "values");
-    expectDamageNamed(model, "\"priors\":[", "\"priors\":[1,", "priors");
-    expectDamageNamed(model, "Classification", "Regression", "type");
-    // A copy goes its own way; a second fit keeps classes, priors and weights.
-    Classifier copy = model;
-    copy.fit(kLine, StringVector(5, L"b"));
-    EXPECT_TRUE(isNear(Util::sum(copy.getWeights()), copy.getPrior(L"b"), {1e-14, 0.0}));
-    EXPECT_EQ(restored.toJson(), model.toJson());
+    EXPECT_EQ(scored(restored, x, 3), scored(model, x, 3));
+    // Columns in another order are matched by name, unless the fit was on a matrix.
+    const DataFrame swapped = training(Util::all, IntVector{1, 0});
+    const auto ofFrame = [](const Classifier& m, const DataFrame& frame) {
+        return numbers(m.posteriorProbability(frame, 2, true, false, kInverse));
+    };
+    EXPECT_EQ(ofFrame(restored, swapped), ofFrame(model, training));
+    const auto found = restored.kSearch(swapped, response(Util::all, 0), 2, true, false, kInverse);
+    EXPECT_EQ(found.searchLog(0, 0).toDouble(), 0.0);
+    EXPECT_NE(ofFrame(restored.setTrainingFeatures(x), swapped), ofFrame(model, training));
+    // A second fit keeps classes, priors and weights.
+    restored.fit(x, StringVector(5, L"b"));
+    EXPECT_TRUE(isNear(Util::sum(restored.getWeights()), restored.getPrior(L"b"), {1e-14, 0.0}));
+    std::string damaged = model.toJson().toUtf8();
+    const std::size_t place = damaged.find("[0,1,2,1,0]");
+    ASSERT_NE(place, std::string::npos);
+    damaged.replace(place, 11, "[0,1,2,1,3]");
+    EXPECT_NE(refusal([&] { model.fromJsonString(WString::fromUtf8(damaged)); }).find("response"),
+              std::string::npos);
+}
 
-    Regressor regressor;
-    regressor.fit(x, Vector{1, 2, 3, 4, 5});
-    Regressor again;
-    again.fromJsonString(regressor.toJson());
-    EXPECT_EQ(numbers(again.predict(kLine, 2, true, false, kInverse)),
-              numbers(regressor.predict(kLine, 2, true, false, kInverse)));
-    expectDamageNamed(regressor, "\"weights\":[", "\"weights\":[1,", "weights");
+TEST(KNN, QueriesReportAndEndWhenAsked) {
+    const Matrix x = Util::gaussianMatrix(30000, 20, MatrixOrderType::columnMajor, 0.0, 1.0, 1);
+    Regressor model;
+    model.fit(x, Vector(30000, 1.0));
+    std::string phase;
+    const ProgressScope scope([&](const Progress& progress) {
+        phase = progress.phase;
+        return false;
+    });
+    EXPECT_THROW(model.predict(x, 5, true, false, kInverse), Cancelled);
+    EXPECT_EQ(phase, "Finding neighbours");
 }
 
 }  // namespace
