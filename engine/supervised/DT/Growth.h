@@ -178,7 +178,8 @@ bool Growth<Target>::split(Node& node) {
     partitionRecords(records, goesLeft_.data(), scratch_.data());
     labelChildren(node, numLeft);
     if (canSplit(*node.left) || canSplit(*node.right)) {
-        sorted_.split(static_cast<std::size_t>(node.firstRecord), records.size(), goesLeft_.data());
+        sorted_.split(static_cast<std::size_t>(node.firstRecord), records.size(), goesLeft_.data(),
+                      meter_);
     }
     return true;
 }

@@ -56,9 +56,12 @@ SortedColumns::SortedColumns(const Features& features, const std::vector<int>& n
     }
 }
 
-void SortedColumns::split(std::size_t first, std::size_t count, const std::uint8_t* left) {
+void SortedColumns::split(std::size_t first, std::size_t count, const std::uint8_t* left,
+                          ProgressMeter& meter) {
     for (std::vector<Entry>& column : columns_) {
-        if (!column.empty()) splitEntries({column.data() + first, count}, left, scratch_.data());
+        if (column.empty()) continue;
+        splitEntries({column.data() + first, count}, left, scratch_.data());
+        meter.add(3 * count, 0);
     }
 }
 

@@ -30,7 +30,8 @@ class SortedColumns {
     }
     /// Splits a range of every column in two, `left` telling by record who goes first. Both parts
     /// keep their order.
-    void split(std::size_t first, std::size_t count, const std::uint8_t* left);
+    void split(std::size_t first, std::size_t count, const std::uint8_t* left,
+               ProgressMeter& meter);
 
   private:
     std::vector<std::vector<Entry>> columns_;  ///< empty for a categorical column
