@@ -3,6 +3,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -120,7 +121,6 @@ TEST(Tree, EqualCandidatesLeaveTheFirst) {
     for (unsigned seed = 1; seed <= 30; ++seed) {
         const Vector y = Convert::toDoubleVector(wholeNumbers(n, 1, 5, seed)(Util::all, 0));
         DT::Classification::Model classes(noLimits(2));
-        classes.setPrior({{L"0", 0.1}, {L"1", 0.3}, {L"2", 0.15}, {L"3", 0.25}, {L"4", 0.2}});
         EXPECT_EQ(classes.fit(x, y).getRoot()->splitVariable, first) << seed;
     }
     // The response is far from 0, where sums lose digits.
@@ -358,6 +358,22 @@ TEST(Tree, ManyLevelsCostNoMoreThanTheirOrder) {
     EXPECT_LT(seconds.count(), 10.0);
 }
 
+TEST(Tree, NodesAreReleasedHoweverDeep) {
+    auto root = std::make_shared<DT::Node>();
+    std::shared_ptr<DT::Node> held;
+    DT::Node* last = root.get();
+    for (int depth = 0; depth < 1000000; ++depth) {
+        last->left = std::make_shared<DT::Node>();
+        last->right = std::make_shared<DT::Node>();
+        const std::shared_ptr<DT::Node>& next = depth % 3 == 0 ? last->left : last->right;
+        if (depth == 500000) held = next;
+        last = next.get();
+    }
+    root.reset();
+    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_NE(held->left, nullptr);  // what others hold stays whole
+}
+
 TEST(Tree, GrowthAndPruningReportAndEndWhenAsked) {
     const Matrix x = Util::gaussianMatrix(20000, 12, MatrixOrderType::columnMajor, 0.0, 1.0, 1);
     const Vector y = x.getSubColumn(Util::range(0, 20000), 11);
@@ -497,47 +513,31 @@ TEST(Tree, MistakesAreNamed) {
         return codes.setParams(params);
     };
     DT::Classification::Model classes(noLimits());
+    const Vector y{1, 2, 3};
+    const Vector two{1, 2};
+    const Vector missing{1, kNaN, 2};
+    const Vector infinite{1, kInfinity, 2};
+    const Vector threeCodes{0, 1, 2};
+    const Matrix half = oneColumn({0, 0.5, 1});
+    DataFrame frame = Convert::toDataFrame(x);
+    frame.append(missing);
+    const DataFrame columns = frame(Util::all, IntVector{0, 1});
+    DT::Classification::Model grown(noLimits());
+    grown.fit(x, threeCodes);
+    classes.setClasses({L"a", L"b"});
     const std::pair<const char*, std::function<void()>> mistakes[] = {
         {"0 records", [&] { model.fit(Matrix(0, 2), {}); }},
-        {"2 responses, 3 expected",
-         [&] {
-             model.fit(x, {1, 2});
-         }},
-        {"response of record 1 is nan",
-         [&] {
-             model.fit(x, {1, kNaN, 2});
-         }},
-        {"categorical column 5",
-         [&] {
-             withColumns({5}).fit(x, {1, 2, 3});
-         }},
-        {"record 1 has 0.5 in column 0",
-         [&] {
-             withColumns({0}).fit(oneColumn({0, 0.5, 1}), {1, 2, 3});
-         }},
-        {"class code of record 2 is 2, 0 to 1",
-         [&] {
-             classes.setClasses({L"a", L"b"}).fit(x, {0, 1, 2});
-         }},
+        {"2 responses, 3 expected", [&] { model.fit(x, two); }},
+        {"response of record 1 is nan", [&] { model.fit(x, missing); }},
+        {"categorical column 5", [&] { withColumns(IntVector(1, 5)).fit(x, y); }},
+        {"record 1 has 0.5 in column 0", [&] { withColumns(IntVector(1, 0)).fit(half, y); }},
+        {"class code of record 2 is 2, 0 to 1", [&] { classes.fit(x, threeCodes); }},
         {"3 columns, 2 expected", [&] { model.predict(Matrix(1, 3)); }},
-        {"Tree prediction: the model is not fitted",
-         [&] { DT::Classification::Model().posteriorProbability(x); }},
-        {"Tree prune: response of record 1",
-         [&] {
-             DataFrame frame = Convert::toDataFrame(x);
-             frame.append(Vector{0, kNaN, 1});
-             classes.setClasses({}).fit(x, {0, 1, 1});
-             classes.prune(frame(Util::all, IntVector{0, 1}), frame(Util::all, 2));
-         }},
-        {"Tree prune: the model is not fitted",
-         [&] {
-             DT::Regression::Model().prune(x, {1, 2, 3});
-         }},
+        {"Tree prediction: the model is not fitted", [&] { classes.posteriorProbability(x); }},
+        {"Tree prune: response of record 1", [&] { grown.prune(columns, frame(Util::all, 2)); }},
+        {"Tree prune: the model is not fitted", [&] { codes.prune(x, y); }},
         {"0 records, at least 1", [&] { model.prune(Matrix(0, 2), {}); }},
-        {"Tree prune: response of record 1",
-         [&] {
-             model.prune(x, {1, kInfinity, 2});
-         }},
+        {"Tree prune: response of record 1", [&] { model.prune(x, infinite); }},
     };
     for (const auto& [expected, mistake] : mistakes) {
         try {
@@ -552,9 +552,9 @@ TEST(Tree, MistakesAreNamed) {
     // Setters after a fit leave a usable model.
     EXPECT_THAT(model.setColNames({L"a"}).toString().toUtf8(), HasSubstr("a < 1.5"));
     EXPECT_THAT(model.setColNames({}).toString().toUtf8(), HasSubstr("X1 < 1.5"));
-    EXPECT_EQ(classes.setClasses({L"a", L"b", L"c"}).getRoot(), nullptr);
+    EXPECT_EQ(grown.setClasses({L"a", L"b"}).getRoot(), nullptr);
     // Before growth nothing is known.
-    EXPECT_EQ(classes.predict(x)[2], L"nan");
+    EXPECT_EQ(grown.predict(x)[2], L"nan");
     EXPECT_TRUE(std::isnan(DT::Regression::Model().predict(x)[2]));
     const DataFrame records = Convert::toDataFrame(x);
     EXPECT_EQ(DT::Regression::Model().findNode(records(0, Util::all)), nullptr);

@@ -1,6 +1,4 @@
-// Nearest neighbours: reference values, special records, memory, bad input and storage.
-#include <cerrno>
-#include <cstdlib>
+// Nearest neighbours: reference values, special records, bad input and storage.
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -14,24 +12,6 @@
 #include "tests/support/Containers.h"
 #include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
-
-namespace {
-
-std::size_t largestBlock = SIZE_MAX;
-int refusedBlocks = 0;
-
-}  // namespace
-
-/// Stands in for the library's source of blocks and refuses those above the limit.
-extern "C" __attribute__((visibility("default"))) int posix_memalign(void** memory,
-                                                                     std::size_t alignment,
-                                                                     std::size_t bytes) noexcept {
-    if (bytes > largestBlock) ++refusedBlocks;
-    *memory = bytes > largestBlock
-                  ? nullptr
-                  : std::aligned_alloc(alignment, (bytes / alignment + 1) * alignment);
-    return *memory == nullptr ? ENOMEM : 0;
-}
 
 namespace Veltrix::Testing {
 namespace {
@@ -202,22 +182,6 @@ TEST(KNN, SpecialRecords) {
     EXPECT_TRUE(allNear(numbers(unfitted.searchLog), Vector(3, kNaN), within));
     EXPECT_TRUE(allNear(numbers(Regressor().predict(two, 3, true, false, kEqual)), Vector(2, kNaN),
                         within));
-}
-
-TEST(KNN, FailingAllocationsChangeNothing) {
-    const Matrix x = Util::gaussianMatrix(500, 2, MatrixOrderType::columnMajor, 0.0, 1.0, 1);
-    const Matrix training = x(Util::range(0, 200), Util::all);
-    const Matrix records = x(Util::range(200, 500), Util::all);
-    Regressor model;
-    model.fit(training, training.getSubColumn(Util::range(0, 200), 1));
-    const Vector expected = numbers(model.predict(records, 5, true, false, kInverse));
-    // Blocks of points are refused, the distances of one record are not.
-    refusedBlocks = 0;
-    largestBlock = 4000;
-    const DataFrame scores = model.predict(records, 5, true, false, kInverse);
-    largestBlock = SIZE_MAX;
-    EXPECT_GT(refusedBlocks, 0);
-    EXPECT_EQ(numbers(scores), expected);
 }
 
 Vector scored(const Classifier& model, const Matrix& records, int k) {
