@@ -119,12 +119,12 @@ TEST(Tree, EqualCandidatesLeaveTheFirst) {
     Engine::Sampling::ScalableSRS sampler(2, 2);
     const int first = sampler.setSeed(12346).sample()[0];
     for (unsigned seed = 1; seed <= 30; ++seed) {
-        const Vector y = Convert::toDoubleVector(wholeNumbers(n, 1, 5, seed)(Util::all, 0));
+        const Vector y = wholeNumbers(n, 1, 5, seed).getAsDoubleVector();
         DT::Classification::Model classes(noLimits(2));
         EXPECT_EQ(classes.fit(x, y).getRoot()->splitVariable, first) << seed;
     }
     // The response is far from 0, where sums lose digits.
-    const Vector y = Convert::toDoubleVector(wholeNumbers(n, 1, 50, 9)(Util::all, 0));
+    const Vector y = wholeNumbers(n, 1, 50, 9).getAsDoubleVector();
     DT::Regression::Model model(noLimits(2));
     model.fit(x, y);
     EXPECT_EQ(model.getRoot()->splitVariable, first);
