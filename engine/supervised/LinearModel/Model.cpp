@@ -17,8 +17,9 @@ Model& Model::operator=(const Model& other) {
 }
 
 Model& Model::operator=(Model&& other) noexcept {
+    Solution solution = std::exchange(other.solution_, {});
     Weightable::operator=(std::move(other));
-    solution_ = std::exchange(other.solution_, {});
+    solution_ = std::move(solution);
     return *this;
 }
 

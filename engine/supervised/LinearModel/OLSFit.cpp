@@ -34,9 +34,11 @@ Model::Model(Model&& other) noexcept
       statistics_(std::exchange(other.statistics_, {})) {}
 
 Model& Model::operator=(Model&& other) noexcept {
+    Statistics statistics = std::exchange(other.statistics_, {});
+    FrameColumns columns = std::exchange(other.columns_, {});
     LinearModel::Model::operator=(std::move(other));
-    FrameForms::operator=(std::move(other));
-    statistics_ = std::exchange(other.statistics_, {});
+    statistics_ = std::move(statistics);
+    columns_ = std::move(columns);
     return *this;
 }
 
