@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
 #include "data/containers/Lines.h"
@@ -92,9 +93,15 @@ void computeDistances(const Points& outer, const Points& inner, StripKernel kern
     strip.outerWidth = width;
     strip.inner = innerPanels.data();
     strip.targetStep = inner.count;
+    const auto endOf = [&](std::int64_t i) {
+        return symmetric ? std::min(i + innerBlock, inner.count) : outer.count;
+    };
+    std::int64_t lines = 0;
+    for (std::int64_t i = 0; i < inner.count; i += innerBlock) lines += endOf(i);
+    ProgressPhase phase("Computing distances", static_cast<std::uint64_t>(lines));
     for (std::int64_t i = 0; i < inner.count; i += innerBlock) {
         strip.innerCount = std::min(innerBlock, inner.count - i);
-        const std::int64_t endLine = symmetric ? i + strip.innerCount : outer.count;
+        const std::int64_t endLine = endOf(i);
         for (std::int64_t k = 0; k == 0 || k < outer.dimensions; k += depthBlock) {
             strip.depth = std::min(depthBlock, outer.dimensions - k);
             strip.accumulate = k > 0;
@@ -104,7 +111,9 @@ void computeDistances(const Points& outer, const Points& inner, StripKernel kern
                 strip.target = result + l * inner.count + i;
                 pack(outer, l, strip.outerCount, k, strip.depth, width, outerPanel.data());
                 kernel(strip);
-                if (k + strip.depth < outer.dimensions) continue;
+                const bool last = k + strip.depth >= outer.dimensions;
+                phase.advance(last ? static_cast<std::uint64_t>(strip.outerCount) : 0);
+                if (!last) continue;
                 for (std::int64_t r = 0; r < strip.outerCount; ++r) {
                     finish(strip.target + r * inner.count, strip.innerCount, l + r, i);
                 }
