@@ -57,7 +57,7 @@ class VELTRIX_ENGINE_API Model : public Weightable {
     /// result; eigenvalues s², condition indices s_max/s, variance proportions v²/s² normalised per
     /// predictor. A column of zeros cannot be scaled and stays as it is: its eigenvalue is 0, its
     /// condition index infinite (NaN when all columns are zero), its variance that component's.
-    /// With fewer rows than columns the last p − n eigenvalues are 0 up to rounding.
+    /// With fewer rows than columns the first p − n eigenvalues are 0 up to rounding.
     /// Throws `Exception` on NaN or infinite entries.
     static Multicollinearity multicollinearity(const Matrix& x);
 
