@@ -42,7 +42,7 @@ bool TargetCategorizable::isBinary() const { return classes_.size() == 2; }
 const StringVector& TargetCategorizable::getClasses() const { return classes_; }
 
 TargetCategorizable& TargetCategorizable::setClasses(const StringVector& classes) {
-    classes_ = classes;
+    classes_ = StringVector(classes);  // moved as a whole
     return *this;
 }
 

@@ -99,7 +99,7 @@ Model& Model::setTrainingFeatures(const Matrix& x) {
 }
 
 Model& Model::setTrainingResponse(const StringVector& response) {
-    response_ = response;
+    response_ = StringVector(response);  // moved as a whole
     return *this;
 }
 
