@@ -25,6 +25,16 @@ inline LineShape lineShape(const Matrix& a) {
     return lineShape(a.getNumRows(), a.getNumCols(), a.getMatrixOrder());
 }
 
+/// Steps in the storage from a row, and from a column, to the next one.
+struct LineSteps {
+    explicit LineSteps(const Matrix& a)
+        : row(a.getMatrixOrder() == MatrixOrderType::rowMajor ? a.getNumCols() : 1),
+          column(a.getMatrixOrder() == MatrixOrderType::rowMajor ? 1 : a.getNumRows()) {}
+
+    std::int64_t row;
+    std::int64_t column;
+};
+
 inline std::int64_t sizeOf(const Matrix& a) {
     return std::int64_t{a.getNumRows()} * a.getNumCols();
 }

@@ -12,6 +12,7 @@
 #include "data/containers/Lines.h"
 #include "data/util/NearestList.h"
 #include "data/util/ProgressMeter.h"
+#include "data/util/SingleFrame.h"
 #include "support/kernels/Arrays.h"
 
 namespace Veltrix {
@@ -30,12 +31,6 @@ std::int64_t roundUp(std::int64_t value, std::int64_t multiple) {
 
 std::uint64_t product(std::int64_t a, std::int64_t b) { return static_cast<std::uint64_t>(a * b); }
 
-/// Single precision; infinite when the value is NaN or too large for it.
-float toSingle(double value) {
-    const bool fits = std::fabs(value) <= std::numeric_limits<float>::max();
-    return fits ? static_cast<float>(value) : std::numeric_limits<float>::infinity();
-}
-
 /// Rows [first, + count) of a matrix side by side.
 void copyRows(const Matrix& a, std::int64_t first, std::int64_t count, double* target) {
     const std::int64_t p = a.getNumCols();
@@ -46,44 +41,12 @@ void copyRows(const Matrix& a, std::int64_t first, std::int64_t count, double* t
     }
 }
 
-/// Shift and power of two that bring most rows near the origin, where single precision resolves
-/// best: medians, and the greatest distance from them, of some rows.
-struct Frame {
-    explicit Frame(const Matrix& rows)
-        : centre(static_cast<std::uint64_t>(rows.getNumCols()), 0.0) {
-        constexpr int kSample = 101;
-        constexpr int kGreatestExponent = 1000;
-        const int step = std::max(rows.getNumRows() / kSample, 1);
-        double spread = 0.0;
-        std::vector<double> sample;
-        for (int j = 0; j < rows.getNumCols(); ++j) {
-            sample.clear();
-            for (int i = 0; i < rows.getNumRows(); i += step) {
-                if (std::isfinite(rows(i, j))) sample.push_back(rows(i, j));
-            }
-            if (sample.empty()) continue;
-            const auto middle = sample.begin() + static_cast<std::ptrdiff_t>(sample.size() / 2);
-            std::nth_element(sample.begin(), middle, sample.end());
-            const double median = *middle;
-            centre[static_cast<std::uint64_t>(j)] = median;
-            for (const double value : sample) spread = std::max(spread, std::fabs(value - median));
-        }
-        if (spread > 0.0 && std::isfinite(spread)) {
-            scale = std::ldexp(1.0, -std::max(std::ilogb(spread), -kGreatestExponent));
-        }
-    }
-
-    Vector centre;
-    double scale = 1.0;
-};
-
 /// The coordinates of one row in the frame, written `step` apart; returns their squared length.
-double toFrame(const Frame& frame, const double* row, std::int64_t step, float* target) {
+double toFrame(const SingleFrame& frame, const double* row, std::int64_t step, float* target) {
     const auto p = static_cast<std::int64_t>(frame.centre.size());
-    const double* centre = frame.centre.data();
     double squares = 0.0;
     for (std::int64_t k = 0; k < p; ++k) {
-        const float value = toSingle((row[k] - centre[k]) * frame.scale);
+        const float value = toSingle(frame.coordinate(row[k], k));
         target[k * step] = value;
         squares += static_cast<double>(value) * static_cast<double>(value);
     }
@@ -123,7 +86,7 @@ class Search {
 
     const Matrix& points_;
     const Matrix& rows_;
-    Frame frame_;
+    SingleFrame frame_;
     std::int64_t depth_;
     std::int64_t batchSize_;
     std::int64_t blockSize_;
@@ -143,7 +106,10 @@ class Search {
 constexpr double kGreatestLength = 0x1p60;
 
 Search::Search(const Matrix& points, const Matrix& rows, int k, bool includeTies)
-    : points_(points), rows_(rows), frame_(rows), depth_(rows.getNumCols()) {
+    : points_(points),
+      rows_(rows),
+      frame_(SingleFrame::aroundMedians(rows)),
+      depth_(rows.getNumCols()) {
     constexpr std::int64_t kBatchValues = 16384;
     constexpr std::int64_t kBatchNeighbours = 65536;
     constexpr std::int64_t kBlockValues = 8192;
@@ -206,14 +172,13 @@ double Search::reach(std::int64_t i) const {
 }
 
 float Search::bound(std::int64_t i) const {
-    constexpr double kRoundoff = 0x1p-24;
     constexpr double kUnderflow = 0x1p-120;
     if (!inRange(i)) return kNoBound;
     const double distance = reach(i);
     const double squares = squares_.data()[i];
     const double greatest = 2.0 * std::sqrt(squares) + distance;
     const double slack =
-        static_cast<double>(depth_ + 8) * (kRoundoff * greatest * greatest + kUnderflow);
+        static_cast<double>(depth_ + 8) * (kSingleRoundoff * greatest * greatest + kUnderflow);
     const double least = 0.5 * (squares - distance * distance) - slack;
     return least > -std::numeric_limits<float>::max() ? toSingle(least)
                                                       : -std::numeric_limits<float>::infinity();

@@ -13,6 +13,7 @@
 #include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Data/JSON.h"
 #include "Veltrix/Data/Matrix.h"
+#include "Veltrix/Data/NearestCentroid.h"
 #include "Veltrix/Data/NearestRows.h"
 #include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/StringVector.h"

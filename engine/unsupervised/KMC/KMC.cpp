@@ -6,10 +6,11 @@
 #include <type_traits>
 #include <utility>
 
+#include "Veltrix/Data/NearestCentroid.h"
 #include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
+#include "data/containers/Lines.h"
 #include "engine/core/Checks.h"
-#include "engine/unsupervised/KMC/NearestCentroid.h"
 #include "support/RuntimeRandom.h"
 #include "support/kernels/Centroids.h"
 
@@ -68,19 +69,20 @@ Model& Model::setInitialCentroids(const Matrix& centroids) {
 
 void Model::checkSettings(const Matrix& x) const {
     Checks::notEmpty(kFit, x);
+    Checks::finite(kFit, x);
     Checks::atLeast(kFit, "clusters", params_.numClusters, 1);
     if (initialCentroids_.empty()) {
         return Checks::atLeast(kFit, "random starts", params_.numRandomStarts, 1);
     }
     Checks::shape(kFit, "initial centroids", initialCentroids_, params_.numClusters,
                   x.getNumCols());
-    checkFinite("K-means initial centroids", initialCentroids_);
+    Checks::finite("K-means initial centroids", initialCentroids_);
 }
 
 void Model::checkQuery(const char* operation, const Matrix& x) const {
     Checks::fitted(operation, !centroids_.empty());
     Checks::columns(operation, x.getNumCols(), centroids_.getNumCols());
-    checkFinite(operation, x);
+    Checks::finite(operation, x);
 }
 
 Model& Model::fit(const Matrix& x) {
@@ -96,7 +98,7 @@ Model& Model::fit(const Matrix& x) {
 
 /// The final assignment.
 IntVector Model::iterate(const Matrix& x) {
-    const NearestCentroid nearest(x, checkFinite(kFit, x));
+    const NearestCentroid nearest(x);
     if (initialCentroids_.empty()) {
         randomStart(x, nearest);
     } else {
@@ -104,7 +106,7 @@ IntVector Model::iterate(const Matrix& x) {
     }
     ProgressPhase phase("Moving the centroids",
                         static_cast<std::uint64_t>(std::max(params_.maxIterations, 0)));
-    IntVector assignment(static_cast<std::uint64_t>(x.getNumRows()));
+    IntVector assignment;
     nearest.find(centroids_, assignment);
     for (numIterations_ = 1; numIterations_ <= params_.maxIterations; ++numIterations_) {
         const Matrix previous = centroids_;
@@ -130,7 +132,7 @@ void Model::randomStart(const Matrix& x, const NearestCentroid& nearest) {
     ProgressPhase phase("Trying random starts",
                         static_cast<std::uint64_t>(params_.numRandomStarts));
     Support::RuntimeRandom random(static_cast<std::uint32_t>(params_.seed));
-    IntVector assignment(static_cast<std::uint64_t>(x.getNumRows()));
+    IntVector assignment;
     for (std::int32_t start = 0; start < params_.numRandomStarts; ++start) {
         assignRandomCentroids(x, random);
         nearest.find(centroids_, assignment);
@@ -151,7 +153,7 @@ void Model::randomStart(const Matrix& x, const NearestCentroid& nearest) {
 bool Model::recomputeCentroids(const Matrix& x, const IntVector& assignment) {
     const int numClusters = params_.numClusters;
     const int numCols = x.getNumCols();
-    const Steps steps(x);
+    const LineSteps steps(x);
     Matrix sums(numClusters, numCols, MatrixOrderType::rowMajor);
     Kernels::centroids().addToGroups(
         {x.data(), steps.row, steps.column, x.getNumRows(), numCols, assignment.data()},
@@ -193,7 +195,7 @@ void Model::computeClusterSummary(const Matrix& x, const IntVector& assignment) 
 
 IntVector Model::predict(const Matrix& x) const {
     checkQuery("K-means prediction", x);
-    return nearestByDistance(x, centroids_);
+    return nearestCentroids(x, centroids_);
 }
 
 Matrix Model::recordToClusterDistance(const Matrix& x) const {
@@ -220,7 +222,7 @@ double Model::SSWT(const Matrix& x, const IntVector& assignment) const {
     Checks::onePerRecord(operation, "assignments", assignment.size(), x.getNumRows());
     checkAssignment(operation, assignment, centroids_.getNumRows());
     constexpr std::int64_t kBlock = 256;
-    const Steps steps(x);
+    const LineSteps steps(x);
     const std::int64_t n = x.getNumRows();
     Vector ssw(static_cast<std::uint64_t>(centroids_.getNumRows()), 0.0);
     std::array<double, kBlock> squares{};

@@ -15,9 +15,11 @@ namespace Veltrix::Support {
 class RuntimeRandom;
 }
 
-namespace Veltrix::Engine::KMC {
-
+namespace Veltrix {
 class NearestCentroid;
+}
+
+namespace Veltrix::Engine::KMC {
 
 /// Settings of a fit.
 struct Params {

@@ -197,8 +197,8 @@ TEST(KMC, MistakesAreNamedAndChangeNothing) {
     } cases[] = {
         {"0 records", [&] { model.fit(Matrix(0, 2)); }},
         {"0 columns", [&] { model.fit(Matrix(9, 0)); }},
-        {"row 5, column 1 is nan", [&] { model.fit(nan); }},
-        {"row 5, column 1 is nan", [&] { model.predict(nan); }},
+        {"entry (5, 1) is NaN", [&] { model.fit(nan); }},
+        {"entry (5, 1) is NaN", [&] { model.predict(nan); }},
         {"3 columns, 2 expected", [&] { model.predict(Matrix(2, 3)); }},
         {"4 columns, 2 expected", [&] { model.recordToClusterDistance(Matrix(2, 4)); }},
         {"record 0 is assigned to cluster 3", [&] { model.clusterSize(IntVector(2, 3)); }},

@@ -1,25 +1,27 @@
-#include "engine/unsupervised/KMC/NearestCentroid.h"
+#include "Veltrix/Data/NearestCentroid.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
+#include <cstdint>
 #include <numeric>
-#include <string>
+#include <vector>
 
-#include "Veltrix/Data/Convert.h"
-#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/Progress.h"
+#include "Veltrix/Data/Storage.h"
 #include "Veltrix/Data/Util.h"
+#include "data/containers/Checks.h"
+#include "data/containers/Lines.h"
+#include "data/util/SingleFrame.h"
 #include "support/kernels/Arrays.h"
 #include "support/kernels/Centroids.h"
 
-namespace Veltrix::Engine::KMC {
+namespace Veltrix {
 namespace {
 
 using Kernels::kScreenCentroids;
 using Kernels::kScreenRecords;
 
-constexpr double kSingleRoundoff = 0x1p-24;
 /// What single precision may lose to underflow, far below every length that counts.
 constexpr float kFloor = 1e-30F;
 /// Lengths are rounded up.
@@ -36,8 +38,8 @@ std::int64_t batchSize(const Matrix& x, const Matrix& centroids) {
 /// The nearest centroids of the records with these numbers.
 void settle(const Matrix& x, const IntVector& numbers, const Matrix& centroids,
             IntVector& nearest) {
-    const IntVector found = Veltrix::Util::indexesOfRowMin(Veltrix::Util::pairwiseDistance(
-        x(numbers, Veltrix::Util::all), centroids, MatrixOrderType::columnMajor, true));
+    const IntVector found = Util::indexesOfRowMin(Util::pairwiseDistance(
+        x(numbers, Util::all), centroids, MatrixOrderType::columnMajor, true));
     for (std::uint64_t i = 0; i < numbers.size(); ++i) {
         nearest[static_cast<std::uint64_t>(numbers[i])] = found[i];
     }
@@ -45,22 +47,10 @@ void settle(const Matrix& x, const IntVector& numbers, const Matrix& centroids,
 
 }  // namespace
 
-double checkFinite(const char* operation, const Matrix& x) {
-    const double largest =
-        Kernels::arrays().largestMagnitude(std::int64_t{x.getNumRows()} * x.getNumCols(), x.data());
-    if (std::isfinite(largest)) return largest;
-    for (int i = 0; i < x.getNumRows(); ++i) {
-        for (int j = 0; j < x.getNumCols(); ++j) {
-            if (std::isfinite(x(i, j))) continue;
-            throw Exception(std::string(operation) + ": value in row " + std::to_string(i) +
-                            ", column " + std::to_string(j) + " is " +
-                            Convert::toString(x(i, j)).toUtf8() + ", expected a finite number");
-        }
-    }
-    return largest;
-}
-
-IntVector nearestByDistance(const Matrix& x, const Matrix& centroids) {
+IntVector nearestCentroids(const Matrix& x, const Matrix& centroids) {
+    Checks::counts("Nearest centroids", x.getNumCols(), "columns in the rows",
+                   centroids.getNumCols(), "columns in the centroids");
+    ProgressPhase phase("Assigning", static_cast<std::uint64_t>(x.getNumRows()));
     const std::int64_t batch = batchSize(x, centroids);
     const std::int64_t n = x.getNumRows();
     IntVector nearest(static_cast<std::uint64_t>(n));
@@ -68,21 +58,43 @@ IntVector nearestByDistance(const Matrix& x, const Matrix& centroids) {
         IntVector numbers(static_cast<std::uint64_t>(std::min(batch, n - first)));
         std::iota(numbers.begin(), numbers.end(), static_cast<int>(first));
         settle(x, numbers, centroids, nearest);
+        phase.advance(numbers.size());
     }
     return nearest;
 }
 
-NearestCentroid::NearestCentroid(const Matrix& x, double largest)
-    : x_(x), slope_(1.25 * (x.getNumCols() + 8.0) * kSingleRoundoff) {
-    // Beyond these limits the error bound, or the squares in double precision, would not hold.
-    constexpr int kMostColumns = 100000;
-    constexpr int kLargestExponent = 400;
-    int exponent = 0;
-    std::frexp(largest, &exponent);
-    if (x.getNumCols() > kMostColumns || std::abs(exponent) > kLargestExponent) return;
-    // Differences from the middle are at most twice the largest value.
-    scale_ = std::ldexp(1.0, -exponent - 1);
-    middle_ = Veltrix::Util::mean(x);
+/// Moved into the frame, half the squared distance of record r and centroid c is
+/// f(c) = ‖c‖²/2 − rᵀc up to a term that all centroids share. In single precision f is off by at
+/// most ε = κ(‖r‖‖c‖ + ‖c‖²/2 + floor), κ a little more than the number of coordinates times the
+/// unit roundoff (Higham 2002, section 3.1). A record is settled when f of one centroid is certain
+/// to be least.
+class NearestCentroid::Screening {
+  public:
+    Screening(const Matrix& x, double largest);
+
+    /// False, and nothing done, where single precision cannot hold the centroids.
+    bool find(const Matrix& centroids, IntVector& nearest) const;
+
+  private:
+    struct PackedCentroids {
+        std::vector<float> values;
+        std::vector<float> offsets;
+        std::vector<float> lengths;
+    };
+
+    void packRecords(std::int64_t first, float* panel) const;
+    bool packCentroids(const Matrix& centroids, PackedCentroids& packed) const;
+
+    const Matrix& x_;
+    double slope_;  ///< κ
+    SingleFrame frame_;
+    Storage::Buffer<float> records_;  ///< in panels
+};
+
+NearestCentroid::Screening::Screening(const Matrix& x, double largest)
+    : x_(x),
+      slope_(1.25 * (x.getNumCols() + 8.0) * kSingleRoundoff),
+      frame_(SingleFrame::aroundMeans(x, largest)) {
     const std::int64_t panels = (x.getNumRows() + kScreenRecords - 1) / kScreenRecords;
     const std::int64_t panelSize = (x.getNumCols() + 1) * kScreenRecords;
     records_.resize(static_cast<std::size_t>(panels * panelSize));
@@ -92,8 +104,8 @@ NearestCentroid::NearestCentroid(const Matrix& x, double largest)
 }
 
 /// The last coordinate of a record is its length.
-void NearestCentroid::packRecords(std::int64_t first, float* panel) const {
-    const Steps steps(x_);
+void NearestCentroid::Screening::packRecords(std::int64_t first, float* panel) const {
+    const LineSteps steps(x_);
     const std::int64_t count = std::min(kScreenRecords, x_.getNumRows() - first);
     std::array<double, kScreenRecords> squares{};
     if (count < kScreenRecords) {
@@ -101,9 +113,8 @@ void NearestCentroid::packRecords(std::int64_t first, float* panel) const {
     }
     for (int k = 0; k < x_.getNumCols(); ++k, panel += kScreenRecords) {
         const double* values = x_.data() + first * steps.row + k * steps.column;
-        const double middle = middle_.data()[k];
         for (std::int64_t r = 0; r < count; ++r) {
-            const double value = (values[r * steps.row] - middle) * scale_;
+            const double value = frame_.coordinate(values[r * steps.row], k);
             squares[static_cast<std::size_t>(r)] += value * value;
             panel[r] = static_cast<float>(value);
         }
@@ -114,7 +125,8 @@ void NearestCentroid::packRecords(std::int64_t first, float* panel) const {
 }
 
 /// The last coordinate takes the error's first term off the score, the offset the other two.
-bool NearestCentroid::packCentroids(const Matrix& centroids, PackedCentroids& packed) const {
+bool NearestCentroid::Screening::packCentroids(const Matrix& centroids,
+                                               PackedCentroids& packed) const {
     const std::int64_t k = centroids.getNumRows();
     const std::int64_t depth = std::int64_t{x_.getNumCols()} + 1;
     constexpr double kLargest = 1e15;  // squares stay within single precision
@@ -127,7 +139,7 @@ bool NearestCentroid::packCentroids(const Matrix& centroids, PackedCentroids& pa
         float* place = packed.values.data() + group * depth + (c - group);
         double square = 0.0;
         for (int j = 0; j < x_.getNumCols(); ++j, place += width) {
-            const double value = (centroids(static_cast<int>(c), j) - middle_.data()[j]) * scale_;
+            const double value = frame_.coordinate(centroids(static_cast<int>(c), j), j);
             if (!(std::fabs(value) < kLargest)) return false;
             square += value * value;
             *place = static_cast<float>(-value);
@@ -141,12 +153,9 @@ bool NearestCentroid::packCentroids(const Matrix& centroids, PackedCentroids& pa
     return true;
 }
 
-void NearestCentroid::find(const Matrix& centroids, IntVector& nearest) const {
+bool NearestCentroid::Screening::find(const Matrix& centroids, IntVector& nearest) const {
     PackedCentroids packed;
-    if (records_.empty() || !packCentroids(centroids, packed)) {
-        nearest = nearestByDistance(x_, centroids);
-        return;
-    }
+    if (!packCentroids(centroids, packed)) return false;
     const std::int64_t n = x_.getNumRows();
     const auto batch = static_cast<std::uint64_t>(batchSize(x_, centroids));
     std::array<std::int32_t, kScreenRecords> found{};
@@ -164,12 +173,14 @@ void NearestCentroid::find(const Matrix& centroids, IntVector& nearest) const {
     screen.nearest = found.data();
     screen.unsure = unsure.data();
     IntVector waiting;
+    ProgressPhase phase("Assigning", static_cast<std::uint64_t>(n));
     for (std::int64_t first = 0; first < n; first += kScreenRecords) {
         screen.records = records_.data() + first * screen.depth;
         screen.recordLengths = screen.records + (screen.depth - 1) * kScreenRecords;
         const std::int64_t numUnsure = Kernels::centroids().screen(screen);
         const std::int64_t count = std::min(kScreenRecords, n - first);
         std::copy_n(found.data(), count, nearest.data() + first);
+        phase.advance(static_cast<std::uint64_t>(count));
         if (numUnsure == 0) continue;
         for (std::int64_t r = 0; r < count; ++r) {
             if (unsure[static_cast<std::size_t>(r)] == 0) continue;
@@ -180,6 +191,30 @@ void NearestCentroid::find(const Matrix& centroids, IntVector& nearest) const {
         waiting.clear();
     }
     if (!waiting.empty()) settle(x_, waiting, centroids, nearest);
+    return true;
 }
 
-}  // namespace Veltrix::Engine::KMC
+NearestCentroid::NearestCentroid(const Matrix& x) : x_(x) {
+    Checks::finite("Nearest centroids", x);
+    // Beyond these limits the error bound, or the squares in double precision, would not hold.
+    constexpr int kMostColumns = 100000;
+    constexpr int kLargestExponent = 400;
+    const double largest = Kernels::arrays().largestMagnitude(sizeOf(x), x.data());
+    int exponent = 0;
+    std::frexp(largest, &exponent);
+    if (x.getNumCols() > kMostColumns || std::abs(exponent) > kLargestExponent) return;
+    screening_ = std::make_unique<const Screening>(x, largest);
+}
+
+NearestCentroid::~NearestCentroid() = default;
+
+void NearestCentroid::find(const Matrix& centroids, IntVector& nearest) const {
+    Checks::counts("Nearest centroids", x_.getNumCols(), "columns in the rows",
+                   centroids.getNumCols(), "columns in the centroids");
+    nearest.resize(static_cast<std::uint64_t>(x_.getNumRows()));
+    if (screening_ == nullptr || !screening_->find(centroids, nearest)) {
+        nearest = nearestCentroids(x_, centroids);
+    }
+}
+
+}  // namespace Veltrix
