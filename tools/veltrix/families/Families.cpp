@@ -2,7 +2,6 @@
 
 #include <string_view>
 
-#include "tools/veltrix/families/AcfCommand.h"
 #include "tools/veltrix/families/PartitionCommand.h"
 #include "tools/veltrix/families/PredictCommand.h"
 #include "tools/veltrix/families/SampleCommand.h"
@@ -13,7 +12,7 @@ namespace Veltrix::Tool {
 namespace {
 
 constexpr std::unique_ptr<Family> (*kFamilies[])() = {makeRegression, makeNeighbours, makeTree,
-                                                      makeKMeans};
+                                                      makeKMeans, makeAutocorrelations};
 
 }  // namespace
 
@@ -40,7 +39,6 @@ std::vector<std::unique_ptr<Command>> makeCommands() {
         commands.push_back(std::make_unique<FamilyCommand>(std::move(family)));
     }
     commands.push_back(std::make_unique<PredictCommand>());
-    commands.push_back(std::make_unique<AcfCommand>());
     commands.push_back(std::make_unique<PartitionCommand>());
     commands.push_back(std::make_unique<SampleCommand>());
     return commands;

@@ -18,4 +18,7 @@ std::unique_ptr<Family> makeTree();
 /// Clusters of similar rows.
 std::unique_ptr<Family> makeKMeans();
 
+/// Autocorrelations of a series, differenced on demand.
+std::unique_ptr<Family> makeAutocorrelations();
+
 }  // namespace Veltrix::Tool

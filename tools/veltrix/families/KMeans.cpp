@@ -144,7 +144,7 @@ class KMeans : public StoredFamily<KMeans> {
         std::vector<std::string> remarks(starts.sumsOfSquares.size());
         remarks[static_cast<std::size_t>(starts.bestStart)] = "best";
         report.table("Random starts")
-            .counted("Start", remarks.size())
+            .counted("Start", starts.sumsOfSquares.size())
             .series("Sum of squares within clusters", starts.sumsOfSquares)
             .text("Remark", std::move(remarks));
     }

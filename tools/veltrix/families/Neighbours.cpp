@@ -97,7 +97,7 @@ class Neighbours : public StoredFamily<Neighbours> {
         marks[static_cast<std::size_t>(k_ - 1)] = "best";
         const std::string title = fmt::format("Search log: {}", partName(searched_));
         Table& log = report.table(title)
-                         .counted("k", marks.size())
+                         .counted("k", static_cast<std::uint64_t>(maxK_))
                          .series(measure, errors(Selection::all, 0).toDoubleVector())
                          .text("Chosen", std::move(marks));
         if (searched_ == Part::Training) {

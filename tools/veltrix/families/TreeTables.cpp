@@ -25,7 +25,7 @@ void addSequence(Table& table, const Pruning& pruning, bool classes) {
     mark(pruning.bestPrunedTree, "best pruned");
     Vector perRecord = pruning.errors;
     perRecord /= pruning.numValidationRecords;
-    table.counted("Tree", marks.size(), 0)
+    table.counted("Tree", pruning.errors.size(), 0)
         .integers("Decision nodes", pruning.numDecisionNodes)
         .integers("Leaves", pruning.numLeaves)
         .numbers("Complexity", pruning.complexity)

@@ -61,6 +61,15 @@ class Family {
     virtual int numColumns() const = 0;
 };
 
+/// Base of a family that reports only.
+class ReportingFamily : public Family {
+  public:
+    Scores score(const Records& /*records*/, double /*confidence*/) const final { return {}; }
+    void fields(Support::StoredWriter& /*a*/) const final {}
+    void fields(Support::StoredReader& /*a*/) final {}
+    int numColumns() const final { return 0; }
+};
+
 /// Base of a family that describes its fields once:
 ///
 ///     static void describeFields(auto& a, auto& self)

@@ -43,7 +43,7 @@ void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
     if (options_.hasTarget()) {
         summary.entry("Target", options_.target);
     } else {
-        summary.entry("Columns", joined(data.coding.predictors()));
+        summary.entry(options_.isSeries() ? "Series" : "Columns", joined(data.coding.predictors()));
         if (!data.leftOut.empty()) summary.entry("Text columns left out", joined(data.leftOut));
     }
     if (options_.needs.target == TargetKind::Either) {
@@ -70,7 +70,7 @@ void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
 }
 
 Report FamilyCommand::makeReport(const Prepared& data) const {
-    ReportBuilder report(family_->title(options_.target));
+    ReportBuilder report(family_->title(options_.subject()));
     summarize(report.table("Summary"), data);
     const bool evaluates = options_.hasTarget() &&
                            (!options_.needs.describesTraining || !options_.partitionColumn.empty());

@@ -15,9 +15,10 @@ constexpr std::string_view kType = "veltrix model";
 
 std::unique_ptr<Family> makeStored(const Support::JsonView& name) {
     std::unique_ptr<Family> family = makeFamily(name.asString());
-    if (family) return family;
+    if (family && family->needs().stored) return family;
     std::string known;
     for (const std::unique_ptr<Family>& each : makeFamilies()) {
+        if (!each->needs().stored) continue;
         known += (known.empty() ? "" : ", ") + Tool::quoted(each->names().family);
     }
     name.fail(fmt::format("{}, expected one of {}", Tool::quoted(name.asString()), known));

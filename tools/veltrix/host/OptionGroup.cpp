@@ -164,7 +164,7 @@ OptionGroup::Option OptionGroup::file(FileOption& file, const std::string& descr
 OptionGroup::Option OptionGroup::oneOf(const std::string& name, const std::string& description,
                                        const std::vector<std::string>& names,
                                        const std::string& usual,
-                                       std::function<void(std::size_t)> choose) {
+                                       const std::function<void(std::size_t)>& choose) {
     CLI::Option* const option = app_.add_option_function<std::string>(
         name,
         [names, choose](const std::string& text) {

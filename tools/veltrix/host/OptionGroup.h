@@ -94,7 +94,7 @@ class OptionGroup {
   private:
     Option oneOf(const std::string& name, const std::string& description,
                  const std::vector<std::string>& names, const std::string& usual,
-                 std::function<void(std::size_t)> choose);
+                 const std::function<void(std::size_t)>& choose);
     /// An option whose text `parse` turns into the value, or into nothing when it is none.
     template <class Value, class Parse>
     Option parsed(const std::string& name, Value& value, const std::string& description,

@@ -55,7 +55,11 @@ void choosePredictors(Prepared& data, const DataFile& file, const TaskOptions& o
     const std::string option = options.predictorOption();
     data.coding = PredictorCoding(options.needs.coding);
     data.option = option;
-    std::vector<std::string> names;
+    std::vector<std::string> names{options.series};
+    if (options.isSeries()) {
+        data.coding.choose(file, std::move(names), option, {});
+        return;
+    }
     if (!options.hasTarget() && options.predictors.empty()) {
         names = numericColumns(file, option, data.leftOut);
         data.option = options.data.option;
@@ -64,6 +68,22 @@ void choosePredictors(Prepared& data, const DataFile& file, const TaskOptions& o
     }
     data.coding.choose(file, std::move(names), TaskOptions::kCategorical,
                        splitNames(file, options.categorical));
+}
+
+/// Lags count rows, so no value may be missing between the first and the last.
+void checkSeries(const RowSelection& selection) {
+    const std::vector<std::int64_t>& rows = selection.rowNumbers;
+    const UsedColumn& column = selection.columns.front().used;
+    if (rows.empty()) {
+        throw UserError(fmt::format("{}: column {} holds no value, expected a series",
+                                    column.option, Tool::quoted(column.name)));
+    }
+    const auto gap = std::ranges::adjacent_find(
+        rows, [](std::int64_t row, std::int64_t next) { return next != row + 1; });
+    if (gap == rows.end()) return;
+    throw UserError(
+        fmt::format("{}: column {}, row {} holds no value, expected a series without gaps",
+                    column.option, Tool::quoted(column.name), *gap + 1));
 }
 
 /// The elements at these positions.
@@ -180,6 +200,11 @@ std::string_view partName(Part part) {
     return kNames[static_cast<std::size_t>(part)];
 }
 
+std::vector<double> Prepared::series() const {
+    const auto values = training().records.x(Selection::all, 0).elements();
+    return {values.begin(), values.end()};
+}
+
 StringVector Prepared::labelsOf(const PartData& part) const {
     StringVector texts;
     texts.reserve(part.labels.size());
@@ -203,6 +228,7 @@ Prepared prepare(const DataFile& file, const TaskOptions& options) {
         used.push_back({TaskOptions::kPartitionColumn, options.partitionColumn, true});
     }
     RowSelection selection = selectRows(file, used);
+    if (options.isSeries()) checkSeries(selection);
     checkRowsLeft(selection);
     data.rowsRead = selection.rowsRead;
     data.rowsUsed = selection.rowsUsed();

@@ -50,6 +50,8 @@ struct Prepared {
     const PartData& part(Part part) const { return parts[static_cast<std::size_t>(part)]; }
     const PartData& training() const { return part(Part::Training); }
     bool has(Part which) const { return part(which).count() > 0; }
+    /// The values of a series.
+    std::vector<double> series() const;
     /// The target of the records as texts.
     StringVector labelsOf(const PartData& part) const;
 };

@@ -38,9 +38,14 @@ void TaskOptions::declareClasses(OptionGroup& options) {
 }
 
 void TaskOptions::declare(OptionGroup& options) {
-    options.file(data, "CSV file with a header row").required();
+    options
+        .file(data, isSeries() ? "CSV file with a header row, rows in the order of time"
+                               : "CSV file with a header row")
+        .required();
     if (hasTarget()) {
         declareTarget(options);
+    } else if (isSeries()) {
+        options.column(predictorOption(), series, "Column with the series").required();
     } else {
         options.list(predictorOption(), predictors,
                      "Columns to look at, separated by commas; may be repeated, also for a name "
@@ -61,6 +66,7 @@ void TaskOptions::declare(OptionGroup& options) {
 void TaskOptions::declareOutput(OptionGroup& options) {
     if (needs.confidence) options.confidence(confidence);
     output.declare(options);
+    if (!needs.stored) return;
     options.file(save, "Stores the fitted model for veltrix predict (JSON)");
 }
 

@@ -14,6 +14,7 @@ namespace Veltrix::Tool {
 /// What a family explains.
 enum class TargetKind {
     None,     ///< nothing: it looks at the columns themselves
+    Series,   ///< the same for one column, whose rows are in the order of time
     Numbers,  ///< a column of numbers
     Classes,  ///< a column of classes
     Either    ///< a column of classes, or of numbers with --regression
@@ -26,6 +27,8 @@ struct Needs {
     bool weights = false;
     /// Its results come with limits at a confidence level.
     bool confidence = false;
+    /// Its fitted models can be stored and score.
+    bool stored = true;
     /// It has tables of its own for the training records and how well they are met.
     bool describesTraining = false;
 };
@@ -44,10 +47,15 @@ struct TaskOptions {
     /// Those that come after the family's own.
     void declareOutput(OptionGroup& options);
 
-    bool hasTarget() const { return needs.target != TargetKind::None; }
+    bool isSeries() const { return needs.target == TargetKind::Series; }
+    bool hasTarget() const { return needs.target != TargetKind::None && !isSeries(); }
     bool hasClasses() const { return hasTarget() && !regression; }
     /// The option that names the predictors.
-    const char* predictorOption() const { return hasTarget() ? "--predictors" : "--columns"; }
+    const char* predictorOption() const {
+        return hasTarget() ? "--predictors" : isSeries() ? "--column" : "--columns";
+    }
+    /// What the report is about.
+    const std::string& subject() const { return isSeries() ? series : target; }
 
     /// The file with classes and parts as they are written.
     DataFile readData() const;
@@ -58,6 +66,7 @@ struct TaskOptions {
     FileOption data{"--data", {}};
     FileOption save{"--save", {}};
     std::string target;
+    std::string series;
     std::vector<std::string> predictors;
     std::vector<std::string> categorical;
     std::string partitionColumn;  ///< empty without
