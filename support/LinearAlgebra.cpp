@@ -439,11 +439,11 @@ void trtri(Triangle triangle, Diagonal diagonal, std::int64_t n, double* a, std:
                                  routine.size(n), a, routine.leading(lda, n)));
 }
 
-void sygst(Triangle triangle, std::int64_t n, double* a, std::int64_t lda, const double* b,
-           std::int64_t ldb) {
+void sygst(int type, Triangle triangle, std::int64_t n, double* a, std::int64_t lda,
+           const double* b, std::int64_t ldb) {
     if (n == 0) return;
     const Routine& routine = kReduction;
-    routine.check(LAPACKE_dsygst(LAPACK_COL_MAJOR, 1, letter(triangle), routine.size(n), a,
+    routine.check(LAPACKE_dsygst(LAPACK_COL_MAJOR, type, letter(triangle), routine.size(n), a,
                                  routine.leading(lda, n), b, routine.leading(ldb, n)));
 }
 

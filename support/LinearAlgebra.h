@@ -154,9 +154,10 @@ void trtrs(Triangle triangle, Transpose trans, Diagonal diagonal, std::int64_t n
 /// Inverse of a triangular matrix in place. Throws Singular on a zero diagonal.
 void trtri(Triangle triangle, Diagonal diagonal, std::int64_t n, double* a, std::int64_t lda);
 
-/// Reduces A x = λ B x to a standard symmetric problem, in the given triangle of a:
-/// U⁻ᵀ A U⁻¹ or L⁻¹ A L⁻ᵀ with the factor of B from `potrf` (same triangle) in b.
-void sygst(Triangle triangle, std::int64_t n, double* a, std::int64_t lda, const double* b,
-           std::int64_t ldb);
+/// Reduces a generalised to a standard symmetric problem, in the given triangle of a, with the
+/// factor of B from `potrf` (same triangle) in b: U⁻ᵀ A U⁻¹ or L⁻¹ A L⁻ᵀ for A x = λ B x (type 1),
+/// U A Uᵀ or Lᵀ A L for A B x = λ x (2) and B A x = λ x (3).
+void sygst(int type, Triangle triangle, std::int64_t n, double* a, std::int64_t lda,
+           const double* b, std::int64_t ldb);
 
 }  // namespace Veltrix::Support

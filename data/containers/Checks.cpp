@@ -57,6 +57,14 @@ void failNegative(std::string_view operation, std::string_view what, std::int64_
     fail(ErrorCode::invalidArgument, operation, problem);
 }
 
+void failEnumerator(std::string_view operation, std::string_view what, int value, int least,
+                    int greatest) {
+    std::string problem(what);
+    problem.append(" ").append(std::to_string(value)).append(", ").append(std::to_string(least));
+    problem.append(greatest - least == 1 ? " or " : " to ").append(std::to_string(greatest));
+    fail(ErrorCode::invalidArgument, operation, problem + " expected");
+}
+
 void failShapes(std::string_view operation, std::int64_t rowsA, std::int64_t colsA,
                 std::int64_t rowsB, std::int64_t colsB) {
     fail(ErrorCode::sizeMismatch, operation,
@@ -89,16 +97,17 @@ void square(const Matrix& a) {
     if (a.getNumRows() != a.getNumCols()) throw NumElementsMismatch();
 }
 
-void finite(std::string_view operation, const Matrix& a) {
+void finite(std::string_view operation, const Matrix& a, std::string_view what) {
     const std::int64_t size = std::int64_t{a.getNumRows()} * a.getNumCols();
     if (Support::allFinite(a.data(), size)) return;
     for (int i = 0; i < a.getNumRows(); ++i) {
         for (int j = 0; j < a.getNumCols(); ++j) {
             const double value = a(i, j);
             if (std::isfinite(value)) continue;
+            std::string problem(what);
+            problem.append("(").append(std::to_string(i)).append(", ").append(std::to_string(j));
             fail(ErrorCode::notFinite, operation,
-                 "entry (" + std::to_string(i) + ", " + std::to_string(j) + ") is " +
-                     (std::isnan(value) ? "NaN" : "infinite"));
+                 problem.append(") is ").append(std::isnan(value) ? "NaN" : "infinite"));
         }
     }
 }

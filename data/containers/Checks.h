@@ -53,6 +53,9 @@ namespace Checks {
                                              std::int64_t index, std::uint64_t count);
 [[noreturn]] VELTRIX_DATA_API void failNegative(std::string_view operation, std::string_view what,
                                                 std::int64_t value);
+[[noreturn]] VELTRIX_DATA_API void failEnumerator(std::string_view operation,
+                                                  std::string_view what, int value, int least,
+                                                  int greatest);
 [[noreturn]] VELTRIX_DATA_API void failShapes(std::string_view operation, std::int64_t rowsA,
                                               std::int64_t colsA, std::int64_t rowsB,
                                               std::int64_t colsB);
@@ -101,6 +104,16 @@ inline void notEmpty(std::string_view operation, std::uint64_t size) {
     if (size == 0) fail(ErrorCode::invalidArgument, operation, "the operand is empty");
 }
 
+/// An enumerator from the list least, …, greatest: "OPERATION: storage order 7, 0 or 1 expected".
+template <class Enumerator>
+void enumerator(std::string_view operation, std::string_view what, Enumerator value, int least,
+                int greatest) {
+    const int number = static_cast<int>(value);
+    if (number < least || number > greatest) {
+        failEnumerator(operation, what, number, least, greatest);
+    }
+}
+
 /// A size that is to become a row or column count. Returns it as such.
 VELTRIX_DATA_API int dimension(std::string_view operation, std::string_view what,
                                std::uint64_t size);
@@ -109,8 +122,9 @@ VELTRIX_DATA_API int dimension(std::string_view operation, std::string_view what
 VELTRIX_DATA_API void square(const Matrix& a);
 
 /// Throws `Exception` naming the first entry (row, column, by rows) that is NaN or infinite:
-/// "QR: entry (3, 2) is NaN".
-VELTRIX_DATA_API void finite(std::string_view operation, const Matrix& a);
+/// "QR: entry (3, 2) is NaN", with `what` = "entry ".
+VELTRIX_DATA_API void finite(std::string_view operation, const Matrix& a,
+                             std::string_view what = "entry ");
 
 /// Throws what a failed linear algebra routine means to the caller of `operation`.
 [[noreturn]] VELTRIX_DATA_API void failRoutine(std::string_view operation,

@@ -31,6 +31,13 @@ IntVector::IntVector(std::uint64_t size, int value) : values_(size, value) {}
 IntVector::IntVector(std::initializer_list<int> values) : values_(values) {}
 IntVector::~IntVector() = default;
 
+IntVector& IntVector::operator=(const IntVector& other) {
+    WString name = other.name_;
+    values_ = other.values_;  // changes nothing when it fails, as the elements are numbers
+    name_ = std::move(name);
+    return *this;
+}
+
 int IntVector::at(std::uint64_t index) const {
     Checks::index("IntVector::at", "element", index, size());
     return values_[index];

@@ -33,6 +33,13 @@ Vector::Vector(std::uint64_t size, double value) : values_(size, value) {}
 Vector::Vector(std::initializer_list<double> values) : values_(values) {}
 Vector::~Vector() = default;
 
+Vector& Vector::operator=(const Vector& other) {
+    WString name = other.name_;
+    values_ = other.values_;  // changes nothing when it fails, as the elements are numbers
+    name_ = std::move(name);
+    return *this;
+}
+
 double& Vector::at(std::uint64_t index) {
     Checks::index("Vector::at", "element", index, size());
     return values_[index];

@@ -6,6 +6,7 @@
 #include "data/containers/Checks.h"
 #include "data/containers/Lines.h"
 #include "data/factorisations/BlockedQR.h"
+#include "data/matrix/Symmetric.h"
 #include "support/LinearAlgebra.h"
 
 namespace Veltrix {
@@ -70,7 +71,7 @@ QR Matrix::qr() const {
     Checks::routine(operation, [&] {
         if (BlockedQR::worthwhile(rows_, cols_)) {
             const BlockedQR::Plan plan(rows_, cols_);
-            result.blockReflectors_.resize(values_.size());
+            result.blockReflectors_.resize(static_cast<std::size_t>(sizeOf(*this)));
             result.blockFactors_.resize(static_cast<std::size_t>(plan.factorSize()));
             result.innerReflectors_ = foldBlocks(*this, plan, result.blockReflectors_.data(),
                                                  result.blockFactors_.data());
@@ -125,6 +126,7 @@ Matrix QR::q(int rows, int cols) const {
 
 Matrix QR::qMultiply(const Matrix& b, SideType side, bool transpose) const {
     const char* operation = "Product with Q";
+    checkSide(operation, side);
     const bool left = side == SideType::left;
     if (left) {
         Checks::counts(operation, rows_, "columns of Q", b.getNumRows(), "rows of the matrix");
@@ -141,6 +143,7 @@ Matrix QR::qMultiply(const Matrix& b, SideType side, bool transpose) const {
 
 Vector QR::qMultiply(const Vector& b, SideType side, bool transpose) const {
     const int size = Checks::dimension("Product with Q", "elements", b.size());
+    checkSide("Product with Q", side);
     const bool left = side == SideType::left;
     Vector result =
         qMultiply(Matrix(left ? size : 1, left ? 1 : size, b), side, transpose).getAsDoubleVector();

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_set>
 #include <utility>
 
@@ -39,43 +40,14 @@ Column selectRows(const Column& column, const IntVector& rows) {
                  std::string("no ") + what + " named \"" + name.toUtf8() + "\"");
 }
 
-using Places = std::unordered_map<WString, int>;
-
-/// First place of every name.
-Places firstPlaces(const StringVector& names) {
-    Places places;
-    places.reserve(names.size());
-    for (std::uint64_t i = 0; i < names.size(); ++i) {
-        places.try_emplace(names[i], static_cast<int>(i));
-    }
-    return places;
+int placeOf(const char* operation, const char* what, const WString& name,
+            const Storage::NameList& names) {
+    const int place = names.find(name);
+    if (place < 0) failName(operation, what, name);
+    return place;
 }
 
-int placeOf(const char* operation, const char* what, const WString& name, const Places& places) {
-    const auto found = places.find(name);
-    if (found == places.end()) failName(operation, what, name);
-    return found->second;
-}
-
-/// Gives one element of a list another name and keeps the first places right.
-void rename(StringVector& names, Places& places, int index, const WString& name) {
-    const bool distinct = places.size() == names.size();
-    WString newName = name;
-    const auto [entry, added] = places.try_emplace(newName, index);
-    // Nothing from here on can fail.
-    entry->second = std::min(entry->second, index);
-    WString& target = names[static_cast<std::uint64_t>(index)];
-    const WString oldName = std::exchange(target, std::move(newName));
-    const auto known = places.find(oldName);
-    if (oldName == target || known->second != index) return;
-    // The next element of the old name is found from now on.
-    const WString* next = distinct ? names.end() : std::find(&target + 1, names.end(), oldName);
-    if (next == names.end()) {
-        places.erase(known);
-    } else {
-        known->second = static_cast<int>(next - names.begin());
-    }
-}
+static_assert(std::is_nothrow_move_constructible_v<Column>, "columns grow without copies");
 
 }  // namespace
 
@@ -87,9 +59,7 @@ DataFrame::DataFrame(DataFrame&& other) noexcept
       rows_(std::exchange(other.rows_, 0)),
       columns_(std::exchange(other.columns_, {})),
       colNames_(std::exchange(other.colNames_, {})),
-      rowNames_(std::exchange(other.rowNames_, {})),
-      colIndexes_(std::exchange(other.colIndexes_, {})),
-      rowIndexes_(std::exchange(other.rowIndexes_, {})) {}
+      rowNames_(std::exchange(other.rowNames_, {})) {}
 
 DataFrame& DataFrame::operator=(DataFrame&& other) noexcept {
     DataFrame taken(std::move(other));
@@ -98,8 +68,6 @@ DataFrame& DataFrame::operator=(DataFrame&& other) noexcept {
     std::swap(columns_, taken.columns_);
     std::swap(colNames_, taken.colNames_);
     std::swap(rowNames_, taken.rowNames_);
-    std::swap(colIndexes_, taken.colIndexes_);
-    std::swap(rowIndexes_, taken.rowIndexes_);
     return *this;
 }
 
@@ -178,7 +146,6 @@ DataFrame DataFrame::operator()(const IntVector& rows, Selection::All) const {
         result.columns_.push_back(selectRows(columns_[place], rows));
     }
     result.colNames_ = colNames_;
-    result.colIndexes_ = colIndexes_;
     // Rows keep the names by which they were known.
     StringVector names;
     names.reserve(rows.size());
@@ -193,7 +160,6 @@ DataFrame DataFrame::operator()(Selection::All, const IntVector& cols) const {
     for (const int col : cols) result.append((*this)(Selection::all, col));
     result.rows_ = rows_;
     result.rowNames_ = rowNames_;
-    result.rowIndexes_ = rowIndexes_;
     return result;
 }
 
@@ -212,14 +178,10 @@ void DataFrame::append(const DataFrame& other) {
                    "rows in the other frame");
     // Copied first: the other frame may be this one, and nothing may fail half-way.
     std::vector<Column> added = other.columns_;
-    StringVector names = colNames_;
-    names.reserve(names.size() + other.colNames_.size());
-    for (std::size_t j = 0; j < added.size(); ++j) names.push_back(other.colNames_[j]);
-    Places places = firstPlaces(names);
-    columns_.reserve(names.size());
+    const std::size_t count = columns_.size() + added.size();
+    if (count > columns_.capacity()) columns_.reserve(std::max(count, 2 * columns_.size()));
+    colNames_.append(other.colNames_.names());
     std::move(added.begin(), added.end(), std::back_inserter(columns_));
-    colNames_ = std::move(names);
-    colIndexes_ = std::move(places);
 }
 
 void DataFrame::append(const ConstDataFrameColumn& column) {
@@ -268,21 +230,18 @@ void DataFrame::appendColumn(Storage::Column column, const WString& name) {
     if (!first) {
         Checks::counts("DataFrame::append", rows_, "rows in the frame", size, "rows in the column");
     }
-    const int place = getNumCols();
     columns_.push_back(std::move(column));
     try {
-        colNames_.push_back(name);
-        colIndexes_.try_emplace(name, place);
+        colNames_.append(name);
     } catch (...) {
         columns_.pop_back();
-        colNames_.resize(columns_.size());
         throw;
     }
     rows_ = size;
 }
 
 StringVector DataFrame::getRowNames() const {
-    if (!rowNames_.empty()) return rowNames_;
+    if (!rowNames_.empty()) return rowNames_.names();
     StringVector names;
     names.reserve(static_cast<std::uint64_t>(rows_));
     for (int i = 0; i < rows_; ++i) names.push_back(CellText::toString(i + 1));
@@ -291,17 +250,16 @@ StringVector DataFrame::getRowNames() const {
 
 const WString& DataFrame::getColName(int col) const {
     checkCol("DataFrame::getColName", col);
-    return colNames_[static_cast<std::uint64_t>(col)];
+    return colNames_[col];
 }
 
 WString DataFrame::getRowName(int row) const {
     checkRow("DataFrame::getRowName", row);
-    return rowNames_.empty() ? CellText::toString(row + 1)
-                             : rowNames_[static_cast<std::uint64_t>(row)];
+    return rowNames_.empty() ? CellText::toString(row + 1) : rowNames_[row];
 }
 
 int DataFrame::getColIndex(const WString& name) const {
-    return placeOf("DataFrame", "column", name, colIndexes_);
+    return placeOf("DataFrame", "column", name, colNames_);
 }
 
 IntVector DataFrame::getColIndexes(const StringVector& names) const {
@@ -312,7 +270,7 @@ IntVector DataFrame::getColIndexes(const StringVector& names) const {
 }
 
 int DataFrame::getRowIndex(const WString& name) const {
-    if (!rowNames_.empty()) return placeOf("DataFrame", "row", name, rowIndexes_);
+    if (!rowNames_.empty()) return placeOf("DataFrame", "row", name, rowNames_);
     // Rows without names are found by their number, exactly as it would be written.
     std::int64_t number = 0;
     for (const wchar_t digit : name.view()) {
@@ -323,33 +281,29 @@ int DataFrame::getRowIndex(const WString& name) const {
     return static_cast<int>(number - 1);
 }
 
-bool DataFrame::hasColumn(const WString& name) const { return colIndexes_.contains(name); }
+bool DataFrame::hasColumn(const WString& name) const { return colNames_.find(name) >= 0; }
 
 void DataFrame::setColName(int col, const WString& name) {
     checkCol("DataFrame::setColName", col);
-    rename(colNames_, colIndexes_, col, name);
+    colNames_.rename(col, name);
 }
 
 void DataFrame::setColNames(const StringVector& names) {
     Checks::counts("DataFrame::setColNames", getNumCols(), "columns", names.size(), "names");
-    StringVector copy = names;
-    colIndexes_ = firstPlaces(copy);
-    colNames_ = std::move(copy);
+    colNames_ = Storage::NameList(names);
 }
 
 void DataFrame::setRowName(int row, const WString& name) {
     checkRow("DataFrame::setRowName", row);
     if (rowNames_.empty()) setRowNames(getRowNames());
-    rename(rowNames_, rowIndexes_, row, name);
+    rowNames_.rename(row, name);
 }
 
 void DataFrame::setRowNames(const StringVector& names) {
     if (!names.empty()) {
         Checks::counts("DataFrame::setRowNames", rows_, "rows", names.size(), "names");
     }
-    StringVector copy = names;
-    rowIndexes_ = firstPlaces(copy);
-    rowNames_ = std::move(copy);
+    rowNames_ = Storage::NameList(names);
 }
 
 void DataFrame::setName(const WString& name) { name_ = name; }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -15,15 +16,24 @@ namespace {
 
 constexpr const char* kType = "Matrix";
 
-/// rows · cols after a check of the signs. The product of two 32-bit counts fits.
-std::size_t checkedSize(const char* operation, int rows, int cols) {
+/// rows · cols after a check of order and signs. The product of two 32-bit counts fits.
+std::size_t checkedSize(const char* operation, int rows, int cols, MatrixOrderType order) {
+    Checks::enumerator(operation, "storage order", order, 0, 1);
     Checks::notNegative(operation, "rows", rows);
     Checks::notNegative(operation, "columns", cols);
     return static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);
 }
 
-/// Copies lines with one element more in each, at position `gap`: how a row or column that runs
-/// against the storage order comes in.
+/// Copies lines that start `fromStep` apart to places that are `toStep` apart.
+void copyLines(LineShape shape, const double* from, std::int64_t fromStep, double* to,
+               std::int64_t toStep) {
+    for (std::int64_t line = 0; line < shape.count; ++line) {
+        std::copy_n(from + line * fromStep, shape.length, to + line * toStep);
+    }
+}
+
+/// Copies lines with one element more in each, at position `gap`: how a column that runs against
+/// the storage order comes in.
 void copyWithInserted(const double* source, LineShape shape, std::int64_t gap,
                       const Vector& inserted, double* target) {
     for (std::int64_t line = 0; line < shape.count; ++line) {
@@ -36,7 +46,7 @@ void copyWithInserted(const double* source, LineShape shape, std::int64_t gap,
 
 }  // namespace
 
-Matrix::Matrix(MatrixOrderType order) { reshape(0, 0, order); }
+Matrix::Matrix(MatrixOrderType order) : Matrix(0, 0, order) {}
 
 Matrix::Matrix(int rows, int cols) : Matrix(rows, cols, 0.0) {}
 
@@ -46,12 +56,12 @@ Matrix::Matrix(int rows, int cols, double value)
 Matrix::Matrix(int rows, int cols, MatrixOrderType order) : Matrix(rows, cols, 0.0, order) {}
 
 Matrix::Matrix(int rows, int cols, double value, MatrixOrderType order)
-    : values_(checkedSize("Matrix", rows, cols), value) {
+    : stored_(checkedSize("Matrix", rows, cols, order), value) {
     reshape(rows, cols, order);
 }
 
 Matrix::Matrix(int rows, int cols, MatrixOrderType order, Storage::Unfilled)
-    : values_(checkedSize("Matrix", rows, cols)) {
+    : stored_(checkedSize("Matrix", rows, cols, order)) {
     reshape(rows, cols, order);
 }
 
@@ -62,29 +72,43 @@ Matrix::Matrix(int rows, int cols, const Vector& values, MatrixOrderType order)
     : Matrix(rows, cols, Vector(values), order) {}
 
 Matrix::Matrix(int rows, int cols, Vector&& values, MatrixOrderType order) {
-    Checks::counts("Matrix", checkedSize("Matrix", rows, cols), "values expected", values.size(),
-                   "found");
-    values_ = std::move(values.values_);
+    Checks::counts("Matrix", checkedSize("Matrix", rows, cols, order), "values expected",
+                   values.size(), "found");
+    stored_ = std::move(values.values_);
     reshape(rows, cols, order);
 }
 
-Matrix::Matrix(Matrix&& other) noexcept
-    : values_(std::move(other.values_)), name_(std::move(other.name_)) {
+Matrix::Matrix(const Matrix& other) : stored_(other.packedValues()), name_(other.name_) {
     reshape(other.rows_, other.cols_, other.order_);
-    other.reshape(0, 0, other.order_);
 }
+
+Matrix& Matrix::operator=(const Matrix& other) {
+    WString name = other.name_;
+    // Either changes nothing when it fails, as the elements are numbers.
+    if (other.loose_) {
+        stored_ = other.packedValues();
+    } else {
+        stored_ = other.stored_;
+    }
+    name_ = std::move(name);
+    reshape(other.rows_, other.cols_, other.order_);
+    return *this;
+}
+
+Matrix::Matrix(Matrix&& other) noexcept { *this = std::move(other); }
 
 Matrix& Matrix::operator=(Matrix&& other) noexcept {
     if (this == &other) return *this;
-    values_ = std::move(other.values_);
+    other.pack();
+    stored_ = std::move(other.stored_);
     name_ = std::move(other.name_);
     reshape(other.rows_, other.cols_, other.order_);
-    other.values_.clear();
+    other.stored_.clear();
     other.reshape(0, 0, other.order_);
     return *this;
 }
 
-Matrix::~Matrix() = default;
+Matrix::~Matrix() { dropPackedCopy(); }
 
 void Matrix::reshape(int rows, int cols, MatrixOrderType order) noexcept {
     rows_ = rows;
@@ -93,16 +117,54 @@ void Matrix::reshape(int rows, int cols, MatrixOrderType order) noexcept {
     const bool columnMajor = order == MatrixOrderType::columnMajor;
     rowStride_ = columnMajor ? 1 : static_cast<std::size_t>(cols);
     colStride_ = columnMajor ? static_cast<std::size_t>(rows) : 1;
+    loose_ = false;
+    dropPackedCopy();
+}
+
+void Matrix::dropPackedCopy() noexcept { delete packedCopy_.exchange(nullptr); }
+
+/// Takes away the room behind the lines.
+void Matrix::pack() noexcept {
+    if (!loose_) return;
+    const LineShape shape = lineShape(*this);
+    const auto room = static_cast<std::int64_t>(std::max(rowStride_, colStride_));
+    for (std::int64_t line = 1; line < shape.count; ++line) {
+        const double* from = stored_.data() + line * room;
+        std::copy(from, from + shape.length, stored_.data() + line * shape.length);
+    }
+    stored_.resize(static_cast<std::size_t>(shape.count * shape.length));
+    reshape(rows_, cols_, order_);
+}
+
+Storage::Buffer<double> Matrix::packedValues() const {
+    if (!loose_) return stored_;
+    const LineShape shape = lineShape(*this);
+    const auto room = static_cast<std::int64_t>(std::max(rowStride_, colStride_));
+    Storage::Buffer<double> packed(static_cast<std::size_t>(shape.count * shape.length));
+    copyLines(shape, stored_.data(), room, packed.data(), shape.length);
+    return packed;
+}
+
+const double* Matrix::packedCopy() const {
+    Storage::Buffer<double>* known = packedCopy_.load(std::memory_order_acquire);
+    if (known == nullptr) {
+        auto made = std::make_unique<Storage::Buffer<double>>(packedValues());
+        // Of threads that ask at the same time one sets the copy for all.
+        if (packedCopy_.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel)) {
+            known = made.release();
+        }
+    }
+    return known->data();
 }
 
 double& Matrix::last() {
-    Checks::notEmpty("Matrix::last", values_.size());
-    return values_.back();
+    Checks::notEmpty("Matrix::last", stored_.size());
+    return (*this)(rows_ - 1, cols_ - 1);
 }
 
 double Matrix::last() const {
-    Checks::notEmpty("Matrix::last", values_.size());
-    return values_.back();
+    Checks::notEmpty("Matrix::last", stored_.size());
+    return (*this)(rows_ - 1, cols_ - 1);
 }
 
 void Matrix::resize(int rows, int cols) { resize(rows, cols, 0.0, order_); }
@@ -110,23 +172,21 @@ void Matrix::resize(int rows, int cols) { resize(rows, cols, 0.0, order_); }
 void Matrix::resize(int rows, int cols, double fill) { resize(rows, cols, fill, order_); }
 
 void Matrix::resize(int rows, int cols, double fill, MatrixOrderType order) {
-    const std::size_t size = checkedSize("Matrix::resize", rows, cols);
+    const std::size_t size = checkedSize("Matrix::resize", rows, cols, order);
+    pack();
     const LineShape from = lineShape(*this);
     const LineShape to = lineShape(rows, cols, order);
-    if (order == order_ && (from.length == to.length || values_.empty())) {
-        values_.resize(size, fill);
+    if (order == order_ && (from.length == to.length || stored_.empty())) {
+        stored_.resize(size, fill);
     } else {
         Storage::Buffer<double> resized(size, fill);
         const LineShape kept = lineShape(std::min(rows, rows_), std::min(cols, cols_), order);
         if (order != order_) {
-            copyTransposed(kept, resized.data(), to.length, values_.data(), from.length);
+            copyTransposed(kept, resized.data(), to.length, stored_.data(), from.length);
         } else {
-            for (std::int64_t line = 0; line < kept.count; ++line) {
-                std::copy_n(values_.data() + line * from.length, kept.length,
-                            resized.data() + line * to.length);
-            }
+            copyLines(kept, stored_.data(), from.length, resized.data(), to.length);
         }
-        values_.swap(resized);
+        stored_.swap(resized);
     }
     reshape(rows, cols, order);
 }
@@ -136,14 +196,33 @@ void Matrix::appendRow(const Vector& row) {
     const int cols = fresh ? Checks::dimension("Matrix::appendRow", "columns", row.size()) : cols_;
     Checks::counts("Matrix::appendRow", cols, "columns", row.size(), "values");
     const int rows = Checks::dimension("Matrix::appendRow", "rows", std::uint64_t(rows_) + 1);
-    if (order_ == MatrixOrderType::rowMajor || fresh) {
-        values_.insert(values_.end(), row.begin(), row.end());
-    } else {
-        Storage::Buffer<double> grown(values_.size() + row.size());
-        copyWithInserted(values_.data(), lineShape(*this), rows_, row, grown.data());
-        values_.swap(grown);
-    }
+    if (order_ == MatrixOrderType::columnMajor && !fresh) return appendAcross(row);
+    pack();
+    stored_.insert(stored_.end(), row.begin(), row.end());
     reshape(rows, cols, order_);
+}
+
+/// Adds an element to every line; where there is no room, half as much again is made.
+void Matrix::appendAcross(const Vector& elements) {
+    const LineShape shape = lineShape(*this);
+    const bool byColumns = order_ == MatrixOrderType::columnMajor;
+    std::size_t& stride = byColumns ? colStride_ : rowStride_;
+    const auto room = static_cast<std::int64_t>(stride);
+    if (shape.length == room) {
+        const std::int64_t wider = room + room / 2 + 1;
+        Storage::Buffer<double> grown(static_cast<std::size_t>(shape.count * wider));
+        copyLines(shape, stored_.data(), room, grown.data(), wider);
+        stored_.swap(grown);
+        stride = static_cast<std::size_t>(wider);
+    }
+    double* place = stored_.data() + shape.length;
+    for (const double element : elements) {
+        *place = element;
+        place += stride;
+    }
+    ++(byColumns ? rows_ : cols_);
+    loose_ = static_cast<std::size_t>(shape.length) + 1 < stride;
+    dropPackedCopy();
 }
 
 void Matrix::appendColumn(const Vector& column) { insertColumn(cols_, column); }
@@ -155,24 +234,29 @@ void Matrix::insertColumn(int index, const Vector& column) {
     const int rows = fresh ? Checks::dimension(operation, "rows", column.size()) : rows_;
     Checks::counts(operation, rows, "rows", column.size(), "values");
     const int cols = Checks::dimension(operation, "columns", std::uint64_t(cols_) + 1);
+    if (order_ == MatrixOrderType::rowMajor && !fresh && index == cols_) {
+        return appendAcross(column);
+    }
+    pack();
     if (order_ == MatrixOrderType::columnMajor || fresh) {
-        const auto place = values_.begin() + std::ptrdiff_t{index} * rows_;
-        values_.insert(place, column.begin(), column.end());
+        const auto place = stored_.begin() + std::ptrdiff_t{index} * rows_;
+        stored_.insert(place, column.begin(), column.end());
     } else {
-        Storage::Buffer<double> grown(values_.size() + column.size());
-        copyWithInserted(values_.data(), lineShape(*this), index, column, grown.data());
-        values_.swap(grown);
+        Storage::Buffer<double> grown(stored_.size() + column.size());
+        copyWithInserted(stored_.data(), lineShape(*this), index, column, grown.data());
+        stored_.swap(grown);
     }
     reshape(rows, cols, order_);
 }
 
 Matrix& Matrix::transpose() {
+    pack();
     const LineShape shape = lineShape(*this);
     if (shape.count > 1 && shape.length > 1) {
-        Storage::Buffer<double> transposed(values_.size());
-        copyTransposed({shape.length, shape.count}, transposed.data(), shape.count, values_.data(),
+        Storage::Buffer<double> transposed(stored_.size());
+        copyTransposed({shape.length, shape.count}, transposed.data(), shape.count, stored_.data(),
                        shape.length);
-        values_.swap(transposed);
+        stored_.swap(transposed);
     }
     reshape(cols_, rows_, order_);
     return *this;
@@ -180,7 +264,7 @@ Matrix& Matrix::transpose() {
 
 Vector Matrix::getAsDoubleVector() const {
     Vector result;
-    result.values_ = values_;
+    result.values_ = packedValues();
     return result;
 }
 

@@ -93,26 +93,28 @@ Matrix Matrix::operator()(Selection::All, const Except& cols) const {
 
 MatrixRow Matrix::operator()(int row, Selection::All) & {
     Checks::index(kSelection, "row", row, rows_);
-    return MatrixRow({values_.data() + static_cast<std::size_t>(row) * rowStride_,
+    pack();
+    return MatrixRow({stored_.data() + static_cast<std::size_t>(row) * rowStride_,
                       static_cast<std::size_t>(cols_), static_cast<std::ptrdiff_t>(colStride_)});
 }
 
 ConstMatrixRow Matrix::operator()(int row, Selection::All) const& {
     Checks::index(kSelection, "row", row, rows_);
-    return ConstMatrixRow({values_.data() + static_cast<std::size_t>(row) * rowStride_,
+    return ConstMatrixRow({stored_.data() + static_cast<std::size_t>(row) * rowStride_,
                            static_cast<std::size_t>(cols_),
                            static_cast<std::ptrdiff_t>(colStride_)});
 }
 
 MatrixColumn Matrix::operator()(Selection::All, int col) & {
     Checks::index(kSelection, "column", col, cols_);
-    return MatrixColumn({values_.data() + static_cast<std::size_t>(col) * colStride_,
+    pack();
+    return MatrixColumn({stored_.data() + static_cast<std::size_t>(col) * colStride_,
                          static_cast<std::size_t>(rows_), static_cast<std::ptrdiff_t>(rowStride_)});
 }
 
 ConstMatrixColumn Matrix::operator()(Selection::All, int col) const& {
     Checks::index(kSelection, "column", col, cols_);
-    return ConstMatrixColumn({values_.data() + static_cast<std::size_t>(col) * colStride_,
+    return ConstMatrixColumn({stored_.data() + static_cast<std::size_t>(col) * colStride_,
                               static_cast<std::size_t>(rows_),
                               static_cast<std::ptrdiff_t>(rowStride_)});
 }

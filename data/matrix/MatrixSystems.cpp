@@ -7,6 +7,14 @@
 
 namespace Veltrix {
 
+void checkTriangle(const char* operation, TriangularityType triangle) {
+    Checks::enumerator(operation, "triangle", triangle, 1, 2);
+}
+
+void checkSide(const char* operation, SideType side) {
+    Checks::enumerator(operation, "side", side, 1, 2);
+}
+
 void mirror(Matrix& a, Support::Triangle source) {
     constexpr std::int64_t kTile = 32;
     const std::int64_t n = a.getNumRows();
@@ -28,6 +36,7 @@ void mirror(Matrix& a, Support::Triangle source) {
 
 Matrix symmetricFrom(const char* operation, const Matrix& a, TriangularityType triangle) {
     Checks::square(a);
+    checkTriangle(operation, triangle);
     Matrix result(a);
     mirror(result, memoryTriangle(a, triangle));
     Checks::finite(operation, result);
@@ -36,20 +45,43 @@ Matrix symmetricFrom(const char* operation, const Matrix& a, TriangularityType t
 
 namespace {
 
-/// A square factor with a diagonal that can be divided by.
-void checkFactor(const char* operation, const Matrix& factor) {
+/// The named triangle, zeros in the other one.
+Matrix triangleOf(const Matrix& a, TriangularityType triangle) {
+    Matrix result(a);
+    for (int i = 0; i < a.getNumRows(); ++i) {
+        for (int j = 0; j < i; ++j) {
+            (triangle == TriangularityType::upper ? result(i, j) : result(j, i)) = 0.0;
+        }
+    }
+    return result;
+}
+
+/// A square factor whose triangle is finite, with a diagonal that can be divided by.
+void checkFactor(const char* operation, const Matrix& factor, TriangularityType triangle) {
     Checks::square(factor);
-    for (int k = 0; k < factor.getNumRows(); ++k) {
-        if (factor(k, k) == 0.0) {
+    checkTriangle(operation, triangle);
+    const std::int64_t n = factor.getNumRows();
+    const bool before = memoryTriangle(factor, triangle) == Support::Triangle::Upper;
+    for (std::int64_t k = 0; k < n; ++k) {
+        const double* line = factor.data() + k * n;
+        const std::int64_t first = before ? 0 : k;
+        const std::int64_t end = before ? k + 1 : n;
+        if (!Support::allFinite(line + first, end - first)) {
+            Checks::finite(operation, triangleOf(factor, triangle));
+        }
+        if (line[k] == 0.0) {
             Checks::fail(ErrorCode::singular, operation,
                          "the matrix is singular, diagonal entry " + std::to_string(k) + " is 0");
         }
     }
 }
 
+constexpr const char* kRightSide = "right-hand side, entry ";
+
 void checkRightSide(const char* operation, const Matrix& a, const Matrix& b) {
     Checks::counts(operation, a.getNumRows(), "rows in the matrix", b.getNumRows(),
                    "rows on the right-hand side");
+    Checks::finite(operation, b, kRightSide);
 }
 
 Matrix columnOf(const char* operation, const Vector& b) {
@@ -102,7 +134,7 @@ Matrix Matrix::inversePositiveDefinite(const Matrix& a) {
 Matrix Matrix::inversePositiveDefiniteFromCholesky(const Matrix& factor,
                                                    TriangularityType triangle) {
     const char* operation = "Inverse from a Cholesky factor";
-    checkFactor(operation, factor);
+    checkFactor(operation, factor, triangle);
     Matrix result(factor);
     invertFromFactor(operation, result, memoryTriangle(factor, triangle));
     return result;
@@ -124,7 +156,7 @@ Vector Matrix::solvePositiveDefiniteSystem(const Matrix& a, const Vector& b) {
 Matrix Matrix::solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, const Matrix& b,
                                                        TriangularityType triangle) {
     const char* operation = "System from a Cholesky factor";
-    checkFactor(operation, factor);
+    checkFactor(operation, factor, triangle);
     checkRightSide(operation, factor, b);
     return solveFromFactor(operation, factor, b, memoryTriangle(factor, triangle));
 }
@@ -138,13 +170,15 @@ Vector Matrix::solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, con
 Matrix Matrix::solveTriangularSystem(const Matrix& t, const Matrix& b, SideType side,
                                      TriangularityType triangle, bool transposeT, double alpha) {
     const char* operation = "Triangular system";
-    checkFactor(operation, t);
+    checkSide(operation, side);
+    checkFactor(operation, t, triangle);
     const bool left = side == SideType::left;
     if (left) {
         checkRightSide(operation, t, b);
     } else {
         Checks::counts(operation, t.getNumRows(), "rows in the matrix", b.getNumCols(),
                        "columns on the right-hand side");
+        Checks::finite(operation, b, kRightSide);
     }
     // The memory of a row-major matrix is its transpose: transposing T turns the flag over,
     // transposing B and X turns both the side and the flag over.
@@ -165,6 +199,7 @@ Matrix Matrix::solveTriangularSystem(const Matrix& t, const Matrix& b, SideType 
 
 Vector Matrix::solveTriangularSystem(const Matrix& t, const Vector& b, SideType side,
                                      TriangularityType triangle, bool transposeT, double alpha) {
+    checkSide("Triangular system", side);
     // x T = αb is Tᵀ x = αb for a vector.
     const bool flip = side == SideType::right;
     const Matrix column = columnOf("Triangular system", b);
@@ -173,17 +208,18 @@ Vector Matrix::solveTriangularSystem(const Matrix& t, const Vector& b, SideType 
         b.getName());
 }
 
-Matrix Matrix::standardizeEigenvalueProblem(const Matrix& a, const Matrix& b, int n,
+Matrix Matrix::standardizeEigenvalueProblem(const Matrix& a, const Matrix& b, int problemType,
                                             TriangularityType triangle) {
     const char* operation = "Standard eigenvalue problem";
-    if (a.rows_ != n || b.rows_ != n) throw NumElementsMismatch();
+    Checks::enumerator(operation, "problem type", problemType, 1, 3);
+    if (a.rows_ != b.rows_) throw NumElementsMismatch();
     Matrix result = symmetricFrom(operation, a, triangle);
-    checkFactor(operation, b);
+    checkFactor(operation, b, triangle);
     const Matrix factor = inOrder(b, a.order_);
     const Support::Triangle half = memoryTriangle(a, triangle);
     Checks::routine(operation, [&] {
-        Support::sygst(half, n, result.data(), leadingDimension(result), factor.data(),
-                       leadingDimension(factor));
+        Support::sygst(problemType, half, a.rows_, result.data(), leadingDimension(result),
+                       factor.data(), leadingDimension(factor));
     });
     mirror(result, half);
     return result;

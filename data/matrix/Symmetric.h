@@ -18,6 +18,10 @@ inline Support::Triangle memoryTriangle(const Matrix& a, TriangularityType trian
     return upper == byColumns ? Support::Triangle::Upper : Support::Triangle::Lower;
 }
 
+/// Throw `Exception` for a value outside the list.
+void checkTriangle(const char* operation, TriangularityType triangle);
+void checkSide(const char* operation, SideType side);
+
 /// Copies the given triangle of the memory (read by columns) onto the other one.
 void mirror(Matrix& a, Support::Triangle source);
 

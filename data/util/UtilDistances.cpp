@@ -230,6 +230,7 @@ Vector Util::pairwiseDistance(const Vector& point, const Matrix& b, bool squared
 }
 
 Matrix Util::pairwiseDistance(const Matrix& a, bool squared, DissimilarityType type) {
+    Checks::enumerator("Pairwise distance", "dissimilarity type", type, 1, 7);
     Matrix result(a.getNumRows(), a.getNumRows(), a.getMatrixOrder(), Storage::kUnfilled);
     const Points rows(a);
     switch (type) {
@@ -251,11 +252,9 @@ Matrix Util::pairwiseDistance(const Matrix& a, bool squared, DissimilarityType t
         case DissimilarityType::cosine:
         case DissimilarityType::correlation:
             angularDistances(a, type == DissimilarityType::correlation, result.data());
-            return result;
+            break;
     }
-    Checks::fail(
-        ErrorCode::invalidArgument, "Pairwise distance",
-        "dissimilarity type " + std::to_string(static_cast<int>(type)) + ", 1 to 7 expected");
+    return result;
 }
 
 }  // namespace Veltrix

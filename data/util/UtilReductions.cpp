@@ -83,6 +83,7 @@ double euclideanNorm(const Contiguous& values) {
 }
 
 double normOf(StridedView<const double> view, NormType type, bool squared) {
+    Checks::enumerator("Norm", "type", type, 1, 3);
     const Contiguous values(view);
     const Kernels::Arrays& kernels = Kernels::arrays();
     double result = 0.0;
@@ -96,9 +97,6 @@ double normOf(StridedView<const double> view, NormType type, bool squared) {
         case NormType::largestAbsoluteValue:
             result = kernels.largestMagnitude(values.size(), values.data());
             break;
-        default:
-            Checks::fail(ErrorCode::invalidArgument, "Norm",
-                         "type " + std::to_string(static_cast<int>(type)) + ", 1 to 3 expected");
     }
     return squared ? result * result : result;
 }

@@ -20,10 +20,7 @@ struct Entry {
 using Entries = std::vector<Entry>;
 
 bool ascends(const char* operation, Ordering order) {
-    if (order != Ordering::smallestFirst && order != Ordering::largestFirst) {
-        Checks::fail(ErrorCode::invalidArgument, operation,
-                     "order " + std::to_string(static_cast<int>(order)) + ", 0 or 1 expected");
-    }
+    Checks::enumerator(operation, "order", order, 0, 1);
     return order == Ordering::smallestFirst;
 }
 

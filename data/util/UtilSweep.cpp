@@ -23,10 +23,7 @@ void sweepOn(Matrix& a, int k) {
 /// The index of the input that goes to each position.
 IntVector sources(const char* operation, const IntVector& permutation, int count,
                   PermutationType type) {
-    if (type != PermutationType::forward && type != PermutationType::inverse) {
-        Checks::fail(ErrorCode::invalidArgument, operation,
-                     "type " + std::to_string(static_cast<int>(type)) + ", 1 or 2 expected");
-    }
+    Checks::enumerator(operation, "type", type, 1, 2);
     Checks::counts(operation, permutation.size(), "indexes in the permutation", count,
                    "in the matrix");
     Checks::indexes(operation, "index", {permutation.data(), permutation.size()}, count);

@@ -200,7 +200,21 @@ TEST(DataFrame, rowsHaveNumbersUntilTheyAreNamed) {
     EXPECT_EQ(frame.getRowIndex(L"9"), 8);
 }
 
-// Takes minutes when every renaming searches or copies all names.
+TEST(DataFrame, namesMayBeTheFramesOwn) {
+    const WString name = L"a name that needs memory of its own";
+    DataFrame frame;
+    frame.append(StringVector{L"x"}, name);
+    for (int j = 1; j < 20; ++j) frame.append(StringVector{L"y"}, frame.getColName(0));
+    frame.setColName(3, L"b");
+    frame.setColName(0, frame.getColName(3));
+    EXPECT_EQ(frame.getColName(0), L"b");
+    EXPECT_EQ(frame.getColName(19), name);
+    EXPECT_EQ(frame.getColIndex(name), 1);
+    frame.setColNames(frame.getColNames());
+    EXPECT_EQ(frame.getColIndexes({L"b", name}), (IntVector{0, 1}));
+}
+
+// Takes minutes when every renaming searches or copies all names, or every frame all columns.
 TEST(DataFrame, renamingEveryRowAndColumn) {
     constexpr int kCount = 100000;
     DataFrame frame;
@@ -212,6 +226,16 @@ TEST(DataFrame, renamingEveryRowAndColumn) {
     wide.setColNames(frame.getRowNames());
     for (int j = 0; j < kCount; ++j) wide.setColName(j, std::to_wstring(j));
     EXPECT_EQ(wide.getColIndex(L"54321"), 54321);
+    for (int i = kCount - 1; i >= 0; --i) frame.setRowName(i, i % 2 == 0 ? L"even" : L"odd");
+    EXPECT_EQ(frame.getRowIndex(L"odd"), 1);
+    for (int i = 0; i < kCount - 1; ++i) frame.setRowName(i, L"new");
+    EXPECT_EQ(frame.getRowIndex(L"odd"), kCount - 1);
+    EXPECT_THROW(frame.getRowIndex(L"even"), Exception);
+    DataFrame one;
+    one.append(named(Vector{1.0}, L"one"));
+    for (int j = 0; j < kCount; ++j) wide.append(one);
+    EXPECT_EQ(wide.getNumCols(), 2 * kCount);
+    EXPECT_EQ(wide.getColIndex(L"one"), kCount);
 }
 
 TEST(DataFrame, appendingAFrameOrAColumnOfItself) {

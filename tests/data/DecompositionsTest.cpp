@@ -316,12 +316,18 @@ TEST_P(Decomposition, generalisedEigenproblemInStandardForm) {
     for (const MatrixOrderType factorOrder : kOrders) {
         for (const TriangularityType triangle : {kUpper, kLower}) {
             const Matrix factor = plainCholesky(b, triangle, factorOrder);
-            const Matrix c =
-                Matrix::standardizeEigenvalueProblem(poisoned(a, triangle), factor, n, triangle);
-            // UᵀCU = A and LCLᵀ = A.
             const Matrix outer = triangle == kUpper ? plainTranspose(factor) : factor;
+            const auto standard = [&](int problemType) {
+                return Matrix::standardizeEigenvalueProblem(
+                    poisoned(a, triangle), poisoned(factor, triangle), problemType, triangle);
+            };
+            // UᵀCU = A and LCLᵀ = A.
             EXPECT_TRUE(
-                matches(plainProduct(plainProduct(outer, c), plainTranspose(outer)), a, kRounding));
+                matches(plainProduct(plainProduct(outer, standard(1)), plainTranspose(outer)), a,
+                        kRounding));
+            const Matrix product = plainProduct(plainTranspose(outer), plainProduct(a, outer));
+            EXPECT_TRUE(matches(standard(2), product, kRounding));
+            EXPECT_TRUE(matches(standard(3), product, kRounding));
         }
     }
 }
@@ -367,13 +373,40 @@ TEST_P(Decomposition, misuseNamesTheOperation) {
          "Inverse from a Cholesky factor: the matrix is singular, diagonal entry 1 is 0"},
         {[&] { solve(singular, three, kLeft); },
          "Triangular system: the matrix is singular, diagonal entry 1 is 0"},
+        {[&] { solve(withInfinity, three, kRight); },
+         "Triangular system: entry (0, 1) is infinite"},
+        {[&] {
+             Matrix::inversePositiveDefiniteFromCholesky(Util::transpose(withInfinity), kLower);
+         },
+         "Inverse from a Cholesky factor: entry (1, 0) is infinite"},
+        {[&] { solve(three, withInfinity, kLeft); },
+         "Triangular system: right-hand side, entry (0, 1) is infinite"},
+        {[&] { solve(three, withInfinity, kRight); },
+         "Triangular system: right-hand side, entry (0, 1) is infinite"},
+        {[&] {
+             Matrix::solvePositiveDefiniteSystem(three, Vector{1.0, 2.0, kInfinity});
+         },
+         "Positive definite system: right-hand side, entry (2, 0) is infinite"},
+        {[&] {
+             Matrix::solvePositiveDefiniteSystemFromCholesky(three, Vector{1.0, kNaN, 2.0}, kUpper);
+         },
+         "System from a Cholesky factor: right-hand side, entry (1, 0) is NaN"},
+        {[&] { solve(three, three, SideType(0)); }, "Triangular system: side 0, 1 or 2 expected"},
+        {[&] { (void)qr.qMultiply(Vector(3), SideType(3), true); },
+         "Product with Q: side 3, 1 or 2 expected"},
+        {[&] { Util::cholesky(three, TriangularityType(3)); },
+         "Cholesky factorisation: triangle 3, 1 or 2 expected"},
+        {[&] { Matrix::inversePositiveDefiniteFromCholesky(three, TriangularityType(0)); },
+         "Inverse from a Cholesky factor: triangle 0, 1 or 2 expected"},
         {[&] { solve(three, flat, kLeft); },
          "Triangular system: 3 rows in the matrix, 2 rows on the right-hand side"},
         {[&] {
              solve(three, withNaN(Selection::all, {0, 1}), kRight);
          },
          "Triangular system: 3 rows in the matrix, 2 columns on the right-hand side"},
-        {[&] { (void)Matrix::standardizeEigenvalueProblem(three, three, 2, kUpper); }, mismatch},
+        {[&] { (void)Matrix::standardizeEigenvalueProblem(three, identity(2), 1, kUpper); }, mismatch},
+        {[&] { (void)Matrix::standardizeEigenvalueProblem(three, three, 4, kUpper); },
+         "Standard eigenvalue problem: problem type 4, 1 to 3 expected"},
         {[&] { (void)Matrix::standardizeEigenvalueProblem(three, singular, 3, kUpper); },
          "Standard eigenvalue problem: the matrix is singular, diagonal entry 1 is 0"},
         {[&] { (void)GroupStatistic().getGroupCovariance(0); },

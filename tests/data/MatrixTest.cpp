@@ -4,6 +4,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -95,12 +96,69 @@ TEST_P(OneOrder, rowsAndColumnsComeIn) {
             return j == index ? 91.0 + i : a_(i, j < index ? j : j - 1);
         })) << index;
     }
-    Matrix grown(order());
-    for (int k = 0; k < 50; ++k) grown.appendRow({start(k, 0), start(k, 1)});
-    EXPECT_TRUE(matches(grown, 50, 2, start));
     Matrix hollow(0, 3, order());
     hollow.appendRow({1.0, 2.0, 3.0});
     EXPECT_TRUE(matches(hollow, 1, 3, [](int, int j) { return j + 1.0; }));
+}
+
+// A matrix that grew line by line across its storage order is like any other to every operation.
+TEST_P(OneOrder, growingAcrossTheStorageOrder) {
+    const bool byRows = order() == kByRows;
+    const auto grow = [&](Matrix& a, int count) {
+        for (int k = 0; k < count; ++k) {
+            if (byRows) {
+                a.appendColumn({start(0, k), start(1, k), start(2, k)});
+            } else {
+                a.appendRow({start(k, 0), start(k, 1), start(k, 2)});
+            }
+        }
+    };
+    const int rows = byRows ? 3 : 50;
+    const int cols = byRows ? 50 : 3;
+    const Matrix whole = made(rows, cols, order(), start);
+    const std::function<void(Matrix&)> steps[] = {
+        [](Matrix& a) { a(1, 1) = -1.0; },
+        [](Matrix& a) { a(1, kAll) *= 2.0; },
+        [](Matrix& a) { a(kAll, 1) *= 2.0; },
+        [](Matrix& a) { a.last() = -1.0; },
+        [](Matrix& a) { *(a.data() + 60) = -1.0; },
+        [](Matrix& a) { a += a; },
+        [](Matrix& a) { a.transpose(); },
+        [](Matrix& a) { a.resize(4, 4); },
+        [](Matrix& a) { a.appendRow(Vector(std::uint64_t(a.getNumCols()), 3.0)); },
+        [](Matrix& a) { a.insertColumn(1, Vector(std::uint64_t(a.getNumRows()), 3.0)); },
+        [](Matrix& a) {
+            a.set({0, 1}, {1, 2}, a({1, 2}, {0, 1}));
+        },
+        [](Matrix& a) { a = Matrix(a); },
+        [](Matrix& a) { a = std::move(a) * Util::eye(a.getNumCols(), 2); },
+    };
+    for (const auto& step : steps) {
+        Matrix grown(order());
+        grow(grown, 50);
+        Matrix expected = whole;
+        EXPECT_TRUE(matches(grown, whole));
+        EXPECT_EQ(std::as_const(grown).last(), whole.last());
+        EXPECT_EQ(grown.getAsDoubleVector(), whole.getAsDoubleVector());
+        EXPECT_EQ(grown.toJson(), whole.toJson());
+        step(grown);
+        step(expected);
+        EXPECT_EQ(grown.getAsDoubleVector(), expected.getAsDoubleVector());
+        EXPECT_TRUE(matches(grown, expected));
+    }
+    Matrix shared(order());
+    grow(shared, 50);
+    const double* places[2] = {};
+    std::thread other([&] { places[0] = std::as_const(shared).data(); });
+    places[1] = std::as_const(shared).data();
+    other.join();
+    EXPECT_EQ(places[0], places[1]);
+    EXPECT_TRUE(std::equal(places[0], places[0] + 150, whole.data()));
+    shared(0, 0) = -1.0;
+    EXPECT_EQ(std::as_const(shared).data()[0], -1.0);
+    // Takes minutes when every line that comes in moves all the others.
+    grow(shared, 300000);
+    EXPECT_EQ(std::as_const(shared).last(), byRows ? start(2, 299999) : start(299999, 2));
 }
 
 TEST_P(OneOrder, transposeKeepsTheOrder) {
@@ -251,6 +309,10 @@ TEST_P(OneOrder, misuseNamesTheOperationAndChangesNothing) {
         {[&] { (void)(a_ * two); },
          "Matrix-vector product: 4 columns on the left, 2 elements on the right", kSize},
         {[&] { Matrix(-1, 2); }, "Matrix: rows -1, at least 0 expected", kArgument},
+        {[&] { Matrix(MatrixOrderType(7)); }, "Matrix: storage order 7, 0 or 1 expected",
+         kArgument},
+        {[&] { a_.resize(2, 2, 0.0, MatrixOrderType(-1)); },
+         "Matrix::resize: storage order -1, 0 or 1 expected", kArgument},
         {[&] { Matrix(2, 3, two, order()); }, "Matrix: 6 values expected, 2 found", kSize},
         {[&] { a_.resize(2, -3); }, "Matrix::resize: columns -3, at least 0 expected", kArgument},
         {[&] { a_.appendRow(two); }, "Matrix::appendRow: 4 columns, 2 values", kSize},

@@ -2,12 +2,12 @@
 
 #include <concepts>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 #include "Veltrix/Data/ColumnStorage.h"
 #include "Veltrix/Data/DataFrameViews.h"
 #include "Veltrix/Data/IntVector.h"
+#include "Veltrix/Data/NameList.h"
 #include "Veltrix/Data/Selection.h"
 #include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
@@ -80,7 +80,7 @@ class VELTRIX_DATA_API DataFrame {
     /// [0, levels.size()) or a level occurs twice.
     void append(const WString& colName, IntVector codes, StringVector levels);
 
-    [[nodiscard]] const StringVector& getColNames() const noexcept { return colNames_; }
+    [[nodiscard]] const StringVector& getColNames() const noexcept { return colNames_.names(); }
     /// By value: the names exist only when asked for, unless they were set.
     [[nodiscard]] StringVector getRowNames() const;
     [[nodiscard]] const WString& getColName(int col) const;
@@ -112,16 +112,21 @@ class VELTRIX_DATA_API DataFrame {
     WString name_;
     int rows_ = 0;
     std::vector<Storage::Column> columns_;
-    StringVector colNames_;
-    StringVector rowNames_;  // empty: "1", "2", …
-    std::unordered_map<WString, int> colIndexes_;
-    std::unordered_map<WString, int> rowIndexes_;
+    Storage::NameList colNames_;
+    Storage::NameList rowNames_;  // empty: "1", "2", …
 };
 
 /// A sequence of frames.
 class VELTRIX_DATA_API DataFrameVector {
   public:
     DataFrameVector() = default;
+    DataFrameVector(const DataFrameVector&) = default;
+    DataFrameVector(DataFrameVector&&) noexcept = default;
+    DataFrameVector& operator=(const DataFrameVector& other) {
+        return *this = DataFrameVector(other);
+    }
+    DataFrameVector& operator=(DataFrameVector&&) noexcept = default;
+    ~DataFrameVector() = default;
     explicit DataFrameVector(std::uint64_t count) : frames_(count) {}
     DataFrameVector(std::uint64_t count, const DataFrame& prototype) : frames_(count, prototype) {}
 

@@ -20,6 +20,11 @@ namespace Veltrix {
 class VELTRIX_DATA_API QR {
   public:
     QR() = default;
+    QR(const QR&) = default;
+    QR(QR&&) noexcept = default;
+    QR& operator=(const QR& other) { return *this = QR(other); }
+    QR& operator=(QR&&) noexcept = default;
+    ~QR() = default;
 
     /// R, k × p, upper triangular (trapezoidal), column-major; |diagonal| does not increase.
     [[nodiscard]] const Matrix& r() const noexcept { return r_; }
@@ -61,6 +66,11 @@ class VELTRIX_DATA_API QR {
 class VELTRIX_DATA_API SVD {
   public:
     SVD() = default;
+    SVD(const SVD&) = default;
+    SVD(SVD&&) noexcept = default;
+    SVD& operator=(const SVD& other) { return *this = SVD(other); }
+    SVD& operator=(SVD&&) noexcept = default;
+    ~SVD() = default;
     SVD(Vector singularValues, Matrix left, Matrix right);
 
     [[nodiscard]] const Vector& getSingularValues() const noexcept { return singularValues_; }
@@ -80,6 +90,11 @@ class VELTRIX_DATA_API SVD {
 class VELTRIX_DATA_API Spectral {
   public:
     Spectral() = default;
+    Spectral(const Spectral&) = default;
+    Spectral(Spectral&&) noexcept = default;
+    Spectral& operator=(const Spectral& other) { return *this = Spectral(other); }
+    Spectral& operator=(Spectral&&) noexcept = default;
+    ~Spectral() = default;
     Spectral(Vector eigenvalues, Matrix eigenvectors);
 
     [[nodiscard]] const Vector& getEigenvalues() const noexcept { return eigenvalues_; }
@@ -100,6 +115,11 @@ class VELTRIX_DATA_API Spectral {
 class VELTRIX_DATA_API GroupStatistic {
   public:
     GroupStatistic() = default;
+    GroupStatistic(const GroupStatistic&) = default;
+    GroupStatistic(GroupStatistic&&) noexcept = default;
+    GroupStatistic& operator=(const GroupStatistic& other) { return *this = GroupStatistic(other); }
+    GroupStatistic& operator=(GroupStatistic&&) noexcept = default;
+    ~GroupStatistic() = default;
 
     [[nodiscard]] int getNumGroups() const noexcept { return static_cast<int>(codes_.size()); }
     /// The group codes, ascending; column g of the means belongs to code g of this list.

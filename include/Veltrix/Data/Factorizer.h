@@ -15,6 +15,13 @@ class VELTRIX_DATA_API Factorizer {
   public:
     /// What is known of one fitted column.
     struct ColumnInfo {
+        ColumnInfo() = default;
+        ColumnInfo(const ColumnInfo&) = default;
+        ColumnInfo(ColumnInfo&&) noexcept = default;
+        ColumnInfo& operator=(const ColumnInfo& other) { return *this = ColumnInfo(other); }
+        ColumnInfo& operator=(ColumnInfo&&) noexcept = default;
+        ~ColumnInfo() = default;
+
         /// Distinct values, ascending; the code of a level is its position.
         StringVector levels;
         std::unordered_map<WString, int> codes;
@@ -23,6 +30,11 @@ class VELTRIX_DATA_API Factorizer {
     };
 
     Factorizer() = default;
+    Factorizer(const Factorizer&) = default;
+    Factorizer(Factorizer&&) noexcept = default;
+    Factorizer& operator=(const Factorizer& other) { return *this = Factorizer(other); }
+    Factorizer& operator=(Factorizer&&) noexcept = default;
+    ~Factorizer() = default;
 
     /// Learns every text column of the frame, forgetting what was fitted before; columns of numbers
     /// are left alone.

@@ -31,7 +31,7 @@ class VELTRIX_DATA_API IntVector {
 
     IntVector(const IntVector&) = default;
     IntVector(IntVector&&) noexcept = default;
-    IntVector& operator=(const IntVector&) = default;
+    IntVector& operator=(const IntVector& other);
     IntVector& operator=(IntVector&&) noexcept = default;
     virtual ~IntVector();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -43,8 +44,8 @@ class VELTRIX_DATA_API Matrix {
     Matrix(int rows, int cols, const Vector& values, MatrixOrderType order);
     Matrix(int rows, int cols, Vector&& values, MatrixOrderType order);
 
-    Matrix(const Matrix&) = default;
-    Matrix& operator=(const Matrix&) = default;
+    Matrix(const Matrix& other);
+    Matrix& operator=(const Matrix& other);
     /// The source becomes an empty matrix.
     Matrix(Matrix&& other) noexcept;
     Matrix& operator=(Matrix&& other) noexcept;
@@ -57,27 +58,36 @@ class VELTRIX_DATA_API Matrix {
 
     double& operator()(int row, int col) {
         assert(row >= 0 && row < rows_ && col >= 0 && col < cols_);
-        return values_[offset(row, col)];
+        if (loose_) pack();
+        return stored_[offset(row, col)];
     }
     double operator()(int row, int col) const {
         assert(row >= 0 && row < rows_ && col >= 0 && col < cols_);
-        return values_[offset(row, col)];
+        return stored_[offset(row, col)];
     }
     /// The final element in storage order; throws on an empty matrix.
     double& last();
     [[nodiscard]] double last() const;
-    /// Contiguous storage in storage order, rows · cols values.
-    double* data() noexcept { return values_.data(); }
-    const double* data() const noexcept { return values_.data(); }
+    /// Contiguous storage in storage order, rows · cols values. Of a constant matrix to which rows
+    /// or columns were appended across the storage order it may be a copy made by the first call,
+    /// which throws `std::bad_alloc` when there is no memory for it.
+    double* data() noexcept {
+        if (loose_) pack();
+        return stored_.data();
+    }
+    const double* data() const { return loose_ ? packedCopy() : stored_.data(); }
 
     /// Keeps the elements at the positions that remain; new ones are 0 or `fill`.
     void resize(int rows, int cols);
     void resize(int rows, int cols, double fill);
     void resize(int rows, int cols, double fill, MatrixOrderType order);
-    /// On an empty (0 × 0) matrix the first row or column appended fixes the width or height.
+    /// On an empty (0 × 0) matrix the first row or column appended fixes the width or height. The
+    /// cost of appending one after the other is proportional to their length, in both orders of
+    /// storage; memory may be up to half as large again as the matrix until it is written to.
     void appendRow(const Vector& row);
     void appendColumn(const Vector& column);
-    /// Puts `column` before column `index`; `index == getNumCols()` appends.
+    /// Puts `column` before column `index`; `index == getNumCols()` appends. Costs as much as a
+    /// copy of the matrix, unless it appends.
     void insertColumn(int index, const Vector& column);
     /// Transposes in place (storage order kept) and returns the matrix.
     Matrix& transpose();
@@ -126,29 +136,30 @@ class VELTRIX_DATA_API Matrix {
     [[nodiscard]] static Matrix inversePositiveDefiniteFromCholesky(const Matrix& factor,
                                                                     TriangularityType triangle);
     /// Solves A X = B for symmetric positive definite A; only the upper triangle is read. Solutions
-    /// of this and the following systems have the storage order and the name of B.
+    /// of this and the following systems have the storage order and the name of B; an entry of a
+    /// matrix or a right-hand side that is NaN or infinite throws `Exception`, which names it.
     [[nodiscard]] static Matrix solvePositiveDefiniteSystem(const Matrix& a, const Matrix& b);
     [[nodiscard]] static Vector solvePositiveDefiniteSystem(const Matrix& a, const Vector& b);
-    [[nodiscard]] static Matrix solvePositiveDefiniteSystemFromCholesky(const Matrix& factor,
-                                                                        const Matrix& b,
-                                                                        TriangularityType triangle);
-    [[nodiscard]] static Vector solvePositiveDefiniteSystemFromCholesky(const Matrix& factor,
-                                                                        const Vector& b,
-                                                                        TriangularityType triangle);
+    [[nodiscard]] static Matrix solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, const Matrix& b,
+                                                          TriangularityType triangle);
+    [[nodiscard]] static Vector solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, const Vector& b,
+                                                          TriangularityType triangle);
     /// Solves T X = αB (`left`) or X T = αB (`right`), with Tᵀ in place of T when `transposeT`.
     /// Only the named triangle of T is read. Throws when a diagonal entry is exactly 0.
-    [[nodiscard]] static Matrix solveTriangularSystem(const Matrix& t, const Matrix& b,
-                                                      SideType side, TriangularityType triangle,
-                                                      bool transposeT, double alpha);
-    [[nodiscard]] static Vector solveTriangularSystem(const Matrix& t, const Vector& b,
-                                                      SideType side, TriangularityType triangle,
-                                                      bool transposeT, double alpha);
-    /// Reduces A x = λ B x to the standard form C z = λ z, given B's Cholesky factor in `b`
-    /// (as `Util::cholesky` returns it): C = U⁻ᵀ A U⁻¹, x = U⁻¹ z for B = UᵀU, and
-    /// C = L⁻¹ A L⁻ᵀ, x = L⁻ᵀ z for B = LLᵀ. `n` is the order of both; only the named triangle
-    /// of A is read; C is returned whole (symmetric).
-    [[nodiscard]] static Matrix standardizeEigenvalueProblem(const Matrix& a, const Matrix& b,
-                                                             int n, TriangularityType triangle);
+    [[nodiscard]] static Matrix solveTriangularSystem(const Matrix& t, const Matrix& b, SideType side,
+                                        TriangularityType triangle, bool transposeT, double alpha);
+    [[nodiscard]] static Vector solveTriangularSystem(const Matrix& t, const Vector& b, SideType side,
+                                        TriangularityType triangle, bool transposeT, double alpha);
+    /// Reduces a generalised symmetric eigenvalue problem to the standard form C z = λ z, given B's
+    /// Cholesky factor in `b` (as `Util::cholesky` returns it), B = UᵀU or B = LLᵀ. `problemType`:
+    /// - 1: A x = λ B x; C = U⁻ᵀ A U⁻¹, x = U⁻¹ z, or C = L⁻¹ A L⁻ᵀ, x = L⁻ᵀ z;
+    /// - 2: A B x = λ x; C = U A Uᵀ, x = U⁻¹ z, or C = Lᵀ A L, x = L⁻ᵀ z;
+    /// - 3: B A x = λ x; C as for 2, x = Uᵀ z or x = L z.
+    ///
+    /// Only the named triangle of A and of the factor is read; C is returned whole (symmetric).
+    /// Throws `NumElementsMismatch` when the matrices are not square or differ in order.
+    [[nodiscard]] static Matrix standardizeEigenvalueProblem(const Matrix& a, const Matrix& b, int problemType,
+                                               TriangularityType triangle);
 
     virtual void setName(const WString& name);
     [[nodiscard]] virtual const WString& getName() const;
@@ -166,13 +177,23 @@ class VELTRIX_DATA_API Matrix {
                static_cast<std::size_t>(col) * colStride_;
     }
     void reshape(int rows, int cols, MatrixOrderType order) noexcept;
+    void appendAcross(const Vector& elements);
+    void pack() noexcept;
+    void dropPackedCopy() noexcept;
+    Storage::Buffer<double> packedValues() const;
+    const double* packedCopy() const;
 
     int rows_ = 0;
     int cols_ = 0;
     MatrixOrderType order_ = MatrixOrderType::columnMajor;
+    /// Whether lines (columns or rows, along the storage order) have room for more elements than
+    /// there are. Every access that may write takes the room away first.
+    bool loose_ = false;
     std::size_t rowStride_ = 1;
     std::size_t colStride_ = 0;
-    Storage::Buffer<double> values_;
+    Storage::Buffer<double> stored_;
+    /// The values without the room; made when a constant loose matrix is asked for them.
+    mutable std::atomic<Storage::Buffer<double>*> packedCopy_ = nullptr;
     WString name_;
 };
 

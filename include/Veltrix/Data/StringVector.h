@@ -22,6 +22,12 @@ class VELTRIX_DATA_API StringVector {
     StringVector(std::uint64_t size, const WString& value) : values_(size, value) {}
     StringVector(std::initializer_list<WString> values) : values_(values) {}
 
+    StringVector(const StringVector&) = default;
+    StringVector(StringVector&&) noexcept = default;
+    StringVector& operator=(const StringVector& other) { return *this = StringVector(other); }
+    StringVector& operator=(StringVector&&) noexcept = default;
+    ~StringVector() = default;
+
     [[nodiscard]] std::uint64_t size() const noexcept { return values_.size(); }
     [[nodiscard]] bool empty() const noexcept { return values_.empty(); }
     template <std::integral Index>

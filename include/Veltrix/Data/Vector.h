@@ -37,7 +37,7 @@ class VELTRIX_DATA_API Vector {
 
     Vector(const Vector&) = default;
     Vector(Vector&&) noexcept = default;
-    Vector& operator=(const Vector&) = default;
+    Vector& operator=(const Vector& other);
     Vector& operator=(Vector&&) noexcept = default;
     virtual ~Vector();
 
