@@ -129,8 +129,6 @@ constexpr Routine kCholesky{"Cholesky factorisation", LinearAlgebraFailure::NotP
 constexpr Routine kCholeskyInverse{"Inverse from Cholesky factor", LinearAlgebraFailure::Singular,
                                    kZeroDiagonal};
 constexpr Routine kCholeskySolve{"Solve from Cholesky factor"};
-constexpr Routine kTriangularInverse{"Triangular inverse", LinearAlgebraFailure::Singular,
-                                     kZeroDiagonal};
 constexpr Routine kReduction{"Reduction to the standard eigenproblem"};
 
 CBLAS_TRANSPOSE blasCode(Transpose trans) {
@@ -140,14 +138,10 @@ CBLAS_UPLO blasCode(Triangle triangle) {
     return triangle == Triangle::Upper ? CblasUpper : CblasLower;
 }
 CBLAS_SIDE blasCode(Side side) { return side == Side::Left ? CblasLeft : CblasRight; }
-CBLAS_DIAG blasCode(Diagonal diagonal) {
-    return diagonal == Diagonal::Unit ? CblasUnit : CblasNonUnit;
-}
 
 char letter(Transpose trans) { return trans == Transpose::Yes ? 'T' : 'N'; }
 char letter(Triangle triangle) { return triangle == Triangle::Upper ? 'U' : 'L'; }
 char letter(Side side) { return side == Side::Left ? 'L' : 'R'; }
-char letter(Diagonal diagonal) { return diagonal == Diagonal::Unit ? 'U' : 'N'; }
 
 /// op(A) by the distance between neighbours in its rows and columns.
 struct Operand {
@@ -257,13 +251,12 @@ void syrk(Triangle triangle, Transpose trans, std::int64_t n, std::int64_t k, do
                 beta, c, routine.leading(ldc, n));
 }
 
-void trsm(Side side, Triangle triangle, Transpose trans, Diagonal diagonal, std::int64_t m,
-          std::int64_t n, double alpha, const double* a, std::int64_t lda, double* b,
-          std::int64_t ldb) {
+void trsm(Side side, Triangle triangle, Transpose trans, std::int64_t m, std::int64_t n,
+          double alpha, const double* a, std::int64_t lda, double* b, std::int64_t ldb) {
     if (m == 0 || n == 0) return;
     const Routine& routine = kTriangularSolve;
-    cblas_dtrsm(CblasColMajor, blasCode(side), blasCode(triangle), blasCode(trans),
-                blasCode(diagonal), routine.size(m), routine.size(n), alpha, a,
+    cblas_dtrsm(CblasColMajor, blasCode(side), blasCode(triangle), blasCode(trans), CblasNonUnit,
+                routine.size(m), routine.size(n), alpha, a,
                 routine.leading(lda, side == Side::Left ? m : n), b, routine.leading(ldb, m));
 }
 
@@ -275,22 +268,6 @@ double dot(std::int64_t n, const double* x, std::int64_t incX, const double* y, 
         sum += cblas_ddot(length, x + start * incX, stepX, y + start * incY, stepY);
     });
     return sum;
-}
-
-void axpy(std::int64_t n, double alpha, const double* x, std::int64_t incX, double* y,
-          std::int64_t incY) {
-    const lapack_int stepX = kVectorOperation.increment(incX);
-    const lapack_int stepY = kVectorOperation.increment(incY);
-    inChunks(n, [&](std::int64_t start, lapack_int length) {
-        cblas_daxpy(length, alpha, x + start * incX, stepX, y + start * incY, stepY);
-    });
-}
-
-void scal(std::int64_t n, double alpha, double* x, std::int64_t incX) {
-    const lapack_int stepX = kVectorOperation.increment(incX);
-    inChunks(n, [&](std::int64_t start, lapack_int length) {
-        cblas_dscal(length, alpha, x + start * incX, stepX);
-    });
 }
 
 void geqrf(std::int64_t m, std::int64_t n, double* a, std::int64_t lda, double* tau) {
@@ -323,49 +300,6 @@ void ormqr(Side side, Transpose trans, std::int64_t m, std::int64_t n, std::int6
                                  routine.size(n), routine.within("reflectors", 1, left ? m : n, k),
                                  a, routine.leading(lda, left ? m : n), tau, c,
                                  routine.leading(ldc, m)));
-}
-
-void geqrt(std::int64_t m, std::int64_t n, std::int64_t nb, double* a, std::int64_t lda, double* t,
-           std::int64_t ldt) {
-    if (m == 0 || n == 0) return;
-    kQr.check(LAPACKE_dgeqrt(LAPACK_COL_MAJOR, kQr.size(m), kQr.size(n),
-                             kQr.within("block width", 1, std::min(m, n), nb), a,
-                             kQr.leading(lda, m), t, kQr.leading(ldt, nb)));
-}
-
-void gemqrt(Side side, Transpose trans, std::int64_t m, std::int64_t n, std::int64_t k,
-            std::int64_t nb, const double* v, std::int64_t ldv, const double* t, std::int64_t ldt,
-            double* c, std::int64_t ldc) {
-    if (m == 0 || n == 0 || k == 0) return;
-    const std::int64_t order = side == Side::Left ? m : n;
-    const Routine& routine = kQMultiply;
-    routine.check(LAPACKE_dgemqrt(
-        LAPACK_COL_MAJOR, letter(side), letter(trans), routine.size(m), routine.size(n),
-        routine.within("reflectors", 1, order, k), routine.within("block width", 1, k, nb), v,
-        routine.leading(ldv, order), t, routine.leading(ldt, nb), c, routine.leading(ldc, m)));
-}
-
-void tpqrt(std::int64_t m, std::int64_t n, std::int64_t l, std::int64_t nb, double* a,
-           std::int64_t lda, double* b, std::int64_t ldb, double* t, std::int64_t ldt) {
-    if (m == 0 || n == 0) return;
-    kQr.check(LAPACKE_dtpqrt(LAPACK_COL_MAJOR, kQr.size(m), kQr.size(n),
-                             kQr.within("trapezoidal rows", 0, std::min(m, n), l),
-                             kQr.within("block width", 1, n, nb), a, kQr.leading(lda, n), b,
-                             kQr.leading(ldb, m), t, kQr.leading(ldt, nb)));
-}
-
-void tpmqrt(Side side, Transpose trans, std::int64_t m, std::int64_t n, std::int64_t k,
-            std::int64_t l, std::int64_t nb, const double* v, std::int64_t ldv, const double* t,
-            std::int64_t ldt, double* a, std::int64_t lda, double* b, std::int64_t ldb) {
-    if (m == 0 || n == 0 || k == 0) return;
-    const bool left = side == Side::Left;
-    const Routine& routine = kQMultiply;
-    routine.check(LAPACKE_dtpmqrt(
-        LAPACK_COL_MAJOR, letter(side), letter(trans), routine.size(m), routine.size(n),
-        routine.size(k), routine.within("trapezoidal rows", 0, k, l),
-        routine.within("block width", 1, k, nb), v, routine.leading(ldv, left ? m : n), t,
-        routine.leading(ldt, nb), a, routine.leading(lda, left ? k : m), b,
-        routine.leading(ldb, m)));
 }
 
 void gesddThin(std::int64_t m, std::int64_t n, double* a, std::int64_t lda, double* s, double* u,
@@ -421,22 +355,6 @@ void potrs(Triangle triangle, std::int64_t n, std::int64_t nrhs, const double* a
     routine.check(LAPACKE_dpotrs(LAPACK_COL_MAJOR, letter(triangle), routine.size(n),
                                  routine.size(nrhs), a, routine.leading(lda, n), b,
                                  routine.leading(ldb, n)));
-}
-
-void trtrs(Triangle triangle, Transpose trans, Diagonal diagonal, std::int64_t n, std::int64_t nrhs,
-           const double* a, std::int64_t lda, double* b, std::int64_t ldb) {
-    if (n == 0 || nrhs == 0) return;
-    const Routine& routine = kTriangularSolve;
-    routine.check(LAPACKE_dtrtrs(LAPACK_COL_MAJOR, letter(triangle), letter(trans),
-                                 letter(diagonal), routine.size(n), routine.size(nrhs), a,
-                                 routine.leading(lda, n), b, routine.leading(ldb, n)));
-}
-
-void trtri(Triangle triangle, Diagonal diagonal, std::int64_t n, double* a, std::int64_t lda) {
-    if (n == 0) return;
-    const Routine& routine = kTriangularInverse;
-    routine.check(LAPACKE_dtrtri(LAPACK_COL_MAJOR, letter(triangle), letter(diagonal),
-                                 routine.size(n), a, routine.leading(lda, n)));
 }
 
 void sygst(int type, Triangle triangle, std::int64_t n, double* a, std::int64_t lda,

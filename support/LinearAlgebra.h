@@ -39,7 +39,6 @@ struct LinearAlgebraError : std::runtime_error {
 enum class Transpose { No, Yes };
 enum class Triangle { Upper, Lower };
 enum class Side { Left, Right };
-enum class Diagonal { General, Unit };
 
 /// True when none of the n values is a NaN or an infinity.
 bool allFinite(const double* values, std::int64_t n) noexcept;
@@ -64,20 +63,12 @@ void syrk(Triangle triangle, Transpose trans, std::int64_t n, std::int64_t k, do
           const double* a, std::int64_t lda, double beta, double* c, std::int64_t ldc);
 
 /// B = alpha op(A)⁻¹ B (Left, A m x m) or alpha B op(A)⁻¹ (Right, A n x n), A triangular, B m x n.
-/// A zero on the diagonal gives infinities; `trtrs` checks for it.
-void trsm(Side side, Triangle triangle, Transpose trans, Diagonal diagonal, std::int64_t m,
-          std::int64_t n, double alpha, const double* a, std::int64_t lda, double* b,
-          std::int64_t ldb);
+/// A zero on the diagonal gives infinities.
+void trsm(Side side, Triangle triangle, Transpose trans, std::int64_t m, std::int64_t n,
+          double alpha, const double* a, std::int64_t lda, double* b, std::int64_t ldb);
 
 /// Σ x_i y_i, increments positive; any n.
 double dot(std::int64_t n, const double* x, std::int64_t incX, const double* y, std::int64_t incY);
-
-/// y += alpha x, increments positive; any n.
-void axpy(std::int64_t n, double alpha, const double* x, std::int64_t incX, double* y,
-          std::int64_t incY);
-
-/// x *= alpha, increment positive; any n.
-void scal(std::int64_t n, double alpha, double* x, std::int64_t incX);
 
 // ---- Orthogonal factorisations ----
 
@@ -94,28 +85,6 @@ void geqp3(std::int64_t m, std::int64_t n, double* a, std::int64_t lda, std::int
 /// `geqp3` in a (m or n rows, as the side says).
 void ormqr(Side side, Transpose trans, std::int64_t m, std::int64_t n, std::int64_t k,
            const double* a, std::int64_t lda, const double* tau, double* c, std::int64_t ldc);
-
-/// A = Q R in place as `geqrf`, the reflectors gathered in blocks of nb columns whose triangular
-/// factors go to t (nb x min(m, n), ldt >= nb); 1 <= nb <= min(m, n).
-void geqrt(std::int64_t m, std::int64_t n, std::int64_t nb, double* a, std::int64_t lda, double* t,
-           std::int64_t ldt);
-
-/// C = op(Q) C or C op(Q) for the Q of `geqrt` with the same nb; arguments as `ormqr`.
-void gemqrt(Side side, Transpose trans, std::int64_t m, std::int64_t n, std::int64_t k,
-            std::int64_t nb, const double* v, std::int64_t ldv, const double* t, std::int64_t ldt,
-            double* c, std::int64_t ldc);
-
-/// QR of an upper triangular A (n x n) stacked on B (m x n, its last l rows upper trapezoidal; 0
-/// for a full B): A becomes the new R, B the reflectors, t (nb x n) their triangular factors.
-/// 1 <= nb <= n, l <= min(m, n). This is how rows are added to a factorisation block by block.
-void tpqrt(std::int64_t m, std::int64_t n, std::int64_t l, std::int64_t nb, double* a,
-           std::int64_t lda, double* b, std::int64_t ldb, double* t, std::int64_t ldt);
-
-/// Applies op(Q) of `tpqrt` to A (k x n on the left) stacked on B (m x n), or to A (m x k) beside B
-/// (m x n) from the right; k is the number of reflectors, v, l, nb and t as `tpqrt` left them.
-void tpmqrt(Side side, Transpose trans, std::int64_t m, std::int64_t n, std::int64_t k,
-            std::int64_t l, std::int64_t nb, const double* v, std::int64_t ldv, const double* t,
-            std::int64_t ldt, double* a, std::int64_t lda, double* b, std::int64_t ldb);
 
 /// Thin singular value decomposition A = U diag(s) Vᵀ with k = min(m, n): s (k values, descending),
 /// u m x k, vt k x n. A is destroyed. Throws NoConvergence, NotFinite.
@@ -146,13 +115,6 @@ void potri(Triangle triangle, std::int64_t n, double* a, std::int64_t lda);
 /// Solves A X = B in place of B (n x nrhs) from the factor of `potrf`.
 void potrs(Triangle triangle, std::int64_t n, std::int64_t nrhs, const double* a, std::int64_t lda,
            double* b, std::int64_t ldb);
-
-/// Solves op(A) X = B in place of B (n x nrhs), A triangular. Throws Singular on a zero diagonal.
-void trtrs(Triangle triangle, Transpose trans, Diagonal diagonal, std::int64_t n, std::int64_t nrhs,
-           const double* a, std::int64_t lda, double* b, std::int64_t ldb);
-
-/// Inverse of a triangular matrix in place. Throws Singular on a zero diagonal.
-void trtri(Triangle triangle, Diagonal diagonal, std::int64_t n, double* a, std::int64_t lda);
 
 /// Reduces a generalised to a standard symmetric problem, in the given triangle of a, with the
 /// factor of B from `potrf` (same triangle) in b: U⁻ᵀ A U⁻¹ or L⁻¹ A L⁻ᵀ for A x = λ B x (type 1),

@@ -47,12 +47,52 @@ __attribute__((target("avx2,fma"))) __m256d Sleef_tanhd4_u10avx2(__m256d);
 /// One function in two widths; the processor at run time chooses.
 struct Kernel {
     __m256d (*avx2)(__m256d);
-    decltype(&Sleef_logd2_u10sse2) sse2;
+    __m128d (*sse2)(__m128d);
 };
 
-constexpr Kernel kLn{Sleef_logd4_u10avx2, Sleef_logd2_u10sse2};
-constexpr Kernel kExp{Sleef_expd4_u10avx2, Sleef_expd2_u10sse2};
-constexpr Kernel kTanh{Sleef_tanhd4_u10avx2, Sleef_tanhd2_u10sse2};
+/// The library gives infinity from here on, 1.8e-9 below the logarithm of the largest double.
+constexpr double kExpLimit = 709.78271114955742;
+
+/// Exponentials of what lies beyond the library's limit.
+template <int kLanes>
+void mendExp(const double (&x)[kLanes], double (&result)[kLanes]) {
+    for (int i = 0; i < kLanes; ++i) {
+        if (x[i] >= kExpLimit) result[i] = std::exp(x[i]);
+    }
+}
+
+__attribute__((target("avx2,fma"))) __m256d expAvx2(__m256d x) {
+    const __m256d result = Sleef_expd4_u10avx2(x);
+    const __m256d beyond = _mm256_cmp_pd(x, _mm256_set1_pd(kExpLimit), _CMP_GE_OQ);
+    if (_mm256_movemask_pd(beyond) == 0) return result;
+    double arguments[4];
+    double values[4];
+    _mm256_storeu_pd(arguments, x);
+    _mm256_storeu_pd(values, result);
+    mendExp(arguments, values);
+    return _mm256_loadu_pd(values);
+}
+
+__m128d expSse2(__m128d x) {
+    const __m128d result = Sleef_expd2_u10sse2(x);
+    if (_mm_movemask_pd(_mm_cmpge_pd(x, _mm_set1_pd(kExpLimit))) == 0) return result;
+    double arguments[2];
+    double values[2];
+    _mm_storeu_pd(arguments, x);
+    _mm_storeu_pd(values, result);
+    mendExp(arguments, values);
+    return _mm_loadu_pd(values);
+}
+
+/// A function of the library without the const of its result.
+template <auto kFunction>
+__m128d plain(__m128d x) {
+    return kFunction(x);
+}
+
+constexpr Kernel kLn{Sleef_logd4_u10avx2, plain<Sleef_logd2_u10sse2>};
+constexpr Kernel kExp{expAvx2, expSse2};
+constexpr Kernel kTanh{Sleef_tanhd4_u10avx2, plain<Sleef_tanhd2_u10sse2>};
 
 // What is left at the end goes through the same kernel in a padded buffer, so that an element gets
 // the same bits wherever it stands.

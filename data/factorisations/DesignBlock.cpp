@@ -1,19 +1,12 @@
 #include "data/factorisations/DesignBlock.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "data/containers/Checks.h"
 #include "support/kernels/RowBlocks.h"
 
 namespace Veltrix {
-namespace {
-
-std::int64_t padded(std::int64_t size, std::int64_t multiple) {
-    return (size + multiple - 1) / multiple * multiple;
-}
-
-}  // namespace
-
 std::int64_t cachedRows(std::int64_t columns) {
     // 256 KiB: half of the smallest second-level cache in use, which leaves room for the triangle.
     constexpr std::int64_t kElements = 32768;
@@ -21,6 +14,18 @@ std::int64_t cachedRows(std::int64_t columns) {
     constexpr std::int64_t kLeastRows = 64;
     const std::int64_t fitting = kElements / std::max<std::int64_t>(columns, 1);
     return padded(std::max(fitting, kLeastRows), Kernels::kRowMultiple);
+}
+
+int scalingExponent(double largest) {
+    int exponent = 0;
+    const bool extreme = largest > 1e120 || (largest > 0.0 && largest < 1e-120);
+    if (extreme) std::frexp(largest, &exponent);
+    return exponent;
+}
+
+void scaleByPower(int exponent, std::int64_t n, double* values) {
+    std::transform(values, values + n, values,
+                   [exponent](double value) { return std::ldexp(value, exponent); });
 }
 
 DesignBlock::DesignBlock(const DesignRows& design, std::int64_t rows, std::int64_t columns)

@@ -41,7 +41,19 @@ class DesignBlock {
     Storage::Buffer<double> values_;
 };
 
+/// The least multiple that is not below the size.
+inline std::int64_t padded(std::int64_t size, std::int64_t multiple) {
+    return (size + multiple - 1) / multiple * multiple;
+}
+
 /// Rows of a block of that many columns that stays in the second-level cache.
 std::int64_t cachedRows(std::int64_t columns);
+
+/// 0 for a column whose largest magnitude lies where the kernels' squares neither overflow nor
+/// vanish, otherwise the power of two by which it is to be divided.
+int scalingExponent(double largest);
+
+/// Multiplies by 2^exponent.
+void scaleByPower(int exponent, std::int64_t n, double* values);
 
 }  // namespace Veltrix

@@ -12,32 +12,6 @@
 namespace Veltrix {
 namespace {
 
-/// Rows [first, first + count) of `a` as a column-major block with leading dimension `count`.
-void loadRows(const Matrix& a, std::int64_t first, std::int64_t count, double* block) {
-    const std::int64_t cols = a.getNumCols();
-    if (a.getMatrixOrder() == MatrixOrderType::columnMajor) {
-        const std::int64_t rows = a.getNumRows();
-        for (std::int64_t j = 0; j < cols; ++j) {
-            std::copy_n(a.data() + j * rows + first, count, block + j * count);
-        }
-    } else {
-        copyTransposed({cols, count}, block, count, a.data() + first * cols, cols);
-    }
-}
-
-/// Folds all row blocks; returns the triangle.
-Matrix foldBlocks(const Matrix& a, const BlockedQR::Plan& plan, double* reflectors,
-                  double* factors) {
-    Matrix triangle(a.getNumCols(), a.getNumCols());
-    for (std::int64_t index = 0; index < plan.blocks(); ++index) {
-        double* block = reflectors + index * plan.step * plan.columns;
-        loadRows(a, index * plan.step, plan.height(index), block);
-        BlockedQR::fold(plan, index, block, factors + index * plan.panel * plan.columns,
-                        triangle.data());
-    }
-    return triangle;
-}
-
 /// The leading min(n, p) rows of a factorised matrix, zero below the diagonal.
 Matrix upperPart(const Matrix& factorised) {
     const int rows = std::min(factorised.getNumRows(), factorised.getNumCols());
@@ -70,11 +44,7 @@ QR Matrix::qr() const {
     result.permutation_.resize(static_cast<std::uint64_t>(cols_));
     Checks::routine(operation, [&] {
         if (BlockedQR::worthwhile(rows_, cols_)) {
-            const BlockedQR::Plan plan(rows_, cols_);
-            result.blockReflectors_.resize(static_cast<std::size_t>(sizeOf(*this)));
-            result.blockFactors_.resize(static_cast<std::size_t>(plan.factorSize()));
-            result.innerReflectors_ = foldBlocks(*this, plan, result.blockReflectors_.data(),
-                                                 result.blockFactors_.data());
+            result.innerReflectors_ = BlockedQR::factorise(*this, result.blocks_);
         } else {
             result.innerReflectors_ = inOrder(*this, MatrixOrderType::columnMajor);
         }
@@ -102,8 +72,7 @@ void QR::applyLeft(double* b, std::int64_t columns, bool transpose) const {
     };
     const auto outer = [&] {
         if (!blocked()) return;
-        BlockedQR::apply(BlockedQR::Plan(rows_, cols_), blockReflectors_.data(),
-                         blockFactors_.data(), transpose, b, columns);
+        BlockedQR::apply(blocks_, rows_, cols_, transpose, b, columns);
     };
     // Q = Q(blocks) · diag(Q(pivoted), I).
     if (transpose) {

@@ -48,26 +48,38 @@ class TriangleBuilder {
     explicit TriangleBuilder(std::int64_t columns)
         : columns_(columns),
           triangle_(static_cast<int>(columns), static_cast<int>(columns)),
-          factors_(static_cast<std::size_t>(Kernels::kColumnMultiple * columns)) {}
+          factors_(static_cast<std::size_t>(Kernels::kColumnMultiple * columns)),
+          largest_(static_cast<std::size_t>(columns), 0.0) {}
 
+    /// Looks at a block, and folds it unless squares would have overflowed or vanished by now.
     /// Returns false when a value is not finite.
     bool add(DesignBlock& block) {
         for (std::int64_t j = 0; j < columns_; ++j) {
             const double largest =
                 kernels_.largestMagnitude(block.ld(), block.data() + j * block.ld());
             if (!std::isfinite(largest)) return false;
-            // Outside this range the kernels' squares could overflow or vanish; from then on the
-            // slower routine, which scales, takes over.
-            extreme_ = extreme_ || largest > 1e120 || (largest > 0.0 && largest < 1e-120);
+            extreme_ = extreme_ || scalingExponent(largest) != 0;
+            double& known = largest_[static_cast<std::size_t>(j)];
+            known = std::max(known, largest);
         }
-        if (extreme_) {
-            Support::tpqrt(block.ld(), columns_, 0, Kernels::kColumnMultiple, triangle_.data(),
-                           columns_, block.data(), block.ld(), factors_.data(),
-                           Kernels::kColumnMultiple);
-        } else {
-            kernels_.fold(block.ld(), columns_, block.data(), triangle_.data(), factors_.data());
-        }
+        if (!extreme_) fold(block);
         return true;
+    }
+
+    /// Whether all is to be done again by a builder that scales the columns.
+    bool extreme() const { return extreme_; }
+    std::vector<int> exponents() const {
+        std::vector<int> result;
+        for (const double largest : largest_) result.push_back(scalingExponent(largest));
+        return result;
+    }
+
+    void addScaled(DesignBlock& block, const std::vector<int>& exponents) {
+        for (std::size_t j = 0; j < exponents.size(); ++j) {
+            const auto place = static_cast<std::int64_t>(j) * block.ld();
+            if (exponents[j] != 0) scaleByPower(-exponents[j], block.ld(), block.data() + place);
+        }
+        fold(block);
     }
 
     /// The leading part of that many columns.
@@ -77,33 +89,57 @@ class TriangleBuilder {
     }
 
   private:
+    void fold(DesignBlock& block) {
+        kernels_.fold(block.ld(), columns_, block.data(), triangle_.data(), factors_.data());
+    }
+
     const Kernels::RowBlocks& kernels_ = Kernels::rowBlocks();
     std::int64_t columns_;
     Matrix triangle_;
     Storage::Buffer<double> factors_;
+    std::vector<double> largest_;
     bool extreme_ = false;
 };
 
-/// Triangle of [D b], or of D alone when there is no b.
-Matrix foldBlocks(const DesignRows& design, const Vector* b) {
+/// Runs operation(block) on [D b], or on D alone when there is no b, padded to `columns` columns.
+template <class Operation>
+void forEachBlock(const DesignRows& design, const Vector* b, std::int64_t columns,
+                  Operation operation) {
     const std::int64_t n = design.getNumRows();
     const int p = design.getNumCols();
-    const int used = b == nullptr ? p : p + 1;
-    const std::int64_t columns =
-        (used + Kernels::kColumnMultiple - 1) / Kernels::kColumnMultiple * Kernels::kColumnMultiple;
     const std::int64_t step = std::min(cachedRows(columns), std::max<std::int64_t>(n, 1));
     DesignBlock block(design, step, columns);
-    TriangleBuilder builder(columns);
     ProgressPhase phase("Factorising", static_cast<std::uint64_t>(n));
     for (std::int64_t first = 0; first < n; first += step) {
         block.start(first, std::min(step, n - first));
         for (int j = 0; j < p; ++j) block.load(j, j);
         if (b != nullptr) block.load(*b, p);
-        for (std::int64_t j = used; j < columns; ++j) block.clear(j);
-        if (!builder.add(block)) reportNotFinite(design, b);
+        for (std::int64_t j = b == nullptr ? p : p + 1; j < columns; ++j) block.clear(j);
+        operation(block);
         phase.advance(static_cast<std::uint64_t>(block.count()));
     }
-    return builder.take(used);
+}
+
+/// Triangle of [D b], or of D alone when there is no b.
+Matrix foldBlocks(const DesignRows& design, const Vector* b) {
+    const int used = design.getNumCols() + (b == nullptr ? 0 : 1);
+    const std::int64_t columns = padded(used, Kernels::kColumnMultiple);
+    TriangleBuilder builder(columns);
+    forEachBlock(design, b, columns, [&](DesignBlock& block) {
+        if (!builder.add(block)) reportNotFinite(design, b);
+    });
+    if (!builder.extreme()) return builder.take(used);
+    // Powers of two change nothing but the length of the columns.
+    const std::vector<int> exponents = builder.exponents();
+    TriangleBuilder scaled(columns);
+    forEachBlock(design, b, columns,
+                 [&](DesignBlock& block) { scaled.addScaled(block, exponents); });
+    Matrix result = scaled.take(used);
+    for (int j = 0; j < used; ++j) {
+        scaleByPower(exponents[static_cast<std::size_t>(j)], used,
+                     result.data() + std::int64_t{j} * used);
+    }
+    return result;
 }
 
 /// Neighbouring columns of a transformation; rows from `usedRows` on are zero in all of them.

@@ -34,6 +34,16 @@ void mirror(Matrix& a, Support::Triangle source) {
     }
 }
 
+Matrix triangleOf(const Matrix& a, TriangularityType triangle) {
+    Matrix result(a);
+    for (int i = 0; i < a.getNumRows(); ++i) {
+        for (int j = 0; j < i; ++j) {
+            (triangle == TriangularityType::upper ? result(i, j) : result(j, i)) = 0.0;
+        }
+    }
+    return result;
+}
+
 Matrix symmetricFrom(const char* operation, const Matrix& a, TriangularityType triangle) {
     Checks::square(a);
     checkTriangle(operation, triangle);
@@ -44,17 +54,6 @@ Matrix symmetricFrom(const char* operation, const Matrix& a, TriangularityType t
 }
 
 namespace {
-
-/// The named triangle, zeros in the other one.
-Matrix triangleOf(const Matrix& a, TriangularityType triangle) {
-    Matrix result(a);
-    for (int i = 0; i < a.getNumRows(); ++i) {
-        for (int j = 0; j < i; ++j) {
-            (triangle == TriangularityType::upper ? result(i, j) : result(j, i)) = 0.0;
-        }
-    }
-    return result;
-}
 
 /// A square factor whose triangle is finite, with a diagonal that can be divided by.
 void checkFactor(const char* operation, const Matrix& factor, TriangularityType triangle) {
@@ -190,9 +189,8 @@ Matrix Matrix::solveTriangularSystem(const Matrix& t, const Matrix& b, SideType 
     Matrix x(b);
     const LineShape shape = lineShape(b);
     Checks::routine(operation, [&] {
-        Support::trsm(memorySide, memoryTriangle(t, triangle), trans, Support::Diagonal::General,
-                      shape.length, shape.count, alpha, t.data(), leadingDimension(t), x.data(),
-                      leadingDimension(x));
+        Support::trsm(memorySide, memoryTriangle(t, triangle), trans, shape.length, shape.count,
+                      alpha, t.data(), leadingDimension(t), x.data(), leadingDimension(x));
     });
     return x;
 }

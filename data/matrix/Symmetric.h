@@ -25,6 +25,9 @@ void checkSide(const char* operation, SideType side);
 /// Copies the given triangle of the memory (read by columns) onto the other one.
 void mirror(Matrix& a, Support::Triangle source);
 
+/// A copy of the named triangle, zeros in the other one.
+Matrix triangleOf(const Matrix& a, TriangularityType triangle);
+
 /// The symmetric matrix that one triangle of `a` stands for; only that triangle is read. Throws
 /// `NumElementsMismatch` when `a` is not square, `Exception` when the triangle is not finite.
 Matrix symmetricFrom(const char* operation, const Matrix& a, TriangularityType triangle);

@@ -29,6 +29,16 @@ double sumOf(StridedView<const double> view, bool skipNaN) {
     return sumOf(values.size(), values.data(), skipNaN).total();
 }
 
+double meanOf(std::int64_t n, const double* values) {
+    const double mean = sumOf(n, values, false).mean(n);
+    if (std::isfinite(mean) || !Support::allFinite(values, n)) return mean;
+    // The sum has overflowed, which it cannot after a division by more than their number.
+    constexpr int kShift = 64;
+    Vector scaled(values, values + n);
+    for (double& value : scaled) value = std::ldexp(value, -kShift);
+    return std::ldexp(sumOf(n, scaled.data(), false).mean(n), kShift);
+}
+
 /// reduce(compensated sum) of every column.
 template <class Reduce>
 Vector reducedColumns(const Matrix& a, Reduce reduce) {
@@ -66,20 +76,36 @@ double modeOf(double* first, double* last) {
     return result;
 }
 
-/// √Σx² with the squares scaled where they would overflow or lose digits.
-double euclideanNorm(const Contiguous& values) {
-    constexpr double kSmallestSafe = 1e-280;
-    constexpr double kLargestSafe = 1e300;
+/// Whether terms of a sum of squares may have overflowed or lost digits.
+bool isExtreme(double squares) { return !(squares > 1e-280 && squares < 1e300); }
+
+/// √Σx², or Σx², with the squares scaled where they would overflow or lose digits.
+double euclideanNorm(const Contiguous& values, bool squared) {
     const double square = Support::dot(values.size(), values.data(), 1, values.data(), 1);
-    if (square > kSmallestSafe && square < kLargestSafe) return std::sqrt(square);
+    if (!isExtreme(square)) return squared ? square : std::sqrt(square);
     const double largest = Kernels::arrays().largestMagnitude(values.size(), values.data());
-    if (largest == 0.0 || !std::isfinite(largest)) return largest;
+    if (largest == 0.0 || !std::isfinite(largest)) return squared ? largest * largest : largest;
     double scaled = 0.0;
     for (std::int64_t i = 0; i < values.size(); ++i) {
         const double ratio = values.data()[i] / largest;
         scaled += ratio * ratio;
     }
-    return largest * std::sqrt(scaled);
+    return squared ? largest * scaled * largest : largest * std::sqrt(scaled);
+}
+
+/// Σ(value − mean of its column)²
+double squaresAboutMeans(const Matrix& a) {
+    const Vector means = Util::mean(a);
+    const LineShape shape = lineShape(a);
+    const bool byColumns = a.getMatrixOrder() == MatrixOrderType::columnMajor;
+    const Kernels::Arrays& kernels = Kernels::arrays();
+    CompensatedSum result;
+    for (std::int64_t line = 0; line < shape.count; ++line) {
+        const double* values = a.data() + line * shape.length;
+        result.add(byColumns ? kernels.deviationsFrom(shape.length, values, means.data()[line])
+                             : kernels.deviationsFromEach(shape.length, values, means.data()));
+    }
+    return result.total();
 }
 
 double normOf(StridedView<const double> view, NormType type, bool squared) {
@@ -92,8 +118,7 @@ double normOf(StridedView<const double> view, NormType type, bool squared) {
             result = kernels.sumOfMagnitudes(values.size(), values.data()).total();
             break;
         case NormType::euclidean:
-            if (squared) return Support::dot(values.size(), values.data(), 1, values.data(), 1);
-            return euclideanNorm(values);
+            return euclideanNorm(values, squared);
         case NormType::largestAbsoluteValue:
             result = kernels.largestMagnitude(values.size(), values.data());
             break;
@@ -126,13 +151,17 @@ double Util::sum(const ConstMatrixColumn& values, bool skipNaN) {
     return sumOf(values.elements(), skipNaN);
 }
 
-double Util::mean(const Vector& values) {
-    return sumOf(sizeOf(values), values.data(), false).mean(sizeOf(values));
-}
+double Util::mean(const Vector& values) { return meanOf(sizeOf(values), values.data()); }
 
 Vector Util::mean(const Matrix& a) {
     const int rows = a.getNumRows();
-    return reducedColumns(a, [rows](const CompensatedSum& sum) { return sum.mean(rows); });
+    Vector result = reducedColumns(a, [rows](const CompensatedSum& sum) { return sum.mean(rows); });
+    for (std::uint64_t j = 0; j < result.size(); ++j) {
+        if (std::isfinite(result[j]) || rows == 0) continue;
+        const Contiguous column(a(all, static_cast<int>(j)).elements());
+        result[j] = meanOf(column.size(), column.data());
+    }
+    return result;
 }
 
 double Util::weightedMean(const Vector& values, const Vector& weights) {
@@ -157,17 +186,15 @@ Vector Util::mode(const Matrix& a) {
 }
 
 double Util::SST(const Matrix& a) {
-    const Vector means = mean(a);
-    const LineShape shape = lineShape(a);
-    const bool byColumns = a.getMatrixOrder() == MatrixOrderType::columnMajor;
-    const Kernels::Arrays& kernels = Kernels::arrays();
-    CompensatedSum result;
-    for (std::int64_t line = 0; line < shape.count; ++line) {
-        const double* values = a.data() + line * shape.length;
-        result.add(byColumns ? kernels.deviationsFrom(shape.length, values, means.data()[line])
-                             : kernels.deviationsFromEach(shape.length, values, means.data()));
-    }
-    return result.total();
+    const double result = squaresAboutMeans(a);
+    const double largest = Kernels::arrays().largestMagnitude(sizeOf(a), a.data());
+    if (!isExtreme(result) || !std::isfinite(largest)) return result;
+    int exponent = 0;
+    std::frexp(largest, &exponent);
+    Matrix scaled(a);
+    std::for_each(scaled.data(), scaled.data() + sizeOf(scaled),
+                  [exponent](double& value) { value = std::ldexp(value, -exponent); });
+    return std::ldexp(squaresAboutMeans(scaled), 2 * exponent);
 }
 
 Vector Util::sumColumns(const Matrix& a) {
@@ -188,7 +215,9 @@ Vector Util::percentage(const Vector& values) { return 100.0 * values / sum(valu
 
 int Util::countZero(const Vector& values) {
     double largest = 1.0;
-    for (const double value : values) largest = std::max(largest, std::fabs(value));
+    for (const double value : values) {
+        if (std::isfinite(value)) largest = std::max(largest, std::fabs(value));
+    }
     const double threshold =
         static_cast<double>(values.size()) * std::numeric_limits<double>::epsilon() * largest;
     const auto count = std::count_if(values.begin(), values.end(), [threshold](double value) {

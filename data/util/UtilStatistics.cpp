@@ -122,11 +122,8 @@ Matrix groupMeans(const Matrix& a, const Grouping& grouping) {
     return result;
 }
 
-}  // namespace
-
-Matrix Util::covariance(const Matrix& a) {
-    if (a.getNumRows() < 2) throw TooFewNumRows();
-    const Vector means = mean(a);
+Matrix plainCovariance(const Matrix& a) {
+    const Vector means = Util::mean(a);
     Matrix scatter(a.getNumCols(), a.getNumCols());
     Checks::routine("Covariance", [&] {
         addScatter({a, means.data()}, 0, a.getNumRows(), scatter);
@@ -134,8 +131,54 @@ Matrix Util::covariance(const Matrix& a) {
     return dividedScatter(std::move(scatter), a.getNumRows() - 1, a.getMatrixOrder());
 }
 
+/// A covariance without its factors 2^(eᵢ + eⱼ), which could overflow or underflow.
+struct ScaledCovariance {
+    explicit ScaledCovariance(const Matrix& a) {
+        if (a.getNumRows() < 2) throw TooFewNumRows();
+        values = plainCovariance(a);
+        if (!outOfRange()) return;
+        Matrix scaled(a);
+        for (int j = 0; j < a.getNumCols(); ++j) {
+            constexpr auto kLargest = NormType::largestAbsoluteValue;
+            const double largest = Util::norm(a(Util::all, j), kLargest, false);
+            int exponent = 0;
+            if (std::isfinite(largest)) std::frexp(largest, &exponent);
+            for (int i = 0; i < a.getNumRows(); ++i) scaled(i, j) = std::ldexp(a(i, j), -exponent);
+            exponents.push_back(exponent);
+        }
+        values = plainCovariance(scaled);
+    }
+
+    /// Whether squares may have overflowed or lost digits; a variance of 0 may be such a square.
+    bool outOfRange() const {
+        for (const double variance : Util::diag(values)) {
+            if (!(variance > 1e-280 && variance < 1e280)) return true;
+        }
+        return false;
+    }
+
+    Matrix values;
+    IntVector exponents;  ///< empty: all are 0
+};
+
+}  // namespace
+
+Matrix Util::covariance(const Matrix& a) {
+    ScaledCovariance scaled(a);
+    Matrix& result = scaled.values;
+    if (scaled.exponents.empty()) return std::move(result);
+    for (int i = 0; i < result.getNumRows(); ++i) {
+        const int exponent = scaled.exponents[static_cast<std::uint64_t>(i)];
+        for (int j = 0; j < result.getNumCols(); ++j) {
+            result(i, j) = std::ldexp(result(i, j),
+                                      exponent + scaled.exponents[static_cast<std::uint64_t>(j)]);
+        }
+    }
+    return std::move(result);
+}
+
 Matrix Util::correlation(const Matrix& a, bool absoluteValues) {
-    Matrix result = covariance(a);
+    Matrix result = ScaledCovariance(a).values;
     const Vector deviations = sqrt(diag(result));
     for (int i = 0; i < result.getNumRows(); ++i) {
         for (int j = 0; j < i; ++j) {
@@ -157,11 +200,7 @@ Matrix Util::cholesky(const Matrix& a, TriangularityType triangle) {
         Support::potrf(memoryTriangle(factor, triangle), factor.getNumRows(), factor.data(),
                        leadingDimension(factor));
     });
-    const bool upper = triangle == TriangularityType::upper;
-    for (int i = 0; i < factor.getNumRows(); ++i) {
-        for (int j = 0; j < i; ++j) (upper ? factor(i, j) : factor(j, i)) = 0.0;
-    }
-    return factor;
+    return triangleOf(factor, triangle);
 }
 
 SVD Util::svd(const Matrix& a) { return a.svd(); }

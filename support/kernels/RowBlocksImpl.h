@@ -47,7 +47,9 @@ template <int J>
 inline double reflect(int64_t rows, double* block, double* triangle, int64_t ld) {
     double products[J + 1];
     dotProducts<1, J + 1>(rows, block, block, products);
-    if (products[0] == 0.0) return 0.0;
+    // Squares of less than 1e-145, which callers see to be nothing beside the column's length: the
+    // reflector would not be orthogonal.
+    if (products[0] < 1e-290) return 0.0;
     const double alpha = triangle[0];
     const double length = __builtin_sqrt(alpha * alpha + products[0]);
     const double beta = alpha > 0.0 ? -length : length;

@@ -75,6 +75,7 @@ TEST(UtilSums, MeanOfEqualValuesIsTheValue) {
             EXPECT_EQ(Util::mean(Vector(static_cast<std::uint64_t>(n), value)), value);
             for (const MatrixOrderType order : kOrders) {
                 EXPECT_EQ(Util::SST(Matrix(n, 2, value, order)), 0.0);
+                EXPECT_EQ(Util::mean(Matrix(n, 2, 1e292 * value, order)), Vector(2, 1e292 * value));
             }
         }
     }
@@ -174,15 +175,25 @@ TEST(UtilReductions, SmallExamples) {
     // Three entries and 2^-51 as the largest below the limit 3 · 2^-52 · max(1, max|v|).
     EXPECT_EQ(Util::countZero(Vector{std::ldexp(1.0, -51), -std::ldexp(1.0, -50), 0.25}), 1);
     EXPECT_EQ(Util::countZero(Vector{std::ldexp(1.0, -50), 0.0, 8.0}), 2);
+    EXPECT_EQ(Util::countZero(Vector{kInfinity, 0.0, 8.0, kNaN, -kInfinity, 1e-10}), 1);
 }
 
 TEST(UtilReductions, Norms) {
-    for (const double scale : {1.0, 1e-200, 1e200, 1e-308}) {
+    for (const double scale : {1.0, 1e-158, 1e-200, 1e151, 1e200, 1e-308}) {
         for (const MatrixOrderType order : kOrders) {
             Matrix a(2, 4, order);
             a(1, Util::all) = Vector{3 * scale, -4 * scale, 0, 12 * scale};
             const ConstMatrixRow row = a(1, Util::all);
             EXPECT_TRUE(isNear(Util::norm(row, NormType::euclidean, false), 13 * scale, kTight));
+            EXPECT_TRUE(isNear(Util::norm(row, NormType::euclidean, true), 13 * scale * 13 * scale,
+                               {1e-15, 5e-324}));
+            // Both columns -1, 0, 1 times the scale.
+            Matrix b(3, 2, order);
+            for (int j = 0; j < 2; ++j) {
+                b(0, j) = -scale;
+                b(2, j) = scale;
+            }
+            EXPECT_TRUE(isNear(Util::SST(b), 4 * scale * scale, {1e-15, 5e-324}));
             EXPECT_EQ(Util::norm(row, NormType::largestAbsoluteValue, false), 12 * scale);
             EXPECT_TRUE(
                 isNear(Util::norm(row, NormType::sumOfAbsoluteValues, false), 19 * scale, kTight));

@@ -45,6 +45,17 @@ TEST(UtilStatistics, CovarianceAndCorrelation) {
         EXPECT_TRUE(
             allNear(byRows(Util::correlation(a, true)), Util::absolute(correlation), kDigits));
         EXPECT_EQ(Util::covariance(a).getMatrixOrder(), order);
+        // Squares of the first and the second column are beyond the range of a double.
+        Matrix extreme(a);
+        extreme(Util::all, 0) *= 1e200;
+        extreme(Util::all, 1) *= 1e-200;
+        EXPECT_TRUE(allNear(byRows(Util::correlation(extreme, false)), correlation, kDigits));
+        Vector scaled = covariance;
+        for (const std::uint64_t entry : {0, 1, 2, 3, 6}) scaled[entry] *= 1e200;
+        for (const std::uint64_t entry : {1, 3, 4, 5, 7}) scaled[entry] *= 1e-200;
+        scaled[0] = kInfinity;
+        scaled[4] = 0.0;
+        EXPECT_TRUE(allNear(byRows(Util::covariance(extreme)), scaled, {1e-13, 0.0}));
     }
     EXPECT_THROW(Util::covariance(Matrix(1, 3)), TooFewNumRows);
     EXPECT_THROW(Util::correlation(Matrix(), false), TooFewNumRows);

@@ -32,6 +32,8 @@ const Case kCases[] = {
     {"ln", S::ln, std::log, 1e-300, 1e300, 1.0},
     {"exp", S::exp, std::exp, -700.0, 700.0, 1.0},
     {"exp near 0", S::exp, std::exp, -1.0, 1.0, 1.0},
+    {"exp before overflow", S::exp, std::exp, 709.7827, 709.78271289338395, 1.0},
+    {"exp before underflow", S::exp, std::exp, -745.13, -708.0, 1.0},
     {"tanh", S::tanh, std::tanh, -20.0, 20.0, 1.5},
     {"tanh near 0", S::tanh, std::tanh, -0.01, 0.01, 1.5},
     {"sqrt", S::sqrt, std::sqrt, 0.0, 1e6, 0.5001},
@@ -91,14 +93,18 @@ TEST(VectorMath, SpecialValues) {
         double x;
         double expected;
     } cases[] = {
-        {S::ln, 0.0, -kInf},     {S::ln, -0.0, -kInf},  {S::ln, -1.0, nan},
-        {S::ln, kInf, kInf},     {S::ln, nan, nan},     {S::ln, 1.0, 0.0},
-        {S::ln, -kInf, nan},     {S::exp, -kInf, 0.0},  {S::exp, kInf, kInf},
-        {S::exp, 709.79, kInf},  {S::exp, -746.0, 0.0}, {S::exp, nan, nan},
-        {S::exp, -745.0, kTiny}, {S::exp, 0.0, 1.0},    {S::tanh, kInf, 1.0},
-        {S::tanh, -kInf, -1.0},  {S::tanh, 0.0, 0.0},   {S::tanh, nan, nan},
-        {S::sqrt, -1.0, nan},    {S::sqrt, 4.0, 2.0},   {S::sqrt, kInf, kInf},
-        {S::sqrt, nan, nan},     {S::sqrt, -0.0, -0.0}, {S::ln, kTiny, -744.44007192138126},
+        {S::ln, 0.0, -kInf},     {S::ln, -0.0, -kInf},
+        {S::ln, -1.0, nan},      {S::ln, kInf, kInf},
+        {S::ln, nan, nan},       {S::ln, 1.0, 0.0},
+        {S::ln, -kInf, nan},     {S::exp, -kInf, 0.0},
+        {S::exp, kInf, kInf},    {S::exp, 709.7827128933841, kInf},
+        {S::exp, -746.0, 0.0},   {S::exp, nan, nan},
+        {S::exp, -745.0, kTiny}, {S::exp, 0.0, 1.0},
+        {S::tanh, kInf, 1.0},    {S::tanh, -kInf, -1.0},
+        {S::tanh, 0.0, 0.0},     {S::tanh, nan, nan},
+        {S::sqrt, -1.0, nan},    {S::sqrt, 4.0, 2.0},
+        {S::sqrt, kInf, kInf},   {S::sqrt, nan, nan},
+        {S::sqrt, -0.0, -0.0},   {S::ln, kTiny, -744.44007192138126},
     };
     for (const auto& c : cases) {
         for (const std::int64_t n : {1, 5}) {  // the tail alone, and the vector body before it

@@ -12,6 +12,18 @@
 
 namespace Veltrix {
 
+namespace Storage {
+
+/// Q of the row blocks of a tall matrix. Not for use outside the data library.
+struct BlockedFactors {
+    Matrix leading;  ///< Householder vectors of the leading rows
+    Vector leadingScalars;
+    Buffer<double> reflectors;  ///< those of the row blocks, one after another
+    Buffer<double> factors;     ///< triangular factors of the blocks
+};
+
+}  // namespace Storage
+
 /// Column-pivoted QR factorisation A P = Q R of an n × p matrix (Householder; Businger and Golub
 /// 1965), k = min(n, p). Tall matrices are first reduced in row blocks that fit the cache (a flat
 /// tree; Demmel, Grigori, Hoemmen and Langou 2012, "Communication-optimal parallel and sequential
@@ -47,13 +59,12 @@ class VELTRIX_DATA_API QR {
     void applyLeft(double* b, std::int64_t columns, bool transpose) const;
 
     /// Row blocks were folded into a triangle first (n·p is large and n ≫ p).
-    bool blocked() const noexcept { return !blockReflectors_.empty(); }
+    bool blocked() const noexcept { return !blocks_.reflectors.empty(); }
 
     int rows_ = 0;
     int cols_ = 0;
-    Storage::Buffer<double> blockReflectors_;  // Householder vectors, one row block after another
-    Storage::Buffer<double> blockFactors_;     // triangular factors T of the blocks
-    Matrix innerReflectors_;                   // Householder vectors of the pivoted factorisation
+    Storage::BlockedFactors blocks_;
+    Matrix innerReflectors_;  // Householder vectors of the pivoted factorisation
     Vector innerScalars_;
     Matrix r_;
     IntVector permutation_;

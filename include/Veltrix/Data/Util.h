@@ -85,7 +85,8 @@ class VELTRIX_DATA_API Util {
     [[nodiscard]] static double sum(const Matrix& values, bool skipNaN = false);
     [[nodiscard]] static double sum(const ConstMatrixRow& values, bool skipNaN = false);
     [[nodiscard]] static double sum(const ConstMatrixColumn& values, bool skipNaN = false);
-    /// NaN when empty. Equal values have exactly their value as mean.
+    /// NaN when empty. Equal values have exactly their value as mean; a mean of finite values does
+    /// not overflow.
     [[nodiscard]] static double mean(const Vector& values);
     /// Mean of every column, length = columns; NaN when there are no rows.
     [[nodiscard]] static Vector mean(const Matrix& a);
@@ -93,7 +94,8 @@ class VELTRIX_DATA_API Util {
     [[nodiscard]] static double weightedMean(const Vector& values, const Vector& weights);
     /// Most frequent number of every column, the smallest on ties; NaN only when all are NaN.
     [[nodiscard]] static Vector mode(const Matrix& a);
-    /// Total sum of squares of all columns about their means.
+    /// Total sum of squares of all columns about their means; neither overflows nor underflows
+    /// before its result does.
     [[nodiscard]] static double SST(const Matrix& a);
     /// NaN entries are passed over unless all are NaN.
     [[nodiscard]] static double maxValue(const Vector& values);
@@ -118,7 +120,8 @@ class VELTRIX_DATA_API Util {
     [[nodiscard]] static Vector partialSum(const Vector& values);
     /// 100·value/total.
     [[nodiscard]] static Vector percentage(const Vector& values);
-    /// Entries with |v| ≤ n·ε·max(1, max|v|), n the length; NaN is no such entry.
+    /// Entries with |v| ≤ n·ε·max(1, max|v|), n the length, the largest taken over the finite
+    /// ones; NaN is no such entry.
     [[nodiscard]] static int countZero(const Vector& values);
     [[nodiscard]] static int countNaNInfinity(const Vector& values);
     [[nodiscard]] static double dotProduct(const Vector& a, const Vector& b);
@@ -126,8 +129,8 @@ class VELTRIX_DATA_API Util {
     [[nodiscard]] static double dotProduct(const Matrix& a, const Matrix& b);
     [[nodiscard]] static double innerProduct(const Vector& a);
     [[nodiscard]] static double innerProduct(const ConstMatrixRow& a);
-    /// `squared` asks for the square of the norm. The Euclidean norm neither overflows nor
-    /// underflows before its result does.
+    /// `squared` asks for the square of the norm. The Euclidean norm and its square neither
+    /// overflow nor underflow before the result does.
     [[nodiscard]] static double norm(const ConstMatrixRow& values, NormType type, bool squared);
     [[nodiscard]] static double norm(const ConstMatrixColumn& values, NormType type, bool squared);
     /// @}
@@ -176,8 +179,9 @@ class VELTRIX_DATA_API Util {
 
     /// @name Statistics and decompositions
     /// @{
-    /// p × p, divisor n − 1, columns centred first; a constant column has variance exactly 0.
-    /// Throws `TooFewNumRows` for n < 2.
+    /// p × p, divisor n − 1, columns centred first; a constant column has variance exactly 0. An
+    /// entry neither overflows nor underflows before its value does; those of `correlation` do not
+    /// depend on the columns' orders of magnitude. Throws `TooFewNumRows` for n < 2.
     [[nodiscard]] static Matrix covariance(const Matrix& a);
     /// p × p; a constant column gives NaN off the diagonal, which is 1 (NaN for a column with NaN).
     /// `absoluteValues` asks for |r|. Throws `TooFewNumRows` for n < 2.
