@@ -53,9 +53,8 @@ namespace Checks {
                                              std::int64_t index, std::uint64_t count);
 [[noreturn]] VELTRIX_DATA_API void failNegative(std::string_view operation, std::string_view what,
                                                 std::int64_t value);
-[[noreturn]] VELTRIX_DATA_API void failEnumerator(std::string_view operation,
-                                                  std::string_view what, int value, int least,
-                                                  int greatest);
+[[noreturn]] VELTRIX_DATA_API void failEnumerator(std::string_view operation, std::string_view what,
+                                                  int value, int least, int greatest);
 [[noreturn]] VELTRIX_DATA_API void failShapes(std::string_view operation, std::int64_t rowsA,
                                               std::int64_t colsA, std::int64_t rowsB,
                                               std::int64_t colsB);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
@@ -48,7 +49,10 @@ void Util::sweep(Matrix& a, int k) { sweep(a, IntVector{k}); }
 void Util::sweep(Matrix& a, const IntVector& pivots) {
     Checks::square(a);
     Checks::indexes(kSweep, "pivot", {pivots.data(), pivots.size()}, a.getNumRows());
-    for (const int k : pivots) sweepOn(a, k);
+    if (pivots.size() == 1) return sweepOn(a, pivots[0]);
+    Matrix swept(a);
+    for (const int k : pivots) sweepOn(swept, k);
+    a = std::move(swept);
 }
 
 Matrix Util::sweep(const Matrix& a, int k) {

@@ -139,7 +139,7 @@ void addToGroups(const GroupedRecords& records, double* sums) {
             double* sum = sums + records.groups[i] * records.depth;
             int64_t k = first;
             for (; k + kLanes <= end; k += kLanes) {
-                Lanes values;
+                Lanes values = {};
 #pragma GCC unroll 4
                 for (int64_t l = 0; l < kLanes; ++l) values[l] = record[(k + l) * step];
                 store(sum + k, load(sum + k) + values);

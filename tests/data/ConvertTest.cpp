@@ -19,8 +19,6 @@ using namespace Veltrix::Testing;
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
 TEST(Convert, textToNumber) {
     const std::pair<const wchar_t*, double> cases[] = {
         {L" -2.5\t", -2.5}, {L"1.E+3", 1e3}, {L"-Infinity", -kInfinity}, {L"1e-400", 0.0}};

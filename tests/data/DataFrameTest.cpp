@@ -18,8 +18,6 @@ using namespace Veltrix::Testing;
 
 namespace {
 
-const double kNaN = std::numeric_limits<double>::quiet_NaN();
-
 template <class Values>
 Values named(Values values, const wchar_t* name) {
     values.setName(name);

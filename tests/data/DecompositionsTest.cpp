@@ -19,8 +19,6 @@ using namespace Veltrix::Testing;
 namespace {
 
 constexpr Tolerance kRounding{1e-11, 1e-11};
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr auto kUpper = TriangularityType::upper;
 constexpr auto kLower = TriangularityType::lower;
 constexpr auto kLeft = SideType::left;
@@ -32,10 +30,6 @@ class Decomposition : public testing::TestWithParam<MatrixOrderType> {
 };
 
 INSTANTIATE_TEST_SUITE_P(orders, Decomposition, testing::ValuesIn(kOrders));
-
-Matrix ordered(const Matrix& a, MatrixOrderType order) {
-    return made(a.getNumRows(), a.getNumCols(), order, [&](int i, int j) { return a(i, j); });
-}
 
 std::string shapeOf(const Matrix& a) {
     return std::to_string(a.getNumRows()) + " x " + std::to_string(a.getNumCols());

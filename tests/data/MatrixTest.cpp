@@ -19,8 +19,6 @@ using namespace Veltrix::Testing;
 namespace {
 
 constexpr auto kAll = Selection::all;
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr Tolerance kRounding{1e-12, 1e-12};
 
 double start(int i, int j) { return 10.0 * i + j + 1.0; }

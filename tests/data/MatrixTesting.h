@@ -9,13 +9,13 @@
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Matrix.h"
 #include "support/RuntimeRandom.h"
+#include "tests/data/RandomValues.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
 
 inline constexpr MatrixOrderType kByRows = MatrixOrderType::rowMajor;
 inline constexpr MatrixOrderType kByColumns = MatrixOrderType::columnMajor;
-inline constexpr MatrixOrderType kOrders[] = {kByRows, kByColumns};
 
 /// Entries in [-1, 1], the same element by element in both orders.
 inline Matrix randomMatrix(int rows, int cols, MatrixOrderType order, unsigned seed) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -34,7 +35,23 @@ LinearAlgebraError errorOf(Action action) {
     throw std::logic_error("no LinearAlgebraError was thrown");
 }
 
+/// What the routine below answers.
+int statusOfGeqrf = 0;
+
 }  // namespace
+
+/// Stands in for the back end's routine, which answers so when it gets no memory for its work.
+extern "C" [[gnu::visibility("default")]] int LAPACKE_dgeqrf(int, int, int, double*, int, double*) {
+    return statusOfGeqrf;
+}
+
+TEST(LinearAlgebra, FailedAllocationsOfTheBackEndAreBadAlloc) {
+    double value = 1.0;
+    for (const int status : {-1010, -1011}) {
+        statusOfGeqrf = status;
+        EXPECT_THROW(geqrf(1, 1, &value, 1, &value), std::bad_alloc);
+    }
+}
 
 TEST(LinearAlgebra, ProductsScaleAndAccumulateInAllTransposes) {
     const auto left = [](std::int64_t i, std::int64_t k) {

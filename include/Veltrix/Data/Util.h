@@ -67,7 +67,7 @@ class VELTRIX_DATA_API Util {
     /// divided by d, column k by −d, and the pivot 1/d. Sweeping the same k again undoes it.
     /// Needs a square matrix (`NumElementsMismatch`) and d ≠ 0 (`Exception`).
     static void sweep(Matrix& a, int k);
-    /// Each pivot in turn; one that is 0 when its turn comes leaves the sweeps before it done.
+    /// Each pivot in turn; when one is 0 as its turn comes, the matrix is as it was.
     static void sweep(Matrix& a, const IntVector& pivots);
     [[nodiscard]] static Matrix sweep(const Matrix& a, int k);
     /// The last diagonal element of a swept bordered cross-product matrix.
