@@ -270,6 +270,15 @@ double dot(std::int64_t n, const double* x, std::int64_t incX, const double* y, 
     return sum;
 }
 
+void axpy(std::int64_t n, double alpha, const double* x, std::int64_t incX, double* y,
+          std::int64_t incY) {
+    const lapack_int stepX = kVectorOperation.increment(incX);
+    const lapack_int stepY = kVectorOperation.increment(incY);
+    inChunks(n, [&](std::int64_t start, lapack_int length) {
+        cblas_daxpy(length, alpha, x + start * incX, stepX, y + start * incY, stepY);
+    });
+}
+
 void geqrf(std::int64_t m, std::int64_t n, double* a, std::int64_t lda, double* tau) {
     if (m == 0 || n == 0) return;
     kQr.workspace(kWidestBlock * static_cast<double>(n));

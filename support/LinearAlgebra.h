@@ -70,6 +70,10 @@ void trsm(Side side, Triangle triangle, Transpose trans, std::int64_t m, std::in
 /// Σ x_i y_i, increments positive; any n.
 double dot(std::int64_t n, const double* x, std::int64_t incX, const double* y, std::int64_t incY);
 
+/// y += alpha x, increments positive; any n.
+void axpy(std::int64_t n, double alpha, const double* x, std::int64_t incX, double* y,
+          std::int64_t incY);
+
 // ---- Orthogonal factorisations ----
 
 /// A = Q R in place (m x n): R in the upper triangle, the reflectors of Q below it with their

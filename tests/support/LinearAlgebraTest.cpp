@@ -89,9 +89,12 @@ TEST(LinearAlgebra, ProductsScaleAndAccumulateInAllTransposes) {
     }
 }
 
-TEST(LinearAlgebra, DotProductHonoursIncrements) {
+TEST(LinearAlgebra, VectorOperationsHonourIncrements) {
     const Values x{1, 0, 2, 0, 3, 0};
-    EXPECT_EQ(dot(3, x.data(), 2, Values{10, 20, 30}.data(), 1), 140.0);
+    Values y{10, 20, 30};
+    EXPECT_EQ(dot(3, x.data(), 2, y.data(), 1), 140.0);
+    axpy(3, 2.0, x.data(), 2, y.data(), 1);
+    EXPECT_EQ(y, (Values{12, 24, 36}));
 }
 
 TEST(LinearAlgebra, EmptyOperandsAreLegal) {
