@@ -228,7 +228,7 @@ TEST(DataFrame, renamingEveryRowAndColumn) {
     EXPECT_EQ(frame.getRowIndex(L"odd"), 1);
     for (int i = 0; i < kCount - 1; ++i) frame.setRowName(i, L"new");
     EXPECT_EQ(frame.getRowIndex(L"odd"), kCount - 1);
-    EXPECT_THROW(frame.getRowIndex(L"even"), Exception);
+    EXPECT_THROW((void)frame.getRowIndex(L"even"), Exception);
     DataFrame one;
     one.append(named(Vector{1.0}, L"one"));
     for (int j = 0; j < kCount; ++j) wide.append(one);

@@ -370,7 +370,8 @@ TEST_P(Decomposition, misuseNamesTheOperation) {
         {[&] { solve(withInfinity, three, kRight); },
          "Triangular system: entry (0, 1) is infinite"},
         {[&] {
-             Matrix::inversePositiveDefiniteFromCholesky(Util::transpose(withInfinity), kLower);
+             (void)Matrix::inversePositiveDefiniteFromCholesky(Util::transpose(withInfinity),
+                                                               kLower);
          },
          "Inverse from a Cholesky factor: entry (1, 0) is infinite"},
         {[&] { solve(three, withInfinity, kLeft); },
@@ -378,19 +379,20 @@ TEST_P(Decomposition, misuseNamesTheOperation) {
         {[&] { solve(three, withInfinity, kRight); },
          "Triangular system: right-hand side, entry (0, 1) is infinite"},
         {[&] {
-             Matrix::solvePositiveDefiniteSystem(three, Vector{1.0, 2.0, kInfinity});
+             (void)Matrix::solvePositiveDefiniteSystem(three, Vector{1.0, 2.0, kInfinity});
          },
          "Positive definite system: right-hand side, entry (2, 0) is infinite"},
         {[&] {
-             Matrix::solvePositiveDefiniteSystemFromCholesky(three, Vector{1.0, kNaN, 2.0}, kUpper);
+             (void)Matrix::solvePositiveDefiniteSystemFromCholesky(three, Vector{1.0, kNaN, 2.0},
+                                                                   kUpper);
          },
          "System from a Cholesky factor: right-hand side, entry (1, 0) is NaN"},
         {[&] { solve(three, three, SideType(0)); }, "Triangular system: side 0, 1 or 2 expected"},
         {[&] { (void)qr.qMultiply(Vector(3), SideType(3), true); },
          "Product with Q: side 3, 1 or 2 expected"},
-        {[&] { Util::cholesky(three, TriangularityType(3)); },
+        {[&] { (void)Util::cholesky(three, TriangularityType(3)); },
          "Cholesky factorisation: triangle 3, 1 or 2 expected"},
-        {[&] { Matrix::inversePositiveDefiniteFromCholesky(three, TriangularityType(0)); },
+        {[&] { (void)Matrix::inversePositiveDefiniteFromCholesky(three, TriangularityType(0)); },
          "Inverse from a Cholesky factor: triangle 0, 1 or 2 expected"},
         {[&] { solve(three, flat, kLeft); },
          "Triangular system: 3 rows in the matrix, 2 rows on the right-hand side"},
@@ -398,7 +400,8 @@ TEST_P(Decomposition, misuseNamesTheOperation) {
              solve(three, withNaN(Selection::all, {0, 1}), kRight);
          },
          "Triangular system: 3 rows in the matrix, 2 columns on the right-hand side"},
-        {[&] { (void)Matrix::standardizeEigenvalueProblem(three, identity(2), 1, kUpper); }, mismatch},
+        {[&] { (void)Matrix::standardizeEigenvalueProblem(three, identity(2), 1, kUpper); },
+         mismatch},
         {[&] { (void)Matrix::standardizeEigenvalueProblem(three, three, 4, kUpper); },
          "Standard eigenvalue problem: problem type 4, 1 to 3 expected"},
         {[&] { (void)Matrix::standardizeEigenvalueProblem(three, singular, 3, kUpper); },

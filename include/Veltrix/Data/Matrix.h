@@ -140,16 +140,20 @@ class VELTRIX_DATA_API Matrix {
     /// matrix or a right-hand side that is NaN or infinite throws `Exception`, which names it.
     [[nodiscard]] static Matrix solvePositiveDefiniteSystem(const Matrix& a, const Matrix& b);
     [[nodiscard]] static Vector solvePositiveDefiniteSystem(const Matrix& a, const Vector& b);
-    [[nodiscard]] static Matrix solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, const Matrix& b,
-                                                          TriangularityType triangle);
-    [[nodiscard]] static Vector solvePositiveDefiniteSystemFromCholesky(const Matrix& factor, const Vector& b,
-                                                          TriangularityType triangle);
+    [[nodiscard]] static Matrix solvePositiveDefiniteSystemFromCholesky(const Matrix& factor,
+                                                                        const Matrix& b,
+                                                                        TriangularityType triangle);
+    [[nodiscard]] static Vector solvePositiveDefiniteSystemFromCholesky(const Matrix& factor,
+                                                                        const Vector& b,
+                                                                        TriangularityType triangle);
     /// Solves T X = αB (`left`) or X T = αB (`right`), with Tᵀ in place of T when `transposeT`.
     /// Only the named triangle of T is read. Throws when a diagonal entry is exactly 0.
-    [[nodiscard]] static Matrix solveTriangularSystem(const Matrix& t, const Matrix& b, SideType side,
-                                        TriangularityType triangle, bool transposeT, double alpha);
-    [[nodiscard]] static Vector solveTriangularSystem(const Matrix& t, const Vector& b, SideType side,
-                                        TriangularityType triangle, bool transposeT, double alpha);
+    [[nodiscard]] static Matrix solveTriangularSystem(const Matrix& t, const Matrix& b,
+                                                      SideType side, TriangularityType triangle,
+                                                      bool transposeT, double alpha);
+    [[nodiscard]] static Vector solveTriangularSystem(const Matrix& t, const Vector& b,
+                                                      SideType side, TriangularityType triangle,
+                                                      bool transposeT, double alpha);
     /// Reduces a generalised symmetric eigenvalue problem to the standard form C z = λ z, given B's
     /// Cholesky factor in `b` (as `Util::cholesky` returns it), B = UᵀU or B = LLᵀ. `problemType`:
     /// - 1: A x = λ B x; C = U⁻ᵀ A U⁻¹, x = U⁻¹ z, or C = L⁻¹ A L⁻ᵀ, x = L⁻ᵀ z;
@@ -158,8 +162,9 @@ class VELTRIX_DATA_API Matrix {
     ///
     /// Only the named triangle of A and of the factor is read; C is returned whole (symmetric).
     /// Throws `NumElementsMismatch` when the matrices are not square or differ in order.
-    [[nodiscard]] static Matrix standardizeEigenvalueProblem(const Matrix& a, const Matrix& b, int problemType,
-                                               TriangularityType triangle);
+    [[nodiscard]] static Matrix standardizeEigenvalueProblem(const Matrix& a, const Matrix& b,
+                                                             int problemType,
+                                                             TriangularityType triangle);
 
     virtual void setName(const WString& name);
     [[nodiscard]] virtual const WString& getName() const;
