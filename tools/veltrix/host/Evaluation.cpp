@@ -197,7 +197,7 @@ void addEvaluation(ReportBuilder& report, const Prepared& data, const Family& fa
         scores.emplace_back(part, std::move(found));
     }
     if (!measures.empty()) first = &addErrors(report, measures);
-    if (!family.trainingNote().empty()) first->note(family.trainingNote());
+    if (first != nullptr && !family.trainingNote().empty()) first->note(family.trainingNote());
     for (const auto& [part, found] : scores) {
         if (part == Part::Training && family.needs().describesTraining) continue;
         addScores(report, data, part, found);

@@ -188,8 +188,11 @@ void fillParts(Prepared& data, const std::array<IntVector, kParts.size()>& rows,
         if (target != nullptr && options.regression) {
             part.numbers = pick(target->numbers, rows[k]);
         }
-        const bool whole = rows[k].size() == selection.rowNumbers.size();
-        part.records = whole ? std::move(all) : all.at(rows[k]);
+        if (rows[k].size() == selection.rowNumbers.size()) {
+            part.records = std::move(all);
+            break;  // the other parts are empty
+        }
+        part.records = all.at(rows[k]);
     }
 }
 
