@@ -119,7 +119,7 @@ class Interrupted : public CommandLine {
   protected:
     void SetUp() override {
         std::string csv = "y,x\n";
-        for (int i = 0; i < 1500; ++i) {
+        for (int i = 0; i < 600; ++i) {
             csv += std::to_string(i * 7 % 11) + "," + std::to_string(i) + "\n";
         }
         args = {"regress",
@@ -179,7 +179,7 @@ TEST_F(Interrupted, AtAnyMomentTheOldOrTheNewFilesStand) {
     const auto time = std::chrono::steady_clock::now() - begin;
     const std::string model = text("m");
     const std::string output = text("out");
-    constexpr int kTimes = 24;
+    constexpr int kTimes = 20;
     for (int k = 0; k < kTimes; ++k) {
         reset();
         std::filesystem::remove(folder.path("out"));

@@ -5,6 +5,7 @@
 
 #if !defined(_WIN32)
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -51,6 +52,9 @@ class HeldSignals {
     HeldSignals& operator=(const HeldSignals&) = delete;
     ~HeldSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
+    /// The signals that are held without it.
+    const sigset_t& before() const { return before_; }
+
   private:
     sigset_t before_{};
 };
@@ -84,14 +88,18 @@ Outcome attempt(const std::function<void()>& step, int messages) {
     ::_exit(attempt(step, messages));
 }
 
-/// All that the child says until it ends or the program is to.
+/// All that the child says until it ends or the program is to. Signals come while it waits only, so
+/// that none is overlooked.
 std::string listen(int messages) {
+    const HeldSignals held;
     std::string text;
     std::array<char, 512> buffer;
     while (interruptCode() == 0) {
+        pollfd source{.fd = messages, .events = POLLIN, .revents = 0};
+        if (::ppoll(&source, 1, nullptr, &held.before()) < 0) continue;
         const ssize_t size = ::read(messages, buffer.data(), buffer.size());
-        if (size == 0) break;
-        if (size > 0) text.append(buffer.data(), static_cast<std::size_t>(size));
+        if (size <= 0) break;
+        text.append(buffer.data(), static_cast<std::size_t>(size));
     }
     return text;
 }

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <new>
+#include <random>
 #include <set>
+#include <system_error>
 #include <utility>
 
 #include <fmt/format.h>
@@ -22,6 +26,8 @@
 namespace Veltrix::Tool {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr std::size_t kMaxRows = LXW_ROW_MAX;
 constexpr std::size_t kMaxColumns = LXW_COL_MAX;
@@ -248,9 +254,41 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-/// The library takes every allocation for granted and talks on stderr: it works in a child.
-void buildWorkbook(const Report& report, const std::string& path) {
-    std::string folder = Support::temporaryFolder();
+/// A folder for the library's temporary files, which it leaves there when its process is ended.
+class ScratchFolder {
+  public:
+    ScratchFolder() {
+        const auto time = std::chrono::steady_clock::now().time_since_epoch().count();
+        const std::string parent = Support::temporaryFolder();
+        path_ = fs::path(std::u8string(parent.begin(), parent.end())) /
+                fmt::format("veltrix-workbook-{}-{}", std::random_device{}(), time);
+        std::error_code cause;
+        if (fs::create_directory(path_, cause)) {
+            fs::permissions(path_, fs::perms::owner_all, cause);
+        }
+        if (!cause) return;
+        throw Support::FileError("Cannot write the workbook: no temporary folder in " + parent +
+                                 ": " + cause.message());
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder() {
+        std::error_code ignored;
+        if (fs::remove(path_, ignored)) return;  // it is empty unless the child was ended
+        try {
+            fs::remove_all(path_, ignored);
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+    }
+
+    std::string path() const { return path_.string(); }
+
+  private:
+    fs::path path_;
+};
+
+void buildWorkbook(const Report& report, const std::string& path, std::string folder) {
     errno = 0;
     std::size_t cells = 0;
     for (const Table& table : report.tables) cells += rowsShown(table) * table.columns.size();
@@ -315,7 +353,9 @@ std::uint32_t seriesColor(std::size_t index) {
 }
 
 void writeWorkbook(const Report& report, const std::string& path) {
-    runInChild("Cannot write the workbook", [&] { buildWorkbook(report, path); });
+    // The library takes every allocation for granted and talks on stderr.
+    const ScratchFolder scratch;
+    runInChild("Cannot write the workbook", [&] { buildWorkbook(report, path, scratch.path()); });
 }
 
 }  // namespace Veltrix::Tool
