@@ -162,9 +162,13 @@ TEST_F(Interrupted, WaitingFilesAreRemoved) {
     for (const int signal : {SIGINT, SIGTERM}) {
         // All content waits, the last one for a reader of the pipe.
         const int exitCode = interrupt(signal, [this] {
-            while (folder.files().size() < 7 || temporary.files().empty()) {
+            const auto waiting = [this] {
+                return folder.files().size() == 7 && !temporary.files().empty();
+            };
+            for (int tries = 0; tries < 2000 && !waiting(); ++tries) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             }
+            EXPECT_TRUE(waiting());
         });
         EXPECT_EQ(exitCode, 128 + signal);
         EXPECT_THAT(folder.files(), ElementsAre("data.csv", "long.csv", "m", "out", "r.xlsx"));
