@@ -22,17 +22,6 @@
 namespace Veltrix::Tool {
 namespace {
 
-/// Where a record begins. The header is row 0; lines count from 1.
-struct Place {
-    std::int64_t row = 0;
-    std::int64_t line = 0;
-
-    std::string text() const {
-        const std::string name = row == 0 ? "header" : "row " + std::to_string(row);
-        return name + " (line " + std::to_string(line) + ")";
-    }
-};
-
 /// A column as it is read: numbers as long as every cell is one, else codes into distinct texts.
 struct ColumnBuilder {
     std::string name;
@@ -42,11 +31,11 @@ struct ColumnBuilder {
     Vector numbers;
     IntVector codes;
     TextPool levels;
-    std::vector<Place> firstPlaces;  // where each level stands first
+    std::vector<std::int64_t> firstRows;  // where each level stands first
 
-    void addText(std::string_view text, const Place& place) {
+    void addText(std::string_view text, std::int64_t row) {
         const int code = levels.add(text);
-        if (static_cast<std::size_t>(code) == firstPlaces.size()) firstPlaces.push_back(place);
+        if (static_cast<std::size_t>(code) == firstRows.size()) firstRows.push_back(row);
         codes.push_back(code);
     }
 
@@ -89,6 +78,61 @@ class Lines {
     std::size_t carriageReturn_;
 };
 
+bool isBlank(std::string_view line, char delimiter) {
+    return std::ranges::all_of(line, [delimiter](char c) {
+        return c == '\n' || c == '\r' || ((c == ' ' || c == '\t') && c != delimiter);
+    });
+}
+
+/// Where a row begins, for messages: found by going over the text again, so that reading need not
+/// count lines. The header is row 0; lines count from 1.
+std::string placeOf(std::string_view text, char delimiter, std::size_t columns,
+                    std::int64_t wanted) {
+    std::int64_t row = -1;
+    std::int64_t number = 0;
+    bool quoted = false;
+    Lines lines(text);
+    for (std::string_view line = lines.next(); !line.empty(); line = lines.next()) {
+        ++number;
+        const bool counts = !isBlank(line, delimiter) || (columns == 1 && row >= 0);
+        if (!quoted && counts && ++row == wanted) break;
+        if (std::ranges::count(line, '"') % 2 != 0) quoted = !quoted;
+    }
+    const std::string name = wanted == 0 ? "header" : "row " + std::to_string(wanted);
+    return name + " (line " + std::to_string(number) + ")";
+}
+
+/// Measures the records of a text that comes in blocks. In a well-formed text a line end is one of
+/// a record where an even number of quotation marks stands before it.
+class RecordSizes {
+  public:
+    /// Bytes, with those in this block, of the record that was open before it: the only one that
+    /// can be longer than a block.
+    std::size_t addBlock(std::string_view block) {
+        std::size_t first = 0;
+        for (bool quoted = quoted_; first < block.size();) {
+            if (endsRecord(block[first++], quoted)) break;
+        }
+        const std::size_t size = open_ + first;
+        quoted_ = quoted_ != (std::ranges::count(block, '"') % 2 != 0);
+        std::size_t last = block.size();
+        for (bool quoted = quoted_; last > 0; --last) {
+            if (endsRecord(block[last - 1], quoted)) break;
+        }
+        open_ = block.size() - last + (last == 0 ? open_ : 0);
+        return size;
+    }
+
+  private:
+    static bool endsRecord(char c, bool& quoted) {
+        if (c == '"') quoted = !quoted;
+        return !quoted && (c == '\n' || c == '\r');
+    }
+
+    bool quoted_ = false;
+    std::size_t open_ = 0;
+};
+
 /// Goes over the text and fills the columns that are not complete. libcsv is C: what its callbacks
 /// find wrong is kept and thrown once it has returned.
 class CsvPass {
@@ -96,7 +140,7 @@ class CsvPass {
     CsvPass(const std::string& file, std::string_view text, const CsvOptions& options,
             std::vector<ColumnBuilder>& columns, std::int64_t rowLimit)
         : file_(file), text_(text), options_(options), columns_(columns), rowLimit_(rowLimit) {
-        csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
+        csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI | CSV_REPALL_NL);
         csv_set_delim(&parser_, static_cast<unsigned char>(options.delimiter));
         csv_set_blk_size(&parser_, kBlock);
         const auto& missing = options.missing;
@@ -109,15 +153,20 @@ class CsvPass {
     /// Returns the number of data rows read.
     std::int64_t run() {
         ProgressPhase phase("Reading", text_.size());
-        std::size_t unreported = 0;
-        Lines lines(text_);
-        for (std::string_view line = lines.next(); !line.empty() && !finished();
-             line = lines.next()) {
-            addLine(line);
-            unreported += line.size();
-            if (unreported >= kBlock) phase.advance(std::exchange(unreported, 0));
+        const auto most = static_cast<std::size_t>(csvSettings().maxRecord);
+        const std::size_t blockSize = std::min(kBlock, most);
+        RecordSizes sizes;
+        for (std::size_t done = 0; done < text_.size() && !finished(); done += blockSize) {
+            const std::string_view block = text_.substr(done, blockSize);
+            if (text_.size() > most && sizes.addBlock(block) > most) failLength(most);
+            if (csv_parse(&parser_, block.data(), block.size(), onCell, onLineEnd, this) !=
+                block.size()) {
+                failParse();
+            }
+            phase.advance(block.size());
         }
-        if (!finished() && csv_fini(&parser_, onCell, onRow, this) != 0) failParse();
+        if (!finished() && csv_fini(&parser_, onCell, onLineEnd, this) != 0) failParse();
+        if (!finished() && endsBlank()) onLineEnd(-1, this);
         if (error_) std::rethrow_exception(error_);
         return row_;
     }
@@ -128,50 +177,29 @@ class CsvPass {
     static constexpr std::size_t kBlock = 1U << 16U;
     static constexpr std::size_t kMostColumns = 1U << 20U;
 
-    /// Between records, a line without anything is a missing cell where a row has one cell only,
-    /// and nothing elsewhere.
-    void addLine(std::string_view line) {
-        ++line_;
-        if (!inRecord_) {
-            recordSize_ = 0;
-            place_ = {headerDone_ ? row_ + 1 : 0, line_};
-            if (isBlank(line)) {
-                if (headerDone_ && columns_.size() == 1) addMissingRow();
-                return;
-            }
-        }
-        inRecord_ = true;
-        recordSize_ += static_cast<std::int64_t>(line.size());
-        if (const std::int64_t most = csvSettings().maxRecord; recordSize_ > most) {
-            throw UserError(file_ + ": " + place_.text() + " is longer than the " +
-                            std::to_string(most) + " bytes of --max-record; a row ends with its " +
-                            "line unless a quotation mark is open");
-        }
-        if (csv_parse(&parser_, line.data(), line.size(), onCell, onRow, this) != line.size()) {
-            failParse();
-        }
-    }
-
-    void addMissingRow() {
-        guard([&] {
-            addCell("");
-            endRow();
-        });
-    }
-
-    bool isBlank(std::string_view line) const {
-        return std::ranges::all_of(line, [this](char c) {
-            return c == '\n' || c == '\r' || ((c == ' ' || c == '\t') && c != options_.delimiter);
-        });
+    /// Whether blanks stand behind the last line end; these libcsv passes over in silence.
+    bool endsBlank() const {
+        const std::size_t lineEnd = text_.find_last_of("\r\n");
+        return lineEnd + 1 < text_.size() && isBlank(text_.substr(lineEnd + 1), options_.delimiter);
     }
 
     bool finished() const { return error_ || row_ >= rowLimit_; }
+
+    std::string place() const {
+        return placeOf(text_, options_.delimiter, columns_.size(), headerDone_ ? row_ + 1 : 0);
+    }
+
+    [[noreturn]] void failLength(std::size_t most) const {
+        throw UserError(file_ + ": " + place() + " is longer than the " + std::to_string(most) +
+                        " bytes of --max-record; a row ends with its line unless a quotation "
+                        "mark is open");
+    }
 
     [[noreturn]] void failParse() {
         if (error_) std::rethrow_exception(error_);
         const int code = csv_error(&parser_);
         if (code == CSV_ENOMEM || code == CSV_ETOOBIG) throw std::bad_alloc();
-        throw UserError(file_ + ": " + place_.text() +
+        throw UserError(file_ + ": " + place() +
                         ": misplaced or unclosed quotation mark; a quoted cell begins and ends "
                         "with one, and has them doubled inside");
     }
@@ -182,9 +210,9 @@ class CsvPass {
             [&] { pass.addCell(std::string_view(static_cast<const char*>(content), size)); });
     }
 
-    static void onRow(int /*lineEnd*/, void* self) {
+    static void onLineEnd(int character, void* self) {
         auto& pass = *static_cast<CsvPass*>(self);
-        pass.guard([&] { pass.endRow(); });
+        pass.guard([&] { pass.endLine(character); });
     }
 
     template <class Work>
@@ -199,21 +227,13 @@ class CsvPass {
 
     void addCell(std::string_view cell) {
         const std::size_t index = column_++;
-        if (!headerDone_) {
-            if (index >= kMostColumns) {
-                throw UserError(file_ + ": " + place_.text() + " has more than " +
-                                std::to_string(kMostColumns) + " cells");
-            }
-            if (columns_.size() <= index) columns_.emplace_back();
-            columns_[index].name = cell;
-            return;
-        }
+        if (!headerDone_) return addName(index, cell);
         if (index >= columns_.size()) return;  // counted, and refused at the end of the row
         ColumnBuilder& column = columns_[index];
         if (column.complete || column.failed) return;
         const bool missing = isMissing(cell);
         if (column.isText) {
-            column.addText(missing ? std::string_view() : cell, place_);
+            column.addText(missing ? std::string_view() : cell, row_);
             return;
         }
         const std::optional<double> number =
@@ -226,25 +246,47 @@ class CsvPass {
         }
     }
 
+    /// Apart from `addCell`, which is small enough so for the compiler to put it into `onCell`.
+    [[gnu::noinline]] void addName(std::size_t index, std::string_view name) {
+        if (index >= kMostColumns) {
+            throw UserError(file_ + ": " + place() + " has more than " +
+                            std::to_string(kMostColumns) + " cells");
+        }
+        if (columns_.size() <= index) columns_.emplace_back();
+        columns_[index].name = name;
+    }
+
     bool isMissing(std::string_view cell) const {
         if (cell.empty()) return emptyIsMissing_;
         for (const std::string& text : options_.missing) {
-            if (cell == text) return true;
+            // The first characters tell most cells apart without a call.
+            if (!text.empty() && text.front() == cell.front() && text == cell) return true;
         }
         return false;
+    }
+
+    /// A line without anything is a missing cell where a row has one cell only, and nothing
+    /// elsewhere. Of CR LF the second is no line of its own.
+    void endLine(int character) {
+        const int before = std::exchange(lineEnd_, character);
+        if (column_ == 0) {
+            const bool isRow = headerDone_ && columns_.size() == 1;
+            if (!isRow || (before == '\r' && character == '\n')) return;
+            onCell(nullptr, 0, this);
+        }
+        endRow();
     }
 
     void endRow() {
         if (!headerDone_) {
             headerDone_ = true;
         } else if (column_ != columns_.size()) {
-            throw UserError(file_ + ": " + place_.text() + " has " + std::to_string(column_) +
+            throw UserError(file_ + ": " + place() + " has " + std::to_string(column_) +
                             " cells, the header has " + std::to_string(columns_.size()));
         } else {
             ++row_;
         }
         column_ = 0;
-        inRecord_ = false;
     }
 
     const std::string& file_;
@@ -257,10 +299,7 @@ class CsvPass {
     bool headerDone_ = false;
     std::size_t column_ = 0;
     std::int64_t row_ = 0;
-    std::int64_t line_ = 0;
-    Place place_;  // of the record under way
-    bool inRecord_ = false;
-    std::int64_t recordSize_ = 0;  // in bytes
+    int lineEnd_ = 0;  // the character that ended the last line
     std::exception_ptr error_;
 };
 
@@ -347,7 +386,8 @@ std::vector<ColumnBuilder> readColumns(const std::string& file, std::string_view
 }
 
 /// The finished column, moved into the frame.
-void appendTo(DataFrame& frame, const std::string& file, ColumnBuilder column) {
+void appendTo(DataFrame& frame, const std::string& file, std::string_view text,
+              const CsvOptions& options, std::size_t columns, ColumnBuilder column) {
     const WString name = decode(column.name, [&] {
         return file + ": header, column " + std::to_string(frame.getNumCols() + 1);
     });
@@ -361,7 +401,8 @@ void appendTo(DataFrame& frame, const std::string& file, ColumnBuilder column) {
     levels.reserve(texts.size());
     for (std::size_t level = 0; level < texts.size(); ++level) {
         levels.push_back(decode(texts[level], [&] {
-            return file + ": " + column.firstPlaces[level].text() + ", column " +
+            const std::int64_t row = column.firstRows[level] + 1;
+            return file + ": " + placeOf(text, options.delimiter, columns, row) + ", column " +
                    Tool::quoted(column.name);
         }));
     }
@@ -386,7 +427,9 @@ DataFrame readCsv(const std::string& path, const CsvOptions& options) {
     std::vector<ColumnBuilder> columns = readColumns(file, text, options);
     DataFrame frame(
         decode(std::filesystem::path(path).stem().string(), [&] { return std::string(file); }));
-    for (ColumnBuilder& column : columns) appendTo(frame, file, std::move(column));
+    for (ColumnBuilder& column : columns) {
+        appendTo(frame, file, text, options, columns.size(), std::move(column));
+    }
     return frame;
 }
 
