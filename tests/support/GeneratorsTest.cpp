@@ -1,6 +1,7 @@
 #include <cmath>
 #include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -19,13 +20,10 @@ TEST(RuntimeRandom, FollowsTheReferenceSequences) {
         const std::string prefix = "sequences." + std::to_string(s) + ".";
         const auto seed = static_cast<std::uint32_t>(reference.scalar(prefix + "seed"));
         RuntimeRandom random(seed);
-        int drawn = 0;
-        for (const double expected : reference.vector(prefix + "first_40")) {
-            EXPECT_EQ(random.next(), expected) << "seed " << seed << " draw " << drawn;
-            ++drawn;
-        }
-        ASSERT_EQ(drawn, 40);
-        for (; drawn < 999999; ++drawn) random.next();
+        std::vector<double> drawn;
+        for (int k = 0; k < 40; ++k) drawn.push_back(random.next());
+        EXPECT_EQ(drawn, reference.vector(prefix + "first_40")) << "seed " << seed;
+        for (int k = 40; k < 999999; ++k) random.next();
         EXPECT_EQ(random.next(), reference.scalar(prefix + "draw_1000000"));
     }
 }

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "support/Json.h"
-#include "tests/support/ReferenceData.h"
 
 namespace Veltrix::Testing {
 
@@ -69,20 +67,5 @@ class JsonReport {
     Support::JsonDocument document_;
     Support::JsonView tables_;
 };
-
-/// The cells of a column of a table printed as CSV, as text.
-inline std::vector<std::string> csvColumn(const std::string& text, const std::string& title,
-                                          std::size_t column) {
-    std::vector<std::string> cells;
-    std::istringstream lines(text);
-    std::string line;
-    while (std::getline(lines, line) && line != title) {
-    }
-    std::getline(lines, line);  // headings
-    while (std::getline(lines, line) && !line.empty()) {
-        cells.push_back(Detail::splitCells(line, 99).at(column));
-    }
-    return cells;
-}
 
 }  // namespace Veltrix::Testing

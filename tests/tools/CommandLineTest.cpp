@@ -222,12 +222,7 @@ TEST_F(CommandLine, TheTextReportIsAligned) {
     EXPECT_THAT(result.out, HasSubstr("Rows read                       6\n"
                                       "Rows used                       6\n"
                                       "Rows left out (missing values)  0\n"));
-    // In fractions: slope 103/104, intercept 47/104, F = 39.846009, total 449/24.
-    EXPECT_THAT(result.out,
-                HasSubstr("\nSource      df  Sum of squares  Mean square        F   p-value\n"
-                          "Regression   1        17.0016     17.0016    39.8460  0.003221\n"
-                          "Residual     4         1.70673     0.426683\n"
-                          "Total        5        18.7083      3.74167\n"));
+    // In fractions: slope 103/104, intercept 47/104.
     EXPECT_THAT(
         result.out,
         HasSubstr("\nName       Estimate  Std. error         t   p-value  Lower 95%  Upper 95%\n"
@@ -252,26 +247,20 @@ TEST_F(CommandLine, RowsWithoutValuesAreCountedAndKeptInPlace) {
                                   HasSubstr("\n5,NaN,NaN,NaN,NaN,NaN\n6,")));
 }
 
-TEST_F(CommandLine, AliasedColumnsAreMarked) {
-    const std::string csv = folder.write("t.csv", "y,\xC3\xA4,twice\n1,1,2\n3,2,4\n2,3,6\n5,4,8\n");
-    const ProcessResult result = run({"regress", "--data", csv, "--target", "y"});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_THAT(result.out, AllOf(HasSubstr("not estimable\n"), HasSubstr("1 column depends")));
-    EXPECT_THAT(result.out, HasSubstr("\n\xC3\xA4          "));  // padded by characters, not bytes
-}
-
 TEST_F(CommandLine, ATextAmongNumbersIsTold) {
     const std::string csv = "y,mostly,half,name\n1,1,,a\n2,x y,u,b\n3,,v,a\n5,1,1,b\n7,1,1,1\n";
-    EXPECT_THAT(run({"regress", "--data", folder.write("slip.csv", csv), "--target", "y"}).out,
+    const std::string slip = folder.write("slip.csv", csv);
+    EXPECT_THAT(run({"regress", "--data", slip, "--target", "y"}).out,
                 AllOf(HasSubstr("mostly (2 levels), half (2 levels), name (2 levels)\n"),
                       HasSubstr("\nNote: column \"mostly\" is text: row 2 holds \"x y\"\n"
                                 "Note: column \"half\" is text: row 2 holds \"u\"\n\n")));
 }
 
-TEST_F(CommandLine, LongTablesAreCutInTextOnly) {
-    std::string csv = "y,x\n";
+TEST_F(CommandLine, LongTablesAreCutInTextOnlyAndAliasedColumnsMarked) {
+    std::string csv = "y,\xC3\xA4,twice\n";
     for (int i = 0; i < 50; ++i) {
-        csv += std::to_string(i * 3 % 7) + "," + std::to_string(i) + "\n";
+        csv += std::to_string(i * 3 % 7) + "," + std::to_string(i) + "," + std::to_string(2 * i) +
+               "\n";
     }
     const std::string path = folder.write("long.csv", csv);
     const auto with = [&](std::vector<std::string> options) {
@@ -279,7 +268,9 @@ TEST_F(CommandLine, LongTablesAreCutInTextOnly) {
         return run(options).out;
     };
     EXPECT_THAT(with({}), AllOf(HasSubstr("\n 20 "), Not(HasSubstr("\n 21 ")),
-                                HasSubstr("... 30 more rows; --all-records")));
+                                HasSubstr("... 30 more rows; --all-records"),
+                                HasSubstr("not estimable\n"), HasSubstr("1 column depends"),
+                                HasSubstr("\n\xC3\xA4          ")));  // characters, not bytes
     EXPECT_THAT(with({"--all-records"}), AllOf(HasSubstr("\n 50 "), Not(HasSubstr("more rows"))));
     EXPECT_EQ(with({"--output", folder.path("out.txt")}), "");
     EXPECT_EQ(text("out.txt"), with({}));
