@@ -135,10 +135,11 @@ TEST_F(FilesTest, ErrorsNameFileAndCauseAndLeaveNothing) {
     EXPECT_EQ(numFiles(), 0u);
     writeFileAtomically(path("kept"), "old");
     fs::permissions(path("kept"), fs::perms::owner_read | fs::perms::group_read);
-    for (const auto& [name, cause] : {std::pair("none/file", "none/file\": No such file"),
-                                      {"", "Is a directory"},
-                                      {"kept", "kept\": Permission denied"}}) {
-        EXPECT_THAT(messageOf([&] { writeFileAtomically(path(name), "new"); }), HasSubstr(cause));
+    for (const auto& mistake : {std::pair("none/file", "none/file\": No such file"),
+                                {"", "Is a directory"},
+                                {"kept", "kept\": Permission denied"}}) {
+        EXPECT_THAT(messageOf([&] { writeFileAtomically(path(mistake.first), "new"); }),
+                    HasSubstr(mistake.second));
     }
     EXPECT_EQ(readFile(path("kept")), "old");
     EXPECT_EQ(numFiles(), 1u);

@@ -137,7 +137,7 @@ TEST(LinearAlgebra, FailuresCarryKindPositionAndMeaning) {
 
 TEST(LinearAlgebra, FindsEveryNonFiniteValueWhereverItStands) {
     using Limits = std::numeric_limits<double>;
-    for (const std::size_t n : {1, 7, 5001}) {
+    for (const std::size_t n : {std::size_t{1}, std::size_t{7}, std::size_t{5001}}) {
         for (const std::size_t at : {std::size_t{0}, n / 2, n - 1}) {
             Values values(n, Limits::max());
             EXPECT_TRUE(allFinite(values.data(), std::ssize(values)));

@@ -58,22 +58,28 @@ inline std::string contentOf(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+/// What a child does: it runs a program instead of this one.
+[[noreturn]] inline void becomeProgram(const std::string& program,
+                                       const std::vector<std::string>& args) {
+    std::vector<const char*> argv{program.c_str()};
+    for (const std::string& arg : args) argv.push_back(arg.c_str());
+    argv.push_back(nullptr);
+    ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
+    ::_exit(127);
+}
+
 /// A program that runs on its own, without input and output, until it is waited for.
 class StartedProcess {
   public:
     /// The settings are of the form NAME=VALUE.
     StartedProcess(const std::string& program, const std::vector<std::string>& args,
                    std::vector<std::string> settings) {
-        std::vector<const char*> argv{program.c_str()};
-        for (const std::string& arg : args) argv.push_back(arg.c_str());
-        argv.push_back(nullptr);
         child_ = ::fork();
         if (child_ != 0) return;
         for (std::string& setting : settings) ::putenv(setting.data());
         const int nowhere = ::open("/dev/null", O_RDWR);
         for (const int stream : {0, 1, 2}) ::dup2(nowhere, stream);
-        ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
-        ::_exit(127);
+        becomeProgram(program, args);
     }
 
     void send(int signal) const { ::kill(child_, signal); }
@@ -121,15 +127,9 @@ inline ProcessResult runProgram(const std::string& program, const std::vector<st
 /// Runs a program on a terminal of its own, where Ctrl-C is pressed once the output holds a text.
 inline ProcessResult runOnTerminal(const std::string& program, const std::vector<std::string>& args,
                                    const std::string& interruptAt = {}) {
-    std::vector<const char*> argv{program.c_str()};
-    for (const std::string& arg : args) argv.push_back(arg.c_str());
-    argv.push_back(nullptr);
     int terminal = -1;
     const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-        ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
-        ::_exit(127);
-    }
+    if (child == 0) becomeProgram(program, args);
     ProcessResult result;
     bool pressed = interruptAt.empty();
     char buffer[4096];

@@ -139,37 +139,32 @@ TEST(KnnCommand, ShowsTheReferenceNumbersAndSearches) {
         const bool trains = static_cast<double>(i) <= reference.scalar("training_rows");
         text += lines[i] + (trains ? ",train\n" : ",valid\n");
     }
-    const Arguments start = Arguments{"knn --data",
-                                      folder.write("data.csv", text),
-                                      "--partition-column part --predictors",
-                                      joined(reference.texts("predictors")),
-                                      "--target",
-                                      reference.text("class"),
-                                      "--weights",
-                                      reference.text("weights")};
-    const auto settings = [&](const std::string& item) {
-        Arguments options{"--weighting",
-                          reference.scalar(item + ".scheme") == 2.0 ? "distance" : "equal"};
-        if (reference.scalar(item + ".include_ties") == 1.0) options.add("--ties");
-        return start + options;
-    };
-    for (const std::string item : {"scores.2", "scores.7", "scores.11"}) {
-        SCOPED_TRACE(item);
-        const JsonReport report =
-            reportOf(settings(item) + Arguments{"--k", reference.text(item + ".k")});
-        EXPECT_TRUE(allNear(posteriorsOf(report, "Scores: validation", reference),
-                            reference.flattened(item + ".posterior"), {0.0, 1e-10}));
+    const Arguments start{"knn --data",
+                          folder.write("data.csv", text),
+                          "--partition-column part --predictors",
+                          joined(reference.texts("predictors")),
+                          "--target",
+                          reference.text("class"),
+                          "--weights",
+                          reference.text("weights")};
+    const std::pair<std::string, Arguments> cases[] = {
+        {"scores.2", "--k 9"},
+        {"scores.7", "--k 5 --weighting distance"},
+        {"scores.11", "--k 9 --weighting distance --ties"}};
+    for (const auto& [item, options] : cases) {
+        EXPECT_TRUE(
+            allNear(posteriorsOf(reportOf(start + options), "Scores: validation", reference),
+                    reference.flattened(item + ".posterior"), {0.0, 1e-10}))
+            << item;
     }
-    const std::string item = "searches.3";
-    const JsonReport report =
-        reportOf(settings(item) + Arguments{"--max-k", reference.text(item + ".max_k")});
+    const JsonReport report = reportOf({start, "--max-k 10 --weighting distance --ties"});
     expectShown(
         report, reference,
         {{"Search log: validation", "% Misclassification = searches.3.misclassified_percent"},
          {"Summary", "k = searches.3.best_k"}});
     // The tables below the search repeat the error of the number chosen.
     EXPECT_NEAR(report.column("Confusion matrix: validation", "% Errors").back(),
-                std::ranges::min(reference.vector(item + ".misclassified_percent")), 1e-10);
+                std::ranges::min(reference.vector("searches.3.misclassified_percent")), 1e-10);
 }
 
 TEST(KnnCommand, TellsPartsClassesAndErrors) {

@@ -1,5 +1,6 @@
 // The sampling commands of the real program.
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <sstream>
@@ -36,14 +37,14 @@ TEST(SampleCommand, DrawsTheRowsOfTheLibrary) {
     std::string text = "row\n";
     for (int i = 0; i < 1000; ++i) text += std::to_string(i) + "\n";
     const std::string data = folder.write("data.csv", text);
-    for (const std::string seed : {"42", "12345"}) {
+    for (const std::uint32_t seed : {42U, 12345U}) {
         std::vector<std::string> expected;
         Engine::Sampling::ScalableSRS sampler(1000, 100);
-        for (const int row : sampler.setSeed(std::stoi(seed)).sample()) {
+        for (const int row : sampler.setSeed(seed).sample()) {
             expected.push_back(std::to_string(row));
         }
         std::vector<std::string> arguments{"sample", "--data", data, "--size", "100"};
-        if (seed != "12345") arguments.insert(arguments.end(), {"--seed", seed});
+        if (seed == 42) arguments.insert(arguments.end(), {"--seed", "42"});
         EXPECT_EQ(rowsOf(arguments), expected);
     }
 }
