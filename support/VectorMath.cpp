@@ -54,9 +54,9 @@ struct Kernel {
 constexpr double kExpLimit = 709.78271114955742;
 
 /// Exponentials of what lies beyond the library's limit.
-template <int kLanes>
-void mendExp(const double (&x)[kLanes], double (&result)[kLanes]) {
-    for (int i = 0; i < kLanes; ++i) {
+template <int Lanes>
+void mendExp(const double (&x)[Lanes], double (&result)[Lanes]) {
+    for (int i = 0; i < Lanes; ++i) {
         if (x[i] >= kExpLimit) result[i] = std::exp(x[i]);
     }
 }
@@ -85,9 +85,9 @@ __m128d expSse2(__m128d x) {
 }
 
 /// A function of the library without the const of its result.
-template <auto kFunction>
+template <auto Function>
 __m128d plain(__m128d x) {
-    return kFunction(x);
+    return Function(x);
 }
 
 constexpr Kernel kLn{Sleef_logd4_u10avx2, plain<Sleef_logd2_u10sse2>};
