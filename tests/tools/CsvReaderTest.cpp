@@ -95,15 +95,16 @@ TEST_F(CsvReader, DamagedFilesAreRefused) {
         {"a,b\n1,\"open\n2,3\n", {"row 1", "quotation mark"}},
         {"a,b\n1,\"x\"y\n", {"row 1", "quotation mark"}},
         {std::string("a,b\n1,\0\n", 8), {"NUL"}},
-        {"a\n\n" + std::string(300, '1') + "\n", {"row 2 (line 3)", "200 bytes"}},
-        {many + "3,\"b" + std::string(300, '\n') + "\"\n", {"row 101 (line 302)", "200 bytes"}},
+        {"a\n\n" + std::string(250000, '1') + "\n2\n", {"row 2 (line 3)", "200000 bytes"}},
+        {many + "3,\"b" + std::string(250000, '\n') + "\"\n",
+         {"row 101 (line 302)", "200000 bytes"}},
         {many + "3,\xC3\x28\n", {"row 101 (line 302)", "column \"b\"", "UTF-8"}},
         {"\xFF\xFE"
          "a",
          {"UTF-16"}},
         {"a,\xC0\n1,2\n", {"header, column 2", "UTF-8"}},
     };
-    const auto usual = std::exchange(Tool::csvSettings().maxRecord, 200);
+    const auto usual = std::exchange(Tool::csvSettings().maxRecord, 200000);
     for (const auto& [text, expected] : cases) {
         try {
             read(text);
