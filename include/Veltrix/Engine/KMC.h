@@ -80,7 +80,7 @@ class VELTRIX_ENGINE_API Model : public JSON::Storable {
     explicit Model(const Params& params) : params_(params) {}
     Model(const Model&) = default;
     Model(Model&&) noexcept = default;
-    Model& operator=(const Model&) = default;
+    Model& operator=(const Model& other) { return *this = Model(other); }
     Model& operator=(Model&&) noexcept = default;
     ~Model() override;
 

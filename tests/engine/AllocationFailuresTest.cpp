@@ -1,0 +1,306 @@
+// Whatever allocation fails, alone or with all later ones, the engine's objects are as they were.
+#include <functional>
+#include <limits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Exports.h"
+#include "Veltrix/Veltrix.h"
+#include "tests/support/FailingAllocations.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+constexpr auto kInverse = KNearestNeighbors::WeightingScheme::inverseDistance;
+
+/// Longer than what a string keeps in itself.
+const wchar_t* const kLow = L"a class of low values and long name";
+const wchar_t* const kHigh = L"a class of high values and long name";
+const wchar_t* const kOther = L"a class that has a long name as well";
+const Vector kWeights(12, 2.0);
+
+/// Twelve records of two numbers, the first of them once more, and of a text; the classes and the
+/// numbers that follow from them.
+struct Data {
+    Matrix x{12, 3};
+    StringVector labels;
+    Vector codes, numbers;
+    DataFrame numeric, mixed, responses;
+
+    explicit Data(double shift) {
+        StringVector texts;
+        for (int i = 0; i < 12; ++i) {
+            x(i, 0) = x(i, 2) = i + (i == 0 ? shift : 0.0);
+            x(i, 1) = i * (i + 5) % 3;
+            const bool high = (i * 5 + 3) % 12 > 5;
+            labels.push_back(high ? kHigh : kLow);
+            codes.push_back(high ? 1 : 0);
+            numbers.push_back(shift + i * i % 7);
+            texts.push_back(x(i, 1) > 1 ? kOther : x(i, 1) > 0 ? kHigh : kLow);
+        }
+        numeric = Convert::toDataFrame(x, {L"the first column of numbers", L"the second", L"c"});
+        mixed = numeric(Util::all, IntVector{0});
+        mixed.append(texts, L"a column of texts with a long name");
+        responses.append(labels, L"a response of classes, named at length");
+        responses.append(numbers);
+    }
+};
+
+const Data kData(0.0);
+const Data kMore(0.5);
+const ConstDataFrameColumn kClasses = kMore.responses(Util::all, 0);
+const ConstDataFrameColumn kNumbers = kMore.responses(Util::all, 1);
+
+template <class Object>
+using Steps = std::vector<std::pair<const char*, std::function<void(Object&)>>>;
+
+template <class Object, class Same>
+void surviveAll(const Object& object, const Steps<Object>& steps, Same same) {
+    for (const auto& [name, step] : steps) {
+        EXPECT_TRUE(survivesFailures(object, step, same)) << name;
+    }
+}
+
+const auto kSameText = [](const auto& a, const auto& b) { return a.toJson() == b.toJson(); };
+
+/// The steps, and those that all stored models have.
+template <class Model, class Same = decltype(kSameText)>
+void surviveStored(const Model& model, const Model& other, Steps<Model> steps,
+                   Same same = kSameText) {
+    const WString text = other.toJson();
+    steps.emplace_back("assignment", [&](Model& m) { m = other; });
+    steps.emplace_back("writing", [](Model& m) { m.toJson(); });
+    steps.emplace_back("reading", [&](Model& m) { m.fromJsonString(text); });
+    surviveAll(model, steps, same);
+}
+
+TEST(AllocationFailures, LinearRegression) {
+    using Regression = Engine::LinearModel::OLS::Model;
+    const auto judge = [](Regression& m) {
+        const Vector fitted = m.predict(kData.numeric);
+        m.computeDiagnostics(m.computeResiduals(kData.numbers, fitted).raw);
+        m.computeNewPredictionIntervals(kData.x, fitted, 0.9);
+        m.computeFittedMulticollinearity(kData.x);
+        m.computeCoefficientInfo(0.9);
+    };
+    const Regression model = Regression().fit(kData.x, kData.numbers, kWeights, true);
+    const Regression other = Regression().fit(kMore.numeric, kNumbers, false);
+    for (const Regression& from : {model, Regression()}) {
+        surviveStored(from, other,
+                      {{"fit", [](auto& m) { m.fit(kMore.x, kMore.numbers, kWeights, true); }},
+                       {"fit a frame", [](auto& m) { m.fit(kMore.numeric, kNumbers, true); }},
+                       {"weights", [](auto& m) { m.setWeights(Vector(30, 2.0)); }},
+                       {"judge", judge}});
+    }
+}
+
+TEST(AllocationFailures, EncoderAndReducer) {
+    using Engine::CatReducer;
+    using Engine::Encoder;
+    Encoder encoder;
+    Encoder other;
+    const Encoder::CategoryMap map = Encoder::getCatColMapping(kData.labels);
+    surviveStored(encoder.fit(kData.mixed), other.fit(kMore.responses),
+                  {{"fit", [](auto& e) { e.fit(kMore.responses); }},
+                   {"transform", [](auto& e) { e.transform(kMore.mixed); }},
+                   {"one mapping", [&](auto& e) { e.setMapping(kOther, map); }},
+                   {"mappings", [&](auto& e) { e.setMapping(other.getMapping()); }}});
+    CatReducer reducer;
+    CatReducer fitted;
+    surviveStored(reducer.setMapping(kLow, 3), fitted.fit(kData.labels),
+                  {{"fit", [](auto& r) { r.fit(kData.labels); }},
+                   {"mapper", [&](auto& r) { r.setMapper(fitted.getMapper()); }},
+                   {"mapping", [](auto& r) { r.setMapping(kOther, 4); }}});
+}
+
+template <class Sampler>
+void surviveDraws(const Sampler& sampler, const Sampler& other, Steps<Sampler> steps = {}) {
+    steps.emplace_back("draw", [](Sampler& s) { s.setSeed(s.getSeed()).sample(); });
+    steps.emplace_back("assignment", [&](Sampler& s) { s = other; });
+    surviveAll(sampler, steps, [](Sampler a, Sampler b) {
+        return a.getSample() == b.getSample() && a.sample() == b.sample();
+    });
+}
+
+TEST(AllocationFailures, Samplers) {
+    using namespace Engine::Sampling;
+    ScalableSRS simple(1000, 100);
+    simple.sample();
+    surviveDraws(ScalableSRS(50, 20), simple);
+    surviveDraws(Partitioning(200, 0.5), Partitioning());
+    StratifiedSRS texts;
+    texts.setData(kData.mixed(Util::all, IntVector{1})).setSampleSize(5).sample();
+    StratifiedSRS numbers;
+    numbers.setData(kData.mixed(Util::all, IntVector{0})).setSampleSize(3);
+    const DataFrame strata = kMore.responses(Util::all, IntVector{0});
+    for (const StratifiedSRS& sampler : {texts, numbers}) {
+        surviveDraws(sampler, texts, {{"data", [&](auto& s) { s.setData(strata); }}});
+    }
+    OversamplingPartitioning lists;
+    lists.setSeed(3).partition(kData.labels, kLow);
+    OversamplingPartitioning other = lists;
+    other.setSeed(4).partition(kData.labels, kHigh);
+    surviveAll(lists,
+               Steps<OversamplingPartitioning>{
+                   {"partition", [](auto& o) { o.partition(kMore.labels, kHigh); }},
+                   {"assignment", [&](auto& o) { o = other; }}},
+               [](const auto& a, const auto& b) {
+                   return a.getTraining() == b.getTraining() && a.getTest() == b.getTest();
+               });
+}
+
+struct Bowl : Engine::Optimization::QuasiNewtonOptimizer {
+    double function(const Vector& x) override { return Util::innerProduct(x - 3.0) + x[0] * x[1]; }
+};
+
+TEST(AllocationFailures, Optimiser) {
+    Bowl searched;
+    searched.minimize(Vector{1, 2, 3});
+    Bowl other;
+    other.setMaxIterations(3).minimize(Vector{9, 9, 9, 9});
+    surviveAll(searched,
+               Steps<Bowl>{{"search", [](auto& b) { b.minimize(Vector(4, 4.0)); }},
+                           {"assignment", [&](auto& b) { b = other; }}},
+               [](const Bowl& a, const Bowl& b) {
+                   return a.getNumIterations() == b.getNumIterations() &&
+                          a.getMaxIterations() == b.getMaxIterations() &&
+                          a.getApproximateHessianInverse().equalTo(b.getApproximateHessianInverse(),
+                                                                   0.0);
+               });
+}
+
+TEST(AllocationFailures, Series) {
+    using Series = Engine::TS::ARIMA::Data;
+    const std::vector<double> values(kData.numbers.begin(), kData.numbers.end());
+    const std::vector<double> fewer(values.begin(), values.end() - 2);
+    Series data(1, 1, 4);
+    data.load(values).preprocess().computePACF();
+    Series other(1);
+    other.load(values).lag(1, 2);
+    for (const Series& series : {data, other}) {
+        surviveStored(series, data,
+                      {{"load", [&](auto& s) { s.load(fewer); }},
+                       {"lag", [](auto& s) { s.lag(1, 1); }},
+                       {"mean", [](auto& s) { s.subtractMean(2.0); }},
+                       {"apply", [](auto& s) { s.apply(); }},
+                       {"preprocess", [](auto& s) { s.preprocess(); }},
+                       {"acvf", [](auto& s) { s.computeACVF(0, 3); }},
+                       {"pacf", [](auto& s) { s.computePACF(1, 3); }},
+                       {"postprocess", [&](auto& s) { s.postprocess(values); }}});
+    }
+}
+
+TEST(AllocationFailures, Roles) {
+    using Roles = Engine::Classification::Modelable;
+    const Roles::PriorMap priors{{kOther, 1.0}};
+    const StringVector classes{kOther};
+    Roles fitted;
+    fitted.setClasses({kLow, kHigh}).setPrior({{kLow, 0.25}, {kHigh, 0.75}}).setSuccessClass(kHigh);
+    Roles other;
+    other.setClasses({kOther, kLow}).setPrior(kOther, 0.5).setSuccessClass(kOther);
+    other.setSuccessProbabilityCutoff(0.25);
+    for (const Roles& roles : {fitted, Roles()}) {
+        surviveAll(roles,
+                   Steps<Roles>{{"fit", [](auto& r) { r.fit(kData.labels, kWeights); }},
+                                {"classes", [&](auto& r) { r.setClasses(classes); }},
+                                {"prior", [](auto& r) { r.setPrior(kOther, 1.0); }},
+                                {"priors", [&](auto& r) { r.setPrior(priors); }},
+                                {"success", [](auto& r) { r.setSuccessClass(kOther); }},
+                                {"assignment", [&](auto& r) { r = other; }}},
+                   [](const Roles& a, const Roles& b) {
+                       return a.getClasses() == b.getClasses() && a.getPriors() == b.getPriors() &&
+                              a.getSuccessClass() == b.getSuccessClass() &&
+                              a.getSuccessProbabilityCutoff() == b.getSuccessProbabilityCutoff();
+                   });
+    }
+}
+
+TEST(AllocationFailures, Neighbours) {
+    using Classes = Engine::Classification::KNN::Model;
+    surviveStored(
+        Classes().fit(kData.numeric, kClasses), Classes().fit(kMore.x, kMore.labels),
+        {{"fit", [](auto& m) { m.fit(kMore.x, kMore.labels, kWeights); }},
+         {"fit a frame", [](auto& m) { m.fit(kMore.numeric, kClasses); }},
+         {"features", [](auto& m) { m.setTrainingFeatures(kMore.x); }},
+         {"response", [](auto& m) { m.setTrainingResponse(StringVector(5, kOther)); }},
+         {"weights", [](auto& m) { m.setWeights(Vector(30, 2.0)); }},
+         {"odds", [](auto& m) { m.posteriorProbability(kMore.numeric, 3, true, false, kInverse); }},
+         {"search", [](auto& m) { m.kSearch(kMore.x, kMore.labels, 4, true, false, kInverse); }}});
+    using Numbers = Engine::Regression::KNN::Model;
+    const Numbers numbers = Numbers().fit(kData.x, kData.numbers);
+    // When memory is short the records are scored one by one, with the same results.
+    const auto scores = [](const Numbers& m) {
+        return Convert::toDoubleVector(m.predict(kData.x, 3, true, false, kInverse));
+    };
+    const Vector expected = scores(numbers);
+    int answers = 0;
+    const auto predict = [&](Numbers& m) {
+        EXPECT_EQ(scores(m), expected);
+        answers += FailingAllocations::failed() ? 1 : 0;
+    };
+    surviveStored(
+        numbers, Numbers().fit(kMore.x, kMore.numbers),
+        {{"fit a frame", [](auto& m) { m.fit(kMore.numeric, kNumbers); }},
+         {"response", [](auto& m) { m.setTrainingResponse(Vector(30, 1.0)); }},
+         {"predict", predict},
+         {"search", [](auto& m) { m.kSearch(kMore.x, kMore.numbers, 4, true, false, kInverse); }}});
+    EXPECT_GT(answers, 3);
+}
+
+/// `values` are the response of `kMore` as numbers.
+template <class Tree>
+void surviveTree(int response, const Vector& values, Steps<Tree> steps) {
+    constexpr int kNone = std::numeric_limits<int>::max();
+    const Engine::DT::Params params{.maxSplits = kNone, .maxLevels = kNone, .maxNodes = kNone};
+    const auto y = kMore.responses(Util::all, response);
+    Tree tree(params);
+    tree.fit(kData.mixed, kData.responses(Util::all, response));
+    ASSERT_GT(tree.getNumNodes(), 5);
+    Tree other(params);
+    const Steps<Tree> common{
+        {"fit", [&](auto& m) { m.fit(kMore.x, values); }},
+        {"fit a frame", [&](auto& m) { m.fit(kMore.mixed, y); }},
+        {"prune", [&](auto& m) { m.prune(kMore.mixed, y); }},
+        {"parameters",
+         [](auto& m) { m.setParams({.maxSplits = 7, .categorical = IntVector(20, 1)}); }},
+        {"names", [](auto& m) { m.setColNames(StringVector(9, kOther)); }},
+        {"prediction", [](auto& m) { m.predict(kMore.mixed); }},
+    };
+    steps.insert(steps.end(), common.begin(), common.end());
+    surviveStored(tree, other.fit(kMore.x, values), steps);
+}
+
+TEST(AllocationFailures, Trees) {
+    const StringVector two{kOther, kLow};
+    const StringVector three{kOther, kLow, kHigh};
+    surviveTree<Engine::DT::Classification::Model>(
+        0, kMore.codes,
+        {{"new names", [&](auto& m) { m.setClasses(two); }},
+         {"more classes", [&](auto& m) { m.setClasses(three); }}});
+    surviveTree<Engine::DT::Regression::Model>(1, kMore.numbers, {});
+}
+
+TEST(AllocationFailures, Clusters) {
+    using Clusters = Engine::KMC::Model;
+    Clusters given({1, 2, 5, 7});
+    given.setInitialCentroids(kData.x(Util::range(0, 4), Util::all));
+    for (const Clusters& from : {Clusters({3, 2, 5, 7}).fit(kData.x), given}) {
+        surviveStored(from, Clusters({2, 3, 4, 5}).fit(kMore.x),
+                      {{"fit", [](auto& m) { m.fit(kMore.x); }},
+                       {"centroids", [](auto& m) { m.setInitialCentroids(kMore.x); }},
+                       {"predict", [](auto& m) { Clusters(m).fit(kData.x).predict(kMore.x); }}},
+                      [](Clusters a, Clusters b) {
+                          return kSameText(a, b) && kSameText(a.fit(kData.x), b.fit(kData.x));
+                      });
+    }
+    const auto run = [](IntVector& out) {
+        const int status = RunCluster(3, 12, kData.x.data(), 2, 9, 3, 1, out.data());
+        if (status == 2) throw std::bad_alloc();
+        if (status != 0) throw std::exception();
+    };
+    EXPECT_TRUE(survivesFailures(IntVector(12, -7), run));
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
