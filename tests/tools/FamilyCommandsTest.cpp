@@ -14,8 +14,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/engine/timeseries/SeriesReference.h"
 #include "tests/support/CommandRun.h"
+#include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -347,7 +347,7 @@ TEST(KMeansCommand, LeavesOutTextAndDrawsTheClusters) {
 }
 
 TEST(AcfCommand, ShowsTheReferenceNumbers) {
-    const SeriesReference reference("acvf_pacf");
+    const ReferenceData reference("timeseries/acvf_pacf");
     const std::string name = "jj_d2_D1";
     const auto text = [&](const char* quantity) { return reference.text(name + quantity); };
     const std::vector<double> acvf = reference.vector(name + ".acvf");

@@ -3,11 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Veltrix/Data/Util.h"
-#include "Veltrix/Engine/Exceptions.h"
-#include "Veltrix/Engine/LinearModel/Model.h"
-#include "Veltrix/Engine/Roles.h"
-#include "Veltrix/Engine/Util.h"
+#include "Veltrix/Veltrix.h"
 
 namespace Veltrix::Testing {
 namespace {
@@ -56,9 +52,7 @@ TEST(Priorable, EmpiricalPriors) {
     listed.setClasses({L"d", L"c", L"b", L"a"}).fit(labels, Vector());
     EXPECT_EQ(listed.getPriorVector(), (Vector{0.0, 0.25, 0.5, 0.25}));
     Modelable byUser;
-    byUser.setClasses({}).setSuccessClass(L"a").setSuccessProbabilityCutoff(0.5).setPrior(L"a",
-                                                                                          0.9);
-    byUser.fit(labels, Vector());
+    byUser.setPrior(L"a", 0.9).fit(labels, Vector());
     EXPECT_EQ(byUser.getPriors().size(), 1u);
     try {
         byUser.getPriorVector();
@@ -82,24 +76,6 @@ TEST(Exceptions, CrosswiseTextsStay) {
                  "vocabulary.");
     EXPECT_EQ(Engine::UnaryResponseVariable().getCode(), 543);
     EXPECT_STREQ(Engine::UnaryResponseVariable().what(), Engine::OneHotEncoderFailure().what());
-}
-
-// Two orthogonal columns: no collinearity at all. A repeated column: one component of length 0
-// that carries the whole variance of both.
-TEST(Collinearity, Extremes) {
-    const auto orthogonal = Engine::LinearModel::Model::multicollinearity(
-        Matrix(4, 2, Vector{1, -1, 1, -1, 3, 3, -3, -3}));
-    EXPECT_NEAR(orthogonal.conditionIndices[0], 1.0, 1e-14);
-    EXPECT_NEAR(orthogonal.eigenvalues[1], 1.0, 1e-14);
-    const auto repeated = Engine::LinearModel::Model::multicollinearity(
-        Matrix(4, 3, Vector{1, 2, 3, 4, 1, 2, 3, 4, 1, -1, 1, 2}));
-    EXPECT_LT(repeated.eigenvalues[0], 1e-30);
-    EXPECT_GT(repeated.conditionIndices[0], 1e14);
-    EXPECT_NEAR(repeated.varianceProportions(0, 0), 1.0, 1e-12);
-    EXPECT_NEAR(repeated.varianceProportions(1, 0), 1.0, 1e-12);
-    for (int j = 0; j < 3; ++j) {
-        EXPECT_NEAR(Util::sum(repeated.varianceProportions(j, Util::all)), 1.0, 1e-12);
-    }
 }
 
 }  // namespace
