@@ -78,6 +78,7 @@ std::vector<int> scalingExponents(const Matrix& a) {
         }
     }
     std::vector<int> exponents;
+    exponents.reserve(largest.size());
     for (const double value : largest) exponents.push_back(scalingExponent(value));
     return exponents;
 }

@@ -1,6 +1,7 @@
 #include "Veltrix/Data/NameList.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Veltrix::Storage {
 
@@ -11,9 +12,9 @@ int NameList::find(const WString& name) const {
 
 void NameList::append(WString name) {
     const std::uint64_t place = names_.size();
-    names_.push_back(name);
+    names_.push_back(std::move(name));
     try {
-        note(name, static_cast<int>(place));
+        note(names_[place], static_cast<int>(place));
     } catch (...) {
         names_.resize(place);
         throw;

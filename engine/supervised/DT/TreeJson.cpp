@@ -199,6 +199,7 @@ struct TreeFields {
     /// Of every column; none for one without.
     static std::vector<StringVector> labelsOf(const Model& model) {
         std::vector<StringVector> labels;
+        labels.reserve(static_cast<std::size_t>(model.getNumCols()));
         for (int j = 0; j < model.getNumCols(); ++j) labels.push_back(model.getCategories(j));
         return labels;
     }
