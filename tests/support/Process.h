@@ -124,11 +124,22 @@ inline ProcessResult runProgram(const std::string& program, const std::vector<st
     return result;
 }
 
+/// Whether the system hands out terminals; some containers have none.
+inline bool hasTerminals() {
+    int terminal = -1;
+    int program = -1;
+    if (::openpty(&terminal, &program, nullptr, nullptr, nullptr) != 0) return false;
+    ::close(program);
+    ::close(terminal);
+    return true;
+}
+
 /// Runs a program on a terminal of its own, where Ctrl-C is pressed once the output holds a text.
 inline ProcessResult runOnTerminal(const std::string& program, const std::vector<std::string>& args,
                                    const std::string& interruptAt = {}) {
     int terminal = -1;
     const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child < 0) throw std::runtime_error("No terminal");
     if (child == 0) becomeProgram(program, args);
     ProcessResult result;
     bool pressed = interruptAt.empty();
