@@ -18,6 +18,8 @@ constexpr std::unique_ptr<Family> (*kFamilies[])() = {makeRegression, makeNeighb
 
 Family::~Family() = default;
 
+OwnInput::~OwnInput() = default;
+
 std::vector<std::unique_ptr<Family>> makeFamilies() {
     std::vector<std::unique_ptr<Family>> families;
     for (const auto& make : kFamilies) families.push_back(make());

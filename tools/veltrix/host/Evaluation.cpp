@@ -181,7 +181,7 @@ void addClasses(ReportBuilder& report, const Prepared& data, const ClassRoles& r
     }
 }
 
-void addEvaluation(ReportBuilder& report, const Prepared& data, const Family& family) {
+void addEvaluation(ReportBuilder& report, const Prepared& data, const RecordFamily& family) {
     std::vector<std::pair<Part, Scores>> scores;
     std::vector<std::pair<Part, ErrorMeasures>> measures;
     Table* first = nullptr;

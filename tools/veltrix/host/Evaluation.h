@@ -12,6 +12,6 @@ void addClasses(ReportBuilder& report, const Prepared& data, const ClassRoles& r
 
 /// A confusion matrix for each part in use, or the error measures of all of them, and then the
 /// scores of the records of each part.
-void addEvaluation(ReportBuilder& report, const Prepared& data, const Family& family);
+void addEvaluation(ReportBuilder& report, const Prepared& data, const RecordFamily& family);
 
 }  // namespace Veltrix::Tool

@@ -21,8 +21,10 @@ struct FamilyNames {
     const char* product = "";  ///< what a family without a target predicts: "clusters"
 };
 
-/// What the program cannot know of a family of models. One object takes the options, fits, reports,
-/// is stored and scores; `FamilyCommand` and `veltrix predict` do everything else.
+/// What the program cannot know of a family of models: one object takes the options, fits, reports,
+/// is stored and scores; `FamilyCommand` and `veltrix predict` do everything else. What it is
+/// fitted to is said by the bases beside this one: records of a table (`RecordFamily`), something
+/// that it reads itself (`OwnInput`), or either of them.
 class Family {
   public:
     Family() = default;
@@ -36,12 +38,21 @@ class Family {
     virtual void options(OptionGroup& own) = 0;
     /// Throws `UserError` for own options that contradict each other, before a file is read.
     virtual void checkOptions() const {}
+    /// Title of the report; no target where there is none.
+    virtual std::string title(const std::string& target) const = 0;
 
+    /// The family's own fields of a model file; `StoredFamily` gets both from one description.
+    virtual void fields(Support::StoredWriter& a) const = 0;
+    virtual void fields(Support::StoredReader& a) = 0;
+};
+
+/// Base of a family that is fitted to records of a table's columns and says of others what the
+/// model makes of them.
+class RecordFamily : public Family {
+  public:
     /// Fits to the training part. Throws `UserError` for options that the data cannot meet; an
     /// `Exception` of the engine's is shown as a mistake in the predictors.
     virtual void fit(const Prepared& data) = 0;
-    /// Title of the report.
-    virtual std::string title(const std::string& target) const = 0;
     /// Appends the family's entries to the summary.
     virtual void summarize(Table& summary, const Prepared& data) const = 0;
     /// Appends the family's tables and charts.
@@ -53,16 +64,35 @@ class Family {
     virtual ClassRoles roles() const { return {}; }
     /// Says of every record what the fitted model makes of it.
     virtual Scores score(const Records& records, double confidence) const = 0;
-
-    /// The family's own fields of a model file; `StoredFamily` gets both from one description.
-    virtual void fields(Support::StoredWriter& a) const = 0;
-    virtual void fields(Support::StoredReader& a) = 0;
     /// Columns that the model was fitted to, 0 before; a file that says otherwise is refused.
     virtual int numColumns() const = 0;
 };
 
-/// Base of a family that reports only.
-class ReportingFamily : public Family {
+/// Base of a family that reads its input itself: distances, lists of items, documents. It scores
+/// nothing. Beside `RecordFamily` it is the other choice: the option of its file, which must then
+/// exclude --data, decides.
+class OwnInput {
+  public:
+    OwnInput() = default;
+    OwnInput(const OwnInput&) = delete;
+    OwnInput& operator=(const OwnInput&) = delete;
+    virtual ~OwnInput();
+
+    /// The file and the option that names it, one of the family's own.
+    virtual const FileOption& file() const = 0;
+    /// Reads the file. Throws `UserError` that says where it is not as expected.
+    virtual void read() = 0;
+    /// Fits to what was read. Throws `UserError` for options that the data cannot meet; an
+    /// `Exception` of the engine's is shown as a mistake in the file.
+    virtual void fit() = 0;
+    /// Appends to the summary, which names the file, what was read and how it was fitted.
+    virtual void summarize(Table& summary) const = 0;
+    /// Appends the family's tables and charts.
+    virtual void describe(ReportBuilder& report) const = 0;
+};
+
+/// Base of a family of records that reports only.
+class ReportingFamily : public RecordFamily {
   public:
     Scores score(const Records& /*records*/, double /*confidence*/) const final { return {}; }
     void fields(Support::StoredWriter& /*a*/) const final {}
@@ -73,8 +103,10 @@ class ReportingFamily : public Family {
 /// Base of a family that describes its fields once:
 ///
 ///     static void describeFields(auto& a, auto& self)
-template <class Derived>
-class StoredFamily : public Family {
+///
+/// With `Family` for the base it is one that reads its own input.
+template <class Derived, class Base = RecordFamily>
+class StoredFamily : public Base {
   public:
     void fields(Support::StoredWriter& a) const final {
         Derived::describeFields(a, static_cast<const Derived&>(*this));

@@ -5,7 +5,6 @@
 #include "Veltrix/Data/Exception.h"
 #include "tools/veltrix/host/Evaluation.h"
 #include "tools/veltrix/host/ModelFile.h"
-#include "tools/veltrix/host/Progress.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
@@ -16,17 +15,11 @@ std::string joined(const std::vector<std::string>& names) {
     return fmt::format("{}", fmt::join(names, ", "));
 }
 
-}  // namespace
-
-void FamilyCommand::declare(OptionGroup& options) {
-    options_.declare(options);
-    family_->options(options);
-    options_.declareOutput(options);
-}
-
-void FamilyCommand::fit(const Prepared& data) {
+/// Does what may throw the engine's exceptions, which become mistakes in what the option named.
+template <class Fit>
+void fitTo(const std::string& option, const Fit& fit) {
     try {
-        family_->fit(data);
+        fit();
     } catch (const Cancelled&) {
         throw;
     } catch (const Exception& error) {
@@ -34,8 +27,30 @@ void FamilyCommand::fit(const Prepared& data) {
         // The operation that found it is nothing to the user.
         const std::size_t operation = problem.find(": ");
         if (operation != std::string_view::npos) problem.remove_prefix(operation + 2);
-        throw UserError(fmt::format("{}: {}", options_.predictorOption(), problem));
+        throw UserError(fmt::format("{}: {}", option, problem));
     }
+}
+
+Input inputOf(bool records, bool own) {
+    if (!own) return Input::Records;
+    return records ? Input::Either : Input::Own;
+}
+
+constexpr std::string_view kFitting = "Fitting the model";
+constexpr std::string_view kReporting = "Computing the report";
+
+}  // namespace
+
+FamilyCommand::FamilyCommand(std::unique_ptr<Family> family)
+    : family_(std::move(family)),
+      records_(dynamic_cast<RecordFamily*>(family_.get())),
+      own_(dynamic_cast<OwnInput*>(family_.get())),
+      options_(family_->needs(), inputOf(records_ != nullptr, own_ != nullptr)) {}
+
+void FamilyCommand::declare(OptionGroup& options) {
+    options_.declare(options);
+    family_->options(options);
+    options_.declareOutput(options);
 }
 
 void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
@@ -61,11 +76,11 @@ void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
         summary.entry("Predictors", static_cast<std::int64_t>(data.coding.predictors().size()))
             .entry("Text predictors", data.text.list);
     }
-    const ClassRoles roles = family_->roles();
+    const ClassRoles roles = records_->roles();
     if (roles.classes.size() == 2 && !roles.successClass.empty()) {
         summary.entry("Success class", roles.successClass.toUtf8()).entry("Cutoff", roles.cutoff);
     }
-    family_->summarize(summary, data);
+    records_->summarize(summary, data);
     summary.note(data.text.notes);
 }
 
@@ -75,30 +90,57 @@ Report FamilyCommand::makeReport(const Prepared& data) const {
     const bool evaluates = options_.hasTarget() &&
                            (!options_.needs.describesTraining || !options_.partitionColumn.empty());
     if (evaluates) addParts(report, data);
-    addClasses(report, data, family_->roles());
-    family_->describe(report, data);
-    if (evaluates) addEvaluation(report, data, *family_);
+    addClasses(report, data, records_->roles());
+    records_->describe(report, data);
+    if (evaluates) addEvaluation(report, data, *records_);
     return report.take();
+}
+
+FamilyCommand::Results FamilyCommand::runRecords(ProgressLine& progress) {
+    const Prepared data = prepare(options_.readData(), options_);
+    progress.stage(kFitting);
+    fitTo(options_.predictorOption(), [&] { records_->fit(data); });
+    progress.stage(kReporting);
+    Results results{makeReport(data), {}};
+    if (!options_.save.path.empty()) {
+        const std::string target =
+            options_.hasTarget() ? options_.target : family_->names().product;
+        results.model = writeModel(target, data.coding, *family_);
+    }
+    return results;
+}
+
+FamilyCommand::Results FamilyCommand::runOwnInput(ProgressLine& progress) {
+    own_->read();
+    progress.stage(kFitting);
+    fitTo(own_->file().option, [&] { own_->fit(); });
+    progress.stage(kReporting);
+    ReportBuilder report(family_->title({}));
+    own_->summarize(report.table("Summary").entry("Data file", own_->file().path));
+    own_->describe(report);
+    Results results{report.take(), {}};
+    if (!options_.save.path.empty()) results.model = writeModel(*family_);
+    return results;
+}
+
+bool FamilyCommand::takesOwnInput() const {
+    if (own_ == nullptr) return false;
+    if (!own_->file().path.empty()) return true;
+    if (!options_.data.path.empty()) return false;
+    throw UserError(fmt::format("{}: not given, expected this or {}", options_.data.option,
+                                own_->file().option));
 }
 
 void FamilyCommand::run() {
     family_->checkOptions();
-    options_.output.checkFiles({options_.data}, {options_.save});
+    const bool own = takesOwnInput();
+    const FileOption& input = own ? own_->file() : options_.data;
+    options_.output.checkFiles({input}, {options_.save});
     ProgressLine progress;
-    progress.stage("Reading " + options_.data.path);
-    const Prepared data = prepare(options_.readData(), options_);
-    progress.stage("Fitting the model");
-    fit(data);
-    progress.stage("Computing the report");
-    const Report report = makeReport(data);
-    std::string model;
-    if (!options_.save.path.empty()) {
-        const std::string target =
-            options_.hasTarget() ? options_.target : family_->names().product;
-        model = writeModel(target, data.coding, *family_);
-    }
+    progress.stage("Reading " + input.path);
+    Results results = own ? runOwnInput(progress) : runRecords(progress);
     progress.stage("Writing");
-    options_.output.deliver(report, {{options_.save, std::move(model)}});
+    options_.output.deliver(results.report, {{options_.save, std::move(results.model)}});
 }
 
 }  // namespace Veltrix::Tool

@@ -13,22 +13,32 @@ namespace {
 
 constexpr std::string_view kType = "veltrix model";
 
-std::unique_ptr<Family> makeStored(const Support::JsonView& name) {
+/// The family as one that scores; none when it does not.
+std::unique_ptr<RecordFamily> scoring(std::unique_ptr<Family> family) {
+    auto* const records = dynamic_cast<RecordFamily*>(family.get());
+    if (records == nullptr || !family->needs().stored) return nullptr;
+    static_cast<void>(family.release());
+    return std::unique_ptr<RecordFamily>(records);
+}
+
+std::unique_ptr<RecordFamily> makeScoring(const Support::JsonView& name) {
     std::unique_ptr<Family> family = makeFamily(name.asString());
-    if (family && family->needs().stored) return family;
-    std::string known;
-    for (const std::unique_ptr<Family>& each : makeFamilies()) {
-        if (!each->needs().stored) continue;
-        known += (known.empty() ? "" : ", ") + Tool::quoted(each->names().family);
+    const bool known = family && family->needs().stored;
+    if (std::unique_ptr<RecordFamily> found = scoring(std::move(family))) return found;
+    std::string scorers;
+    for (std::unique_ptr<Family>& each : makeFamilies()) {
+        const std::string quoted = Tool::quoted(each->names().family);
+        if (scoring(std::move(each))) scorers += (scorers.empty() ? "" : ", ") + quoted;
     }
-    name.fail(fmt::format("{}, expected one of {}", Tool::quoted(name.asString()), known));
+    name.fail(fmt::format("{}{}, expected one of {}", Tool::quoted(name.asString()),
+                          known ? ", which scores no records" : "", scorers));
 }
 
 StoredModel readRoot(const Support::JsonView& root) {
     Support::checkStored(root, kType);
     StoredModel stored;
-    stored.family = makeStored(root.at("family"));
-    Family& family = *stored.family;
+    stored.family = makeScoring(root.at("family"));
+    RecordFamily& family = *stored.family;
     stored.target = root.at("target").asString();
     stored.coding = PredictorCoding(family.needs().coding);
     stored.coding.read(root);
@@ -43,19 +53,30 @@ StoredModel readRoot(const Support::JsonView& root) {
     return stored;
 }
 
-}  // namespace
-
-std::string writeModel(const std::string& target, const PredictorCoding& coding,
-                       const Family& family) {
+/// `writeInput` writes what the model was fitted to.
+template <class WriteInput>
+std::string write(const Family& family, const WriteInput& writeInput) {
     Support::JsonWriter writer;
-    Support::beginStored(writer, kType)
-        .member("family", std::string_view(family.names().family))
-        .member("target", target);
-    coding.write(writer);
+    Support::beginStored(writer, kType).member("family", std::string_view(family.names().family));
+    writeInput(writer);
     Support::StoredWriter fields(writer);
     family.fields(fields);
     writer.endObject();
     return writer.take() + "\n";
+}
+
+}  // namespace
+
+std::string writeModel(const std::string& target, const PredictorCoding& coding,
+                       const Family& family) {
+    return write(family, [&](Support::JsonWriter& writer) {
+        writer.member("target", target);
+        coding.write(writer);
+    });
+}
+
+std::string writeModel(const Family& family) {
+    return write(family, [](Support::JsonWriter& /*writer*/) {});
 }
 
 StoredModel readModel(const std::string& path) {

@@ -9,7 +9,7 @@ namespace Veltrix::Tool {
 
 /// A fitted model with what scoring a file needs beside it.
 struct StoredModel {
-    std::unique_ptr<Family> family;
+    std::unique_ptr<RecordFamily> family;
     std::string target;
     PredictorCoding coding;
 };
@@ -17,9 +17,12 @@ struct StoredModel {
 /// JSON text: type, version, family, target, predictors, and the family's own fields.
 std::string writeModel(const std::string& target, const PredictorCoding& coding,
                        const Family& family);
+/// The same of a family that read its own input, without target and predictors.
+std::string writeModel(const Family& family);
 
-/// Reads a file written from `writeModel`, of any family. Throws `UserError` that names the
-/// offending key when it is damaged, of another version, or something else.
+/// Reads a file written from `writeModel`, of any family that scores records. Throws `UserError`
+/// that names the offending key when it is damaged, of another version or family, or something
+/// else.
 StoredModel readModel(const std::string& path);
 
 }  // namespace Veltrix::Tool

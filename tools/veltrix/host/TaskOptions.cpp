@@ -38,10 +38,14 @@ void TaskOptions::declareClasses(OptionGroup& options) {
 }
 
 void TaskOptions::declare(OptionGroup& options) {
-    options
-        .file(data, isSeries() ? "CSV file with a header row, rows in the order of time"
-                               : "CSV file with a header row")
-        .required();
+    if (input != Input::Own) declareRecords(options);
+}
+
+void TaskOptions::declareRecords(OptionGroup& options) {
+    auto file =
+        options.file(data, isSeries() ? "CSV file with a header row, rows in the order of time"
+                                      : "CSV file with a header row");
+    if (input == Input::Records) file.required();
     if (hasTarget()) {
         declareTarget(options);
     } else if (isSeries()) {
@@ -67,7 +71,9 @@ void TaskOptions::declareOutput(OptionGroup& options) {
     if (needs.confidence) options.confidence(confidence);
     output.declare(options);
     if (!needs.stored) return;
-    options.file(save, "Stores the fitted model for veltrix predict (JSON)");
+    options.file(save, input == Input::Records
+                           ? "Stores the fitted model for veltrix predict (JSON)"
+                           : "Stores the fitted model (JSON)");
 }
 
 DataFile TaskOptions::readData() const {

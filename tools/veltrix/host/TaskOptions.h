@@ -33,6 +33,13 @@ struct Needs {
     bool describesTraining = false;
 };
 
+/// What a family can be fitted to.
+enum class Input {
+    Records,  ///< the records of a table
+    Own,      ///< something that it reads itself
+    Either    ///< one of the two, as the options say
+};
+
 /// The options that the families share, as far as they need them.
 struct TaskOptions {
     static constexpr const char* kTarget = "--target";
@@ -40,8 +47,8 @@ struct TaskOptions {
     static constexpr const char* kWeights = "--weights";
     static constexpr const char* kCategorical = "--categorical";
 
-    explicit TaskOptions(const Needs& family)
-        : needs(family), regression(family.target == TargetKind::Numbers) {}
+    TaskOptions(const Needs& family, Input from)
+        : needs(family), input(from), regression(family.target == TargetKind::Numbers) {}
 
     void declare(OptionGroup& options);
     /// Those that come after the family's own.
@@ -63,6 +70,7 @@ struct TaskOptions {
     std::vector<RoleColumn> roles() const;
 
     Needs needs;
+    Input input;
     FileOption data{"--data", {}};
     FileOption save{"--save", {}};
     std::string target;
@@ -78,6 +86,7 @@ struct TaskOptions {
     ReportOutput output;
 
   private:
+    void declareRecords(OptionGroup& options);
     void declareTarget(OptionGroup& options);
     void declareClasses(OptionGroup& options);
 };
