@@ -1,4 +1,4 @@
-#include "Veltrix/Data/ColumnStorage.h"
+#include "data/frame/ColumnStorage.h"
 
 namespace Veltrix::Storage {
 

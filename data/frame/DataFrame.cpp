@@ -11,6 +11,7 @@
 #include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
 #include "data/frame/CellText.h"
+#include "data/frame/FrameContents.h"
 
 namespace Veltrix {
 namespace {
@@ -48,48 +49,57 @@ int placeOf(const char* operation, const char* what, const WString& name,
 }
 
 static_assert(std::is_nothrow_move_constructible_v<Column>, "columns grow without copies");
+static_assert(std::is_nothrow_move_constructible_v<DataFrame> &&
+              std::is_nothrow_move_assignable_v<DataFrame>);
 
 }  // namespace
 
-DataFrame::DataFrame(const WString& name) : name_(name) {}
+const DataFrame::Contents& DataFrame::Contents::none() noexcept {
+    static const Contents nothing;
+    return nothing;
+}
+
+void DataFrame::Contents::append(Column added, const WString& colName) {
+    const int size = Checks::dimension("DataFrame::append", "rows", sizeOf(added));
+    if (!columns.empty() || rows != 0) {
+        Checks::counts("DataFrame::append", rows, "rows in the frame", size, "rows in the column");
+    }
+    columns.push_back(std::move(added));
+    try {
+        colNames.append(colName);
+    } catch (...) {
+        columns.pop_back();
+        throw;
+    }
+    rows = size;
+}
+
+DataFrame::DataFrame() noexcept = default;
+DataFrame::DataFrame(const WString& name) { Contents::own(*this).name = name; }
+DataFrame::DataFrame(const DataFrame& other)
+    : contents_(other.contents_ ? std::make_unique<Contents>(*other.contents_) : nullptr) {}
+DataFrame::DataFrame(DataFrame&& other) noexcept = default;
+DataFrame& DataFrame::operator=(const DataFrame& other) { return *this = DataFrame(other); }
+DataFrame& DataFrame::operator=(DataFrame&& other) noexcept = default;
 DataFrame::~DataFrame() = default;
 
-DataFrame::DataFrame(DataFrame&& other) noexcept
-    : name_(std::exchange(other.name_, {})),
-      rows_(std::exchange(other.rows_, 0)),
-      columns_(std::exchange(other.columns_, {})),
-      colNames_(std::exchange(other.colNames_, {})),
-      rowNames_(std::exchange(other.rowNames_, {})) {}
+int DataFrame::getNumRows() const noexcept { return Contents::of(*this).rows; }
 
-DataFrame& DataFrame::operator=(DataFrame&& other) noexcept {
-    DataFrame taken(std::move(other));
-    std::swap(name_, taken.name_);
-    std::swap(rows_, taken.rows_);
-    std::swap(columns_, taken.columns_);
-    std::swap(colNames_, taken.colNames_);
-    std::swap(rowNames_, taken.rowNames_);
-    return *this;
-}
+int DataFrame::getNumCols() const noexcept { return Contents::of(*this).numColumns(); }
 
-DataFrame& DataFrame::operator=(const DataFrame& other) { return *this = DataFrame(other); }
-
-void DataFrame::checkRow(const char* operation, int row) const {
-    Checks::index(operation, "row", row, rows_);
-}
-
-void DataFrame::checkCol(const char* operation, int col) const {
-    Checks::index(operation, "column", col, getNumCols());
-}
+bool DataFrame::empty() const noexcept { return getNumRows() == 0 || getNumCols() == 0; }
 
 DataFrameElement DataFrame::operator()(int row, int col) & {
-    checkRow("DataFrame", row);
-    checkCol("DataFrame", col);
+    const Contents& own = Contents::of(*this);
+    own.checkRow("DataFrame", row);
+    own.checkColumn("DataFrame", col);
     return {*this, row, col};
 }
 
 ConstDataFrameElement DataFrame::operator()(int row, int col) const& {
-    checkRow("DataFrame", row);
-    checkCol("DataFrame", col);
+    const Contents& own = Contents::of(*this);
+    own.checkRow("DataFrame", row);
+    own.checkColumn("DataFrame", col);
     return {*this, row, col};
 }
 
@@ -110,12 +120,12 @@ ConstDataFrameElement DataFrame::operator()(const WString& rowName, const WStrin
 }
 
 DataFrameColumn DataFrame::operator()(Selection::All, int col) & {
-    checkCol("DataFrame", col);
+    Contents::of(*this).checkColumn("DataFrame", col);
     return {*this, col};
 }
 
 ConstDataFrameColumn DataFrame::operator()(Selection::All, int col) const& {
-    checkCol("DataFrame", col);
+    Contents::of(*this).checkColumn("DataFrame", col);
     return {*this, col};
 }
 
@@ -128,24 +138,23 @@ ConstDataFrameColumn DataFrame::operator()(Selection::All, const WString& colNam
 }
 
 DataFrameRow DataFrame::operator()(int row, Selection::All) & {
-    checkRow("DataFrame", row);
+    Contents::of(*this).checkRow("DataFrame", row);
     return {*this, row};
 }
 
 ConstDataFrameRow DataFrame::operator()(int row, Selection::All) const& {
-    checkRow("DataFrame", row);
+    Contents::of(*this).checkRow("DataFrame", row);
     return {*this, row};
 }
 
 DataFrame DataFrame::operator()(const IntVector& rows, Selection::All) const {
-    Checks::indexes("DataFrame", "row", {rows.data(), rows.size()}, rows_);
-    DataFrame result(name_);
-    result.rows_ = static_cast<int>(rows.size());
-    for (int j = 0; j < getNumCols(); ++j) {
-        const auto place = static_cast<std::size_t>(j);
-        result.columns_.push_back(selectRows(columns_[place], rows));
-    }
-    result.colNames_ = colNames_;
+    Checks::indexes("DataFrame", "row", {rows.data(), rows.size()}, getNumRows());
+    const Contents& from = Contents::of(*this);
+    DataFrame result(from.name);
+    Contents& to = Contents::own(result);
+    to.rows = static_cast<int>(rows.size());
+    for (const Column& column : from.columns) to.columns.push_back(selectRows(column, rows));
+    to.colNames = from.colNames;
     // Rows keep the names by which they were known.
     StringVector names;
     names.reserve(rows.size());
@@ -156,10 +165,12 @@ DataFrame DataFrame::operator()(const IntVector& rows, Selection::All) const {
 
 DataFrame DataFrame::operator()(Selection::All, const IntVector& cols) const {
     Checks::indexes("DataFrame", "column", {cols.data(), cols.size()}, getNumCols());
-    DataFrame result(name_);
-    for (const int col : cols) result.append((*this)(Selection::all, col));
-    result.rows_ = rows_;
-    result.rowNames_ = rowNames_;
+    const Contents& from = Contents::of(*this);
+    DataFrame result(from.name);
+    Contents& to = Contents::own(result);
+    for (const int col : cols) to.append(from.column(col), from.colNames[col]);
+    to.rows = from.rows;
+    to.rowNames = from.rowNames;
     return result;
 }
 
@@ -168,47 +179,53 @@ DataFrame DataFrame::operator()(Selection::All, const StringVector& colNames) co
 }
 
 void DataFrame::append(const DataFrame& other) {
-    if (columns_.empty() && rows_ == 0) {
-        DataFrame copy(other);
-        std::swap(copy.name_, name_);
-        *this = std::move(copy);
+    Contents& own = Contents::own(*this);
+    const Contents& from = Contents::of(other);
+    if (own.columns.empty() && own.rows == 0) {
+        Contents copy(from);
+        copy.name = own.name;
+        own = std::move(copy);
         return;
     }
-    Checks::counts("DataFrame::append", rows_, "rows in the frame", other.rows_,
+    Checks::counts("DataFrame::append", own.rows, "rows in the frame", from.rows,
                    "rows in the other frame");
     // Copied first: the other frame may be this one, and nothing may fail half-way.
-    std::vector<Column> added = other.columns_;
-    const std::size_t count = columns_.size() + added.size();
-    if (count > columns_.capacity()) columns_.reserve(std::max(count, 2 * columns_.size()));
-    colNames_.append(other.colNames_.names());
-    std::move(added.begin(), added.end(), std::back_inserter(columns_));
+    std::vector<Column> added = from.columns;
+    const std::size_t before = own.columns.size();
+    const std::size_t count = before + added.size();
+    if (count > own.columns.capacity()) own.columns.reserve(std::max(count, 2 * before));
+    own.colNames.append(from.colNames.names());
+    std::move(added.begin(), added.end(), std::back_inserter(own.columns));
 }
 
 void DataFrame::append(const ConstDataFrameColumn& column) {
-    const auto place = static_cast<std::size_t>(column.col_);
     const WString name = column.getColName();
-    appendColumn(column.frame_->columns_[place], name);
+    Contents::own(*this).append(Contents::of(*column.frame_).column(column.col_), name);
 }
 
-void DataFrame::append(const Vector& values) { appendColumn(values, values.getName()); }
+void DataFrame::append(const Vector& values) {
+    Contents::own(*this).append(values, values.getName());
+}
 
 void DataFrame::append(Vector&& values) {
     const WString name = values.getName();
-    appendColumn(std::move(values), name);
+    Contents::own(*this).append(std::move(values), name);
 }
 
-void DataFrame::append(const IntVector& values) { appendColumn(values, values.getName()); }
+void DataFrame::append(const IntVector& values) {
+    Contents::own(*this).append(values, values.getName());
+}
 
 void DataFrame::append(IntVector&& values) {
     const WString name = values.getName();
-    appendColumn(std::move(values), name);
+    Contents::own(*this).append(std::move(values), name);
 }
 
 void DataFrame::append(const StringVector& values, const WString& colName) {
     TextColumn column;
     column.codes.reserve(values.size());
     for (const WString& value : values) column.codes.push_back(column.encode(value));
-    appendColumn(std::move(column), colName);
+    Contents::own(*this).append(std::move(column), colName);
 }
 
 void DataFrame::append(const WString& colName, IntVector codes, StringVector levels) {
@@ -221,45 +238,35 @@ void DataFrame::append(const WString& colName, IntVector codes, StringVector lev
             Checks::fail(ErrorCode::invalidArgument, "DataFrame::append", "a level occurs twice");
         }
     }
-    appendColumn(TextColumn(std::move(codes), std::move(levels)), colName);
+    Contents::own(*this).append(TextColumn(std::move(codes), std::move(levels)), colName);
 }
 
-void DataFrame::appendColumn(Storage::Column column, const WString& name) {
-    const int size = Checks::dimension("DataFrame::append", "rows", sizeOf(column));
-    const bool first = columns_.empty() && rows_ == 0;
-    if (!first) {
-        Checks::counts("DataFrame::append", rows_, "rows in the frame", size, "rows in the column");
-    }
-    columns_.push_back(std::move(column));
-    try {
-        colNames_.append(name);
-    } catch (...) {
-        columns_.pop_back();
-        throw;
-    }
-    rows_ = size;
+const StringVector& DataFrame::getColNames() const noexcept {
+    return Contents::of(*this).colNames.names();
 }
 
 StringVector DataFrame::getRowNames() const {
-    if (!rowNames_.empty()) return rowNames_.names();
+    const Contents& own = Contents::of(*this);
+    if (!own.rowNames.empty()) return own.rowNames.names();
     StringVector names;
-    names.reserve(static_cast<std::uint64_t>(rows_));
-    for (int i = 0; i < rows_; ++i) names.push_back(CellText::toString(i + 1));
+    names.reserve(static_cast<std::uint64_t>(own.rows));
+    for (int i = 0; i < own.rows; ++i) names.push_back(CellText::toString(i + 1));
     return names;
 }
 
 const WString& DataFrame::getColName(int col) const {
-    checkCol("DataFrame::getColName", col);
-    return colNames_[col];
+    Contents::of(*this).checkColumn("DataFrame::getColName", col);
+    return Contents::of(*this).colNames[col];
 }
 
 WString DataFrame::getRowName(int row) const {
-    checkRow("DataFrame::getRowName", row);
-    return rowNames_.empty() ? CellText::toString(row + 1) : rowNames_[row];
+    Contents::of(*this).checkRow("DataFrame::getRowName", row);
+    const Storage::NameList& names = Contents::of(*this).rowNames;
+    return names.empty() ? CellText::toString(row + 1) : names[row];
 }
 
 int DataFrame::getColIndex(const WString& name) const {
-    return placeOf("DataFrame", "column", name, colNames_);
+    return placeOf("DataFrame", "column", name, Contents::of(*this).colNames);
 }
 
 IntVector DataFrame::getColIndexes(const StringVector& names) const {
@@ -270,43 +277,50 @@ IntVector DataFrame::getColIndexes(const StringVector& names) const {
 }
 
 int DataFrame::getRowIndex(const WString& name) const {
-    if (!rowNames_.empty()) return placeOf("DataFrame", "row", name, rowNames_);
+    const Contents& own = Contents::of(*this);
+    if (!own.rowNames.empty()) return placeOf("DataFrame", "row", name, own.rowNames);
     // Rows without names are found by their number, exactly as it would be written.
     std::int64_t number = 0;
     for (const wchar_t digit : name.view()) {
-        if (digit < L'0' || digit > L'9' || number > rows_ / 10) failName("DataFrame", "row", name);
+        if (digit < L'0' || digit > L'9' || number > own.rows / 10)
+            failName("DataFrame", "row", name);
         number = number * 10 + (digit - L'0');
     }
-    if (number < 1 || number > rows_ || name[0] == L'0') failName("DataFrame", "row", name);
+    if (number < 1 || number > own.rows || name[0] == L'0') failName("DataFrame", "row", name);
     return static_cast<int>(number - 1);
 }
 
-bool DataFrame::hasColumn(const WString& name) const { return colNames_.find(name) >= 0; }
+bool DataFrame::hasColumn(const WString& name) const {
+    return Contents::of(*this).colNames.find(name) >= 0;
+}
 
 void DataFrame::setColName(int col, const WString& name) {
-    checkCol("DataFrame::setColName", col);
-    colNames_.rename(col, name);
+    Contents::of(*this).checkColumn("DataFrame::setColName", col);
+    Contents::own(*this).colNames.rename(col, name);
 }
 
 void DataFrame::setColNames(const StringVector& names) {
     Checks::counts("DataFrame::setColNames", getNumCols(), "columns", names.size(), "names");
-    colNames_ = Storage::NameList(names);
+    Contents::own(*this).colNames = Storage::NameList(names);
 }
 
 void DataFrame::setRowName(int row, const WString& name) {
-    checkRow("DataFrame::setRowName", row);
-    if (rowNames_.empty()) setRowNames(getRowNames());
-    rowNames_.rename(row, name);
+    Contents::of(*this).checkRow("DataFrame::setRowName", row);
+    Storage::NameList& names = Contents::own(*this).rowNames;
+    if (names.empty()) names = Storage::NameList(getRowNames());
+    names.rename(row, name);
 }
 
 void DataFrame::setRowNames(const StringVector& names) {
     if (!names.empty()) {
-        Checks::counts("DataFrame::setRowNames", rows_, "rows", names.size(), "names");
+        Checks::counts("DataFrame::setRowNames", getNumRows(), "rows", names.size(), "names");
     }
-    rowNames_ = Storage::NameList(names);
+    Contents::own(*this).rowNames = Storage::NameList(names);
 }
 
-void DataFrame::setName(const WString& name) { name_ = name; }
+void DataFrame::setName(const WString& name) { Contents::own(*this).name = name; }
+
+const WString& DataFrame::getName() const noexcept { return Contents::of(*this).name; }
 
 std::uint64_t DataFrameVector::place(std::uint64_t index) const {
     Checks::index("DataFrameVector", "frame", index, size());

@@ -10,6 +10,7 @@
 #include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
 #include "data/frame/CellText.h"
+#include "data/frame/FrameContents.h"
 
 namespace Veltrix {
 namespace {
@@ -87,7 +88,7 @@ ConstDataFrameRow::~ConstDataFrameRow() = default;
 DataFrameRow::~DataFrameRow() = default;
 
 double ConstDataFrameElement::toDouble() const {
-    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const Column& column = DataFrame::Contents::of(*frame_).column(col_);
     const auto row = static_cast<std::uint64_t>(row_);
     if (const auto* numbers = std::get_if<Vector>(&column)) return (*numbers)[row];
     if (const auto* whole = std::get_if<IntVector>(&column)) return (*whole)[row];
@@ -107,12 +108,13 @@ void ConstDataFrameElement::failConversion(const char* expected) const {
     std::string where = "column ";
     where += colName.empty() ? std::to_string(col_) : '"' + colName.toUtf8() + '"';
     where += ", row " + std::to_string(row_);
-    if (!frame_->rowNames_.empty()) where += " (\"" + frame_->getRowName(row_).toUtf8() + "\")";
+    if (!DataFrame::Contents::of(*frame_).rowNames.empty())
+        where += " (\"" + frame_->getRowName(row_).toUtf8() + "\")";
     CellText::fail(where + ": ", toString(), expected);
 }
 
 WString ConstDataFrameElement::toString() const {
-    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const Column& column = DataFrame::Contents::of(*frame_).column(col_);
     const auto row = static_cast<std::uint64_t>(row_);
     if (const auto* numbers = std::get_if<Vector>(&column)) {
         return CellText::toString((*numbers)[row]);
@@ -152,7 +154,7 @@ DataFrameElement& DataFrameElement::operator=(const ConstDataFrameElement& other
 }
 
 DataFrameElement& DataFrameElement::operator=(double value) {
-    Column& column = target().columns_[static_cast<std::size_t>(col_)];
+    Column& column = DataFrame::Contents::own(target()).column(col_);
     const auto row = static_cast<std::uint64_t>(row_);
     if (auto* text = std::get_if<TextColumn>(&column)) {
         text->codes[row] = text->encode(CellText::toString(value));
@@ -174,7 +176,7 @@ DataFrameElement& DataFrameElement::operator=(int value) {
 }
 
 DataFrameElement& DataFrameElement::operator=(const WString& value) {
-    Column& column = target().columns_[static_cast<std::size_t>(col_)];
+    Column& column = DataFrame::Contents::own(target()).column(col_);
     const auto row = static_cast<std::uint64_t>(row_);
     if (auto* text = std::get_if<TextColumn>(&column)) {
         text->codes[row] = text->encode(value);
@@ -195,12 +197,12 @@ ColumnKind ConstDataFrameElement::getKind() const {
     return ConstDataFrameColumn(*frame_, col_).getKind();
 }
 
-int ConstDataFrameColumn::getNumRows() const noexcept { return frame_->rows_; }
+int ConstDataFrameColumn::getNumRows() const noexcept { return frame_->getNumRows(); }
 
 const WString& ConstDataFrameColumn::getColName() const { return frame_->getColName(col_); }
 
 ColumnKind ConstDataFrameColumn::getKind() const {
-    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const Column& column = DataFrame::Contents::of(*frame_).column(col_);
     if (std::holds_alternative<Vector>(column)) return ColumnKind::numeric;
     return std::holds_alternative<IntVector>(column) ? ColumnKind::integer : ColumnKind::text;
 }
@@ -222,7 +224,7 @@ Vector ConstDataFrameColumn::toDoubleVector() const {
 }
 
 void ConstDataFrameColumn::copyDoubles(double* target) const {
-    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const Column& column = DataFrame::Contents::of(*frame_).column(col_);
     if (const auto* numbers = std::get_if<Vector>(&column)) {
         std::copy(numbers->begin(), numbers->end(), target);
     } else if (const auto* whole = std::get_if<IntVector>(&column)) {
@@ -235,7 +237,7 @@ void ConstDataFrameColumn::copyDoubles(double* target) const {
 }
 
 StringVector ConstDataFrameColumn::toStringVector() const {
-    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const Column& column = DataFrame::Contents::of(*frame_).column(col_);
     if (const auto* text = std::get_if<TextColumn>(&column)) return textsOf(*text);
     StringVector result;
     result.reserve(static_cast<std::uint64_t>(getNumRows()));
@@ -249,7 +251,7 @@ StringVector ConstDataFrameColumn::getLevels() const {
 }
 
 StringVector ConstDataFrameColumn::getLevels(IntVector& codes) const {
-    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const Column& column = DataFrame::Contents::of(*frame_).column(col_);
     if (const auto* text = std::get_if<TextColumn>(&column)) return sortedLevels(*text, codes);
     if (const auto* whole = std::get_if<IntVector>(&column)) {
         return sortedLevels(textOf(*whole), codes);
@@ -258,7 +260,7 @@ StringVector ConstDataFrameColumn::getLevels(IntVector& codes) const {
 }
 
 StringVector ConstDataFrameColumn::getTexts(IntVector& codes) const {
-    const Column& column = frame_->columns_[static_cast<std::size_t>(col_)];
+    const Column& column = DataFrame::Contents::of(*frame_).column(col_);
     const auto* text = std::get_if<TextColumn>(&column);
     if (text == nullptr) return getLevels(codes);
     codes = text->codes;

@@ -1,4 +1,4 @@
-#include "Veltrix/Data/NameList.h"
+#include "data/frame/NameList.h"
 
 #include <algorithm>
 #include <utility>

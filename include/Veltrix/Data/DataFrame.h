@@ -2,12 +2,11 @@
 
 #include <concepts>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
-#include "Veltrix/Data/ColumnStorage.h"
 #include "Veltrix/Data/DataFrameViews.h"
 #include "Veltrix/Data/IntVector.h"
-#include "Veltrix/Data/NameList.h"
 #include "Veltrix/Data/Selection.h"
 #include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
@@ -26,18 +25,18 @@ namespace Veltrix {
 /// `Exception` that names the operation and what was found; the frame is then as it was.
 class VELTRIX_DATA_API DataFrame {
   public:
-    DataFrame() = default;
+    DataFrame() noexcept;
     explicit DataFrame(const WString& name);
-    DataFrame(const DataFrame&) = default;
+    DataFrame(const DataFrame& other);
     /// The source becomes an empty frame.
     DataFrame(DataFrame&& other) noexcept;
     DataFrame& operator=(const DataFrame& other);
     DataFrame& operator=(DataFrame&& other) noexcept;
     virtual ~DataFrame();
 
-    [[nodiscard]] int getNumRows() const noexcept { return rows_; }
-    [[nodiscard]] int getNumCols() const noexcept { return static_cast<int>(columns_.size()); }
-    [[nodiscard]] bool empty() const noexcept { return rows_ == 0 || columns_.empty(); }
+    [[nodiscard]] int getNumRows() const noexcept;
+    [[nodiscard]] int getNumCols() const noexcept;
+    [[nodiscard]] bool empty() const noexcept;
 
     /// Live views; a temporary frame gives none, as it would end before they are used.
     DataFrameElement operator()(int row, int col) &;
@@ -80,7 +79,7 @@ class VELTRIX_DATA_API DataFrame {
     /// [0, levels.size()) or a level occurs twice.
     void append(const WString& colName, IntVector codes, StringVector levels);
 
-    [[nodiscard]] const StringVector& getColNames() const noexcept { return colNames_.names(); }
+    [[nodiscard]] const StringVector& getColNames() const noexcept;
     /// By value: the names exist only when asked for, unless they were set.
     [[nodiscard]] StringVector getRowNames() const;
     [[nodiscard]] const WString& getColName(int col) const;
@@ -97,7 +96,7 @@ class VELTRIX_DATA_API DataFrame {
     /// As many names as rows; an empty list goes back to "1", "2", ….
     void setRowNames(const StringVector& names);
     virtual void setName(const WString& name);
-    [[nodiscard]] const WString& getName() const noexcept { return name_; }
+    [[nodiscard]] const WString& getName() const noexcept;
 
   private:
     friend class ConstDataFrameElement;
@@ -105,15 +104,9 @@ class VELTRIX_DATA_API DataFrame {
     friend class ConstDataFrameRow;
     friend class DataFrameElement;
 
-    void checkRow(const char* operation, int row) const;
-    void checkCol(const char* operation, int col) const;
-    void appendColumn(Storage::Column column, const WString& name);
+    struct Contents;
 
-    WString name_;
-    int rows_ = 0;
-    std::vector<Storage::Column> columns_;
-    Storage::NameList colNames_;
-    Storage::NameList rowNames_;  // empty: "1", "2", …
+    std::unique_ptr<Contents> contents_;  // none: an empty frame without a name
 };
 
 /// A sequence of frames.

@@ -10,7 +10,7 @@
 #include "Veltrix/Data/Vector.h"
 
 /// @file
-/// How a frame keeps one column. Not for use outside the data library.
+/// How a frame keeps one column.
 
 namespace Veltrix::Storage {
 

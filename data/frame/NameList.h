@@ -9,7 +9,7 @@
 #include "Veltrix/Data/WString.h"
 
 /// @file
-/// How a frame keeps the names of its rows or columns. Not for use outside the data library.
+/// How a frame keeps the names of its rows or columns.
 
 namespace Veltrix::Storage {
 
