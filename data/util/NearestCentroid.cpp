@@ -194,8 +194,8 @@ bool NearestCentroid::Screening::find(const Matrix& centroids, IntVector& neares
     return true;
 }
 
-NearestCentroid::NearestCentroid(const Matrix& x) : x_(x) {
-    Checks::finite("Nearest centroids", x);
+NearestCentroid::NearestCentroid(const Matrix& x, const char* operation) : x_(x) {
+    Checks::finite(operation, x);
     // Beyond these limits the error bound, or the squares in double precision, would not hold.
     constexpr int kMostColumns = 100000;
     constexpr int kLargestExponent = 400;

@@ -69,7 +69,6 @@ Model& Model::setInitialCentroids(const Matrix& centroids) {
 
 void Model::checkSettings(const Matrix& x) const {
     Checks::notEmpty(kFit, x);
-    Checks::finite(kFit, x);
     Checks::atLeast(kFit, "clusters", params_.numClusters, 1);
     if (initialCentroids_.empty()) {
         return Checks::atLeast(kFit, "random starts", params_.numRandomStarts, 1);
@@ -98,7 +97,7 @@ Model& Model::fit(const Matrix& x) {
 
 /// The final assignment.
 IntVector Model::iterate(const Matrix& x) {
-    const NearestCentroid nearest(x);
+    const NearestCentroid nearest(x, kFit);
     if (initialCentroids_.empty()) {
         randomStart(x, nearest);
     } else {

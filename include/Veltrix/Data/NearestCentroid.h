@@ -22,8 +22,8 @@ VELTRIX_DATA_API IntVector nearestCentroids(const Matrix& x, const Matrix& centr
 class VELTRIX_DATA_API NearestCentroid {
   public:
     /// Keeps a reference to the matrix, whose values must be finite (`Exception` that names the
-    /// entry).
-    explicit NearestCentroid(const Matrix& x);
+    /// operation and the entry).
+    explicit NearestCentroid(const Matrix& x, const char* operation = "Nearest centroids");
     NearestCentroid(const NearestCentroid&) = delete;
     NearestCentroid& operator=(const NearestCentroid&) = delete;
     ~NearestCentroid();

@@ -96,7 +96,8 @@ std::string listen(int messages) {
     std::array<char, 512> buffer;
     while (interruptCode() == 0) {
         pollfd source{.fd = messages, .events = POLLIN, .revents = 0};
-        if (::ppoll(&source, 1, nullptr, &held.before()) < 0) continue;
+        // Whatever else it fails of is no reason to ask again at once: reading waits as well.
+        if (::ppoll(&source, 1, nullptr, &held.before()) < 0 && errno == EINTR) continue;
         const ssize_t size = ::read(messages, buffer.data(), buffer.size());
         if (size <= 0) break;
         text.append(buffer.data(), static_cast<std::size_t>(size));
