@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <vector>
 
+#include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
 
 namespace Veltrix {
@@ -46,17 +49,100 @@ bool equalWithoutCase(const WString& a, const WString& b) {
                       [](wchar_t x, wchar_t y) { return folded(x) == folded(y); });
 }
 
+/// Mean of what `error` makes of each actual and predicted value; 0/0 is NaN.
+template <class Error>
+double meanError(const char* operation, const Vector& actual, const Vector& predicted,
+                 Error error) {
+    Checks::counts(operation, actual.size(), "actual values", predicted.size(), "predicted");
+    double sum = 0.0;
+    for (std::uint64_t i = 0; i < actual.size(); ++i) sum += error(actual[i], predicted[i]);
+    return sum / static_cast<double>(actual.size());
+}
+
+/// The same of 0/1 outcomes and their probabilities.
+template <class Error>
+double meanOutcomeError(const char* operation, const Vector& outcomes, const Vector& probabilities,
+                        Error error) {
+    return meanError(operation, outcomes, probabilities, [&](double outcome, double p) {
+        if (outcome != 0.0 && outcome != 1.0) {
+            Checks::fail(ErrorCode::invalidArgument, operation,
+                         "an outcome is neither 0 nor 1, successes and others expected");
+        }
+        return error(outcome == 1.0, p);
+    });
+}
+
+void checkClasses(const char* operation, const IntVector& actual, const Matrix& posteriors) {
+    Checks::counts(operation, actual.size(), "actual classes", posteriors.getNumRows(),
+                   "rows of posteriors");
+    for (const int cls : actual) {
+        if (cls != -1) Checks::index(operation, "class", cls, posteriors.getNumCols());
+    }
+}
+
+/// What a probability of the actual class costs. A NaN stays one.
+double surprise(double p) {
+    return -std::log(
+        p < std::numeric_limits<double>::epsilon() ? std::numeric_limits<double>::epsilon() : p);
+}
+
+double square(double x) { return x * x; }
+
 }  // namespace
 
+double Metrics::MSE(const Vector& actual, const Vector& predicted) {
+    return meanError("MSE", actual, predicted, [](double y, double f) { return square(y - f); });
+}
+
 double Metrics::RMSE(const Vector& actual, const Vector& predicted) {
-    Checks::counts("RMSE", actual.size(), "actual values", predicted.size(), "predicted");
-    double sum = 0.0;
+    return std::sqrt(
+        meanError("RMSE", actual, predicted, [](double y, double f) { return square(y - f); }));
+}
+
+double Metrics::MAE(const Vector& actual, const Vector& predicted) {
+    return meanError("MAE", actual, predicted, [](double y, double f) { return std::fabs(y - f); });
+}
+
+double Metrics::MAPE(const Vector& actual, const Vector& predicted) {
+    return meanError("MAPE", actual, predicted,
+                     [](double y, double f) { return std::fabs(y - f) / std::fabs(y); });
+}
+
+double Metrics::R2(const Vector& actual, const Vector& predicted) {
+    Checks::counts("R2", actual.size(), "actual values", predicted.size(), "predicted");
+    const double mean = Util::mean(actual);
+    double total = 0.0;
+    for (const double y : actual) total += square(y - mean);
+    if (total == 0.0) return std::nan("");
+    return 1.0 - MSE(actual, predicted) * static_cast<double>(actual.size()) / total;
+}
+
+ErrorCurve Metrics::errorCurve(const Vector& actual, const Vector& predicted, int maxPoints) {
+    Checks::counts("Error curve", actual.size(), "actual values", predicted.size(), "predicted");
+    Checks::notNegative("Error curve", "number of points", maxPoints);
+    std::vector<double> errors;
+    errors.reserve(actual.size());
     for (std::uint64_t i = 0; i < actual.size(); ++i) {
-        const double difference = actual[i] - predicted[i];
-        sum += difference * difference;
+        const double error = std::fabs(actual[i] - predicted[i]);
+        if (!std::isnan(error)) errors.push_back(error);
     }
-    // 0/0 is NaN.
-    return std::sqrt(sum / static_cast<double>(actual.size()));
+    std::sort(errors.begin(), errors.end());
+    ErrorCurve curve;
+    if (actual.empty()) return curve;
+    const auto all = static_cast<double>(actual.size());
+    const std::size_t step =
+        maxPoints == 0 ? 1 : errors.size() / static_cast<std::size_t>(maxPoints) + 1;
+    std::size_t last = 0;
+    curve.tolerances.push_back(0.0);
+    curve.shares.push_back(0.0);
+    for (std::size_t i = 0; i < errors.size(); ++i) {
+        const bool end = i + 1 == errors.size();
+        if (!end && (errors[i + 1] == errors[i] || i + 1 < last + step)) continue;
+        last = i + 1;
+        curve.tolerances.push_back(errors[i]);
+        curve.shares.push_back(static_cast<double>(last) / all);
+    }
+    return curve;
 }
 
 double Metrics::accuracy(const StringVector& actual, const StringVector& predicted,
@@ -69,6 +155,41 @@ double Metrics::accuracy(const StringVector& actual, const StringVector& predict
         if (same) ++equal;
     }
     return static_cast<double>(equal) / static_cast<double>(actual.size());
+}
+
+double Metrics::logLoss(const IntVector& actual, const Matrix& posteriors) {
+    checkClasses("Log loss", actual, posteriors);
+    double sum = 0.0;
+    for (std::uint64_t i = 0; i < actual.size(); ++i) {
+        sum += surprise(actual[i] < 0 ? 0.0 : posteriors(static_cast<int>(i), actual[i]));
+    }
+    return sum / static_cast<double>(actual.size());
+}
+
+double Metrics::brierScore(const IntVector& actual, const Matrix& posteriors) {
+    checkClasses("Brier score", actual, posteriors);
+    double sum = 0.0;
+    for (int j = 0; j < posteriors.getNumCols(); ++j) {
+        for (int i = 0; i < posteriors.getNumRows(); ++i) {
+            const bool own = actual[static_cast<std::uint64_t>(i)] == j;
+            sum += square(posteriors(i, j) - (own ? 1.0 : 0.0));
+        }
+    }
+    // A class without a column was given no probability.
+    sum += static_cast<double>(std::count(actual.begin(), actual.end(), -1));
+    if (posteriors.getNumCols() == 2) sum *= 0.5;
+    return sum / static_cast<double>(actual.size());
+}
+
+double Metrics::logLoss(const Vector& outcomes, const Vector& probabilities) {
+    return meanOutcomeError("Log loss", outcomes, probabilities,
+                            [](bool success, double p) { return surprise(success ? p : 1.0 - p); });
+}
+
+double Metrics::brierScore(const Vector& outcomes, const Vector& probabilities) {
+    return meanOutcomeError("Brier score", outcomes, probabilities, [](bool success, double p) {
+        return square(p - (success ? 1.0 : 0.0));
+    });
 }
 
 }  // namespace Veltrix

@@ -39,6 +39,8 @@
 #include "Veltrix/Engine/TS/ARIMA/Data.h"
 #include "Veltrix/Engine/TS/ARIMA/ModelParts.h"
 #include "Veltrix/Engine/Util.h"
+#include "Veltrix/Evaluator/ConfusionMatrix.h"
 #include "Veltrix/Evaluator/Metrics.h"
+#include "Veltrix/Evaluator/RankedOutcomes.h"
 #include "Veltrix/Exports.h"
 #include "Veltrix/Version.h"

@@ -285,8 +285,8 @@ TEST_F(CommandLine, AWorkbookHoldsASheetATableAndCharts) {
     EXPECT_THAT(archive, StartsWith("PK"));
     EXPECT_THAT(
         archive,
-        AllOf(HasSubstr("xl/worksheets/sheet9.xml"), Not(HasSubstr("xl/worksheets/sheet10.xml")),
-              HasSubstr("xl/charts/chart3.xml"), Not(HasSubstr("xl/charts/chart4.xml"))));
+        AllOf(HasSubstr("xl/worksheets/sheet12.xml"), Not(HasSubstr("xl/worksheets/sheet13.xml")),
+              HasSubstr("xl/charts/chart5.xml"), Not(HasSubstr("xl/charts/chart6.xml"))));
 }
 
 }  // namespace

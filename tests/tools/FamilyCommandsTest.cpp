@@ -23,6 +23,7 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 const std::string kLearners = std::string(kTestData) + "/learners/";
 
@@ -230,6 +231,33 @@ class TreeCommand : public testing::Test {
         return reportOf(arguments + options);
     }
 };
+
+// The measures that scikit-learn 1.2.1 gives for the actual classes and the scores of the report.
+TEST_F(TreeCommand, EveryPartIsEvaluated) {
+    const TemporaryFolder folder;
+    const Arguments start{"tree --data", kLearners + "pima_tree.csv",
+                          "--target type --partition-column part --min-records 10"};
+    const JsonReport report = reportOf(start + Arguments{"--success-class Yes"});
+    const std::pair<const char*, std::vector<double>> measures[] = {
+        {"Kappa", {0.5587340231284236, 0.4444444444444444}},
+        {"MCC", {0.5603581142226185, 0.4481426646623499}},
+        {"AUC", {0.7851059615765498, 0.7094474153297683}},
+        {"Log loss", {0.4816427687278435, 0.5740052144618262}},
+        {"Brier score", {0.15295904344992647, 0.19240419048699325}}};
+    for (const auto& [heading, expected] : measures) {
+        EXPECT_TRUE(allNear(report.column("Classification measures", heading), expected, {1e-12}))
+            << heading;
+    }
+    EXPECT_TRUE(allNear(report.column("Measures by class: validation", "Precision"),
+                        std::vector<double>{25.0 / 30, 12.0 / 20, 43.0 / 60}, {1e-12}));
+    EXPECT_EQ(report.column("Lift: validation", "Successes so far").back(), 17.0);
+    EXPECT_EQ(report.column("ROC curve: training", "Sensitivity").back(), 1.0);
+    // Without a success class each has its curves; what made them stands in the files.
+    EXPECT_THAT(outputOf(start + Arguments{"--report", folder.path("r.xlsx")}),
+                AllOf(HasSubstr("mean over the classes"), Not(HasSubstr("ROC curve: "))));
+    EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart7.xml"));
+    EXPECT_EQ(reportOf(start).column("Lift: validation", "Decile").size(), 20U);
+}
 
 TEST_F(TreeCommand, WithoutValidationTheFullTreeIsShown) {
     const TemporaryFolder folder;

@@ -87,12 +87,12 @@ void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
 Report FamilyCommand::makeReport(const Prepared& data) const {
     ReportBuilder report(family_->title(options_.subject()));
     summarize(report.table("Summary"), data);
-    const bool evaluates = options_.hasTarget() &&
-                           (!options_.needs.describesTraining || !options_.partitionColumn.empty());
-    if (evaluates) addParts(report, data);
+    const bool hasParts = options_.hasTarget() &&
+                          (!options_.needs.describesTraining || !options_.partitionColumn.empty());
+    if (hasParts) addParts(report, data);
     addClasses(report, data, records_->roles());
     records_->describe(report, data);
-    if (evaluates) addEvaluation(report, data, *records_);
+    if (options_.hasTarget()) addEvaluation(report, data, *records_);
     return report.take();
 }
 

@@ -1,0 +1,244 @@
+// Measures of classes and numbers, ROC curves, gains and lift: against scikit-learn (origin and
+// tolerance in tests/reference/evaluator/README.md), and by counting where it has no such measure.
+#include <cmath>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Util.h"
+#include "Veltrix/Evaluator/ConfusionMatrix.h"
+#include "Veltrix/Evaluator/Metrics.h"
+#include "Veltrix/Evaluator/RankedOutcomes.h"
+#include "tests/data/MatrixTesting.h"
+#include "tests/support/Containers.h"
+#include "tests/support/ReferenceData.h"
+
+using namespace Veltrix;
+using namespace Veltrix::Testing;
+
+namespace {
+
+constexpr Tolerance kDigits{1e-12, 1e-14};
+
+const ReferenceData& reference() {
+    static const ReferenceData data("evaluator/metrics");
+    return data;
+}
+
+std::vector<double> list(const Vector& values) { return {values.begin(), values.end()}; }
+
+/// A case of the reference.
+struct Case {
+    explicit Case(const std::string& caseName) : name(caseName) {
+        for (const double cls : quantities("actual")) actual.push_back(static_cast<int>(cls));
+        for (const double cls : quantities("predicted")) predicted.push_back(static_cast<int>(cls));
+        posteriors = toMatrix(reference().matrix(name + ".posteriors"));
+    }
+    std::vector<double> quantities(const std::string& quantity) const {
+        return reference().vector(name + "." + quantity);
+    }
+    void expect(const std::string& quantity, double found) const {
+        EXPECT_TRUE(isNear(found, reference().scalar(name + "." + quantity), kDigits))
+            << name << " " << quantity;
+    }
+    void expect(const std::string& quantity, const std::vector<double>& found) const {
+        EXPECT_TRUE(allNear(found, quantities(quantity), kDigits)) << name << " " << quantity;
+    }
+    Vector outcomes(int cls) const {
+        Vector result;
+        for (const int each : actual) result.push_back(each == cls ? 1.0 : 0.0);
+        return result;
+    }
+    Vector probabilities(int cls) const {
+        const auto column = posteriors(Util::all, cls).elements();
+        return {column.begin(), column.end()};
+    }
+
+    std::string name;
+    IntVector actual;
+    IntVector predicted;
+    Matrix posteriors;
+};
+
+TEST(EvaluationMeasures, classesAgreeWithTheReference) {
+    for (const char* name : {"binary", "classes", "constant"}) {
+        const Case data(name);
+        const int classes = data.posteriors.getNumCols();
+        const ConfusionMatrix matrix(data.actual, data.predicted, classes);
+        data.expect("accuracy", matrix.accuracy());
+        data.expect("balanced_accuracy", matrix.balancedAccuracy());
+        data.expect("kappa", matrix.kappa());
+        data.expect("mcc", matrix.MCC());
+        data.expect("log_loss", Metrics::logLoss(data.actual, data.posteriors));
+        data.expect("macro", {matrix.macroAverage(&BinaryCounts::precision),
+                              matrix.macroAverage(&BinaryCounts::sensitivity),
+                              matrix.macroAverage(&BinaryCounts::F1)});
+        std::vector<double> precision, sensitivity, specificity, f1, mcc, brier, area;
+        for (int k = 0; k < classes; ++k) {
+            const BinaryCounts counts = matrix.oneAgainstRest(k);
+            // The reference says 0 where nothing was predicted as the class.
+            precision.push_back(matrix.numPredicted(k) == 0 ? 0.0 : counts.precision());
+            sensitivity.push_back(counts.sensitivity());
+            specificity.push_back(counts.specificity());
+            f1.push_back(counts.F1());
+            mcc.push_back(counts.MCC());
+            brier.push_back(Metrics::brierScore(data.outcomes(k), data.probabilities(k)));
+            area.push_back(RankedOutcomes(data.outcomes(k), data.probabilities(k)).area());
+            EXPECT_EQ(matrix.count(k, 0),
+                      reference().matrix(data.name + ".confusion")(static_cast<std::size_t>(k), 0));
+        }
+        data.expect("precision", precision);
+        data.expect("sensitivity", sensitivity);
+        data.expect("specificity", specificity);
+        data.expect("f1", f1);
+        data.expect("class_mcc", mcc);
+        data.expect("brier", brier);
+        data.expect("auc", area);
+        const double sum = Util::sum(toVector(brier));
+        EXPECT_TRUE(isNear(Metrics::brierScore(data.actual, data.posteriors),
+                           classes == 2 ? brier[1] : sum, kDigits));
+        const int last = classes - 1;
+        if (classes == 2) {
+            data.expect("log_loss", Metrics::logLoss(data.outcomes(1), data.probabilities(1)));
+        }
+        const RocCurve curve =
+            RankedOutcomes(data.outcomes(last), data.probabilities(last)).rocCurve();
+        data.expect("roc.fpr", list(curve.falsePositiveRates));
+        data.expect("roc.tpr", list(curve.truePositiveRates));
+        EXPECT_EQ(curve.cutoffs[0], INFINITY);
+        data.expect("roc.cutoffs", {curve.cutoffs.begin() + 1, curve.cutoffs.end()});
+    }
+}
+
+TEST(EvaluationMeasures, numbersAgreeWithTheReference) {
+    for (const std::string name : {"numbers", "large"}) {
+        const Vector actual = toVector(reference().vector(name + ".actual"));
+        const Vector predicted = toVector(reference().vector(name + ".predicted"));
+        const std::pair<const char*, double (*)(const Vector&, const Vector&)> measures[] = {
+            {".mse", Metrics::MSE},
+            {".mae", Metrics::MAE},
+            {".mape", Metrics::MAPE},
+            {".r2", Metrics::R2}};
+        for (const auto& [quantity, measure] : measures) {
+            EXPECT_TRUE(
+                isNear(measure(actual, predicted), reference().scalar(name + quantity), kDigits))
+                << name << quantity;
+        }
+        // The steps leave the mean absolute error above them.
+        const ErrorCurve curve = Metrics::errorCurve(actual, predicted);
+        double above = 0.0;
+        for (std::uint64_t i = 1; i < curve.shares.size(); ++i) {
+            above += (curve.tolerances[i] - curve.tolerances[i - 1]) * (1 - curve.shares[i - 1]);
+        }
+        EXPECT_TRUE(isNear(above, Metrics::MAE(actual, predicted), kDigits));
+        EXPECT_EQ(curve.shares[curve.shares.size() - 1], 1.0);
+    }
+}
+
+// Nothing of the class, only the class, nothing predicted, nothing at all.
+TEST(EvaluationMeasures, whatCannotBeComputedIsNaN) {
+    const ConfusionMatrix one({0, 0, 0}, {0, 0, 0}, 3);
+    EXPECT_EQ(one.accuracy(), 1.0);
+    EXPECT_EQ(one.balancedAccuracy(), 1.0);
+    EXPECT_TRUE(std::isnan(one.kappa()));
+    EXPECT_EQ(one.MCC(), 0.0);
+    EXPECT_EQ(one.macroAverage(&BinaryCounts::F1), 1.0);
+    EXPECT_EQ(one.oneAgainstRest(2).specificity(), 1.0);
+    for (const auto measure : {&BinaryCounts::sensitivity, &BinaryCounts::precision,
+                               &BinaryCounts::F1, &BinaryCounts::balancedAccuracy}) {
+        EXPECT_TRUE(std::isnan((one.oneAgainstRest(1).*measure)()));
+    }
+    const ConfusionMatrix none({}, {}, 2);
+    for (const double measure :
+         {none.accuracy(), none.balancedAccuracy(), none.kappa(), none.MCC(),
+          none.oneAgainstRest(0).MCC(), Metrics::logLoss({}, Matrix(0, 2)),
+          none.macroAverage(&BinaryCounts::precision), Metrics::brierScore(Vector(), Vector()),
+          Metrics::MAE({}, {}), RankedOutcomes({1, 1}, {0.2, 0.3}).area(), RankedOutcomes().area(),
+          RankedOutcomes({1}, {NAN}).area(), Metrics::R2({2, 2}, {1, 3}), Metrics::MAPE({0}, {0}),
+          Metrics::logLoss(Vector{1}, Vector{NAN})}) {
+        EXPECT_TRUE(std::isnan(measure));
+    }
+    EXPECT_EQ(Metrics::MAPE({0, 1}, {1, 1}), INFINITY);
+    EXPECT_EQ(RankedOutcomes().lift().records.size(), 0U);
+    EXPECT_TRUE(
+        isNear(Metrics::logLoss(IntVector{-1}, Matrix(1, 2, 0.5)), -std::log(2.2204e-16), {1e-5}));
+    // Without a prediction: an error of the class, as if predicted as a class of its own.
+    const ConfusionMatrix missing({0, 0, 1, 1}, {0, -1, 1, 0}, 2);
+    const ConfusionMatrix further({0, 0, 1, 1}, {0, 2, 1, 0}, 3);
+    EXPECT_EQ(missing.numWithoutPrediction(), 1);
+    EXPECT_EQ(missing.oneAgainstRest(0).sensitivity(), 0.5);
+    EXPECT_EQ(missing.kappa(), further.kappa());
+    EXPECT_EQ(missing.MCC(), further.MCC());
+    EXPECT_EQ(ConfusionMatrix({L"b", L"a"}, {L"b", L"c"}).getClasses(),
+              (StringVector{L"a", L"b", L"c"}));
+}
+
+TEST(EvaluationMeasures, badArgumentsAreRefused) {
+    const auto refuses = [](const char* text, int code, auto operation) {
+        EXPECT_TRUE(throwsException(operation, text, code)) << text;
+    };
+    refuses("Confusion matrix: 1 actual classes, 0 predicted", 1,
+            [] { ConfusionMatrix({0}, {}, 1); });
+    refuses("Confusion matrix: class 2 of 2, counted from 0", 2,
+            [] { ConfusionMatrix({0}, {2}, 2); });
+    refuses("Confusion matrix: class -2 of 2, counted from 0", 2,
+            [] { ConfusionMatrix({0}, {-2}, 2); });
+    refuses("Confusion matrix: class 1 of 1, counted from 0", 2,
+            [] { (void)ConfusionMatrix({0}, {0}, 1).oneAgainstRest(1); });
+    refuses("Log loss: class 2 of 2, counted from 0", 2,
+            [] { (void)Metrics::logLoss({2}, Matrix(1, 2)); });
+    refuses("Brier score: an outcome is neither 0 nor 1, successes and others expected", 3,
+            [] { (void)Metrics::brierScore(Vector{0.5}, Vector{0.5}); });
+    refuses("ROC curve: an outcome is neither 0 nor 1, successes and others expected", 3,
+            [] { (void)RankedOutcomes({2}, {1}).rocCurve(); });
+    refuses("Ranked outcomes: outcome 1 is not finite", 4, [] {
+        RankedOutcomes({1, NAN}, {1, 1});
+    });
+    refuses("Lift: 0 groups, at least 1 expected", 3, [] { (void)RankedOutcomes().lift(0); });
+    refuses("Total of the first records: number 2 of 2, counted from 0", 2,
+            [] { (void)RankedOutcomes({1}, {1}).totalOfFirst(2); });
+}
+
+// Scores 3 and 1 are tied: 2 of 4 records and 1 of 3, whose successes spread evenly.
+TEST(EvaluationMeasures, gainsAndLiftSpreadTies) {
+    const RankedOutcomes ranked({1, 0, 1, 0, 1, 0, 0, 0}, {3, 3, 3, 3, 1, 1, 1, NAN});
+    const LiftTable table = ranked.lift(3);
+    EXPECT_EQ(list(table.records), (std::vector<double>{2, 2, 3}));
+    EXPECT_EQ(list(table.lowestScores), (std::vector<double>{3, 3, 1}));
+    EXPECT_EQ(list(table.totals), (std::vector<double>{1, 1, 1}));
+    EXPECT_TRUE(allNear(table.lifts, std::vector<double>{7.0 / 6, 7.0 / 6, 7.0 / 9}, kDigits));
+    EXPECT_TRUE(allNear(table.cumulativeShares, std::vector<double>{1.0 / 3, 2.0 / 3, 1}, kDigits));
+    EXPECT_TRUE(allNear(table.cumulativeLifts, std::vector<double>{7.0 / 6, 7.0 / 6, 1}, kDigits));
+    EXPECT_TRUE(isNear(ranked.totalOfFirst(5), 2 + 1.0 / 3, kDigits));
+    EXPECT_EQ(ranked.lift(100).records.size(), 7U);
+    // Any numbers: the largest are expected first.
+    EXPECT_EQ(list(RankedOutcomes({-1, 5, 2}, {1, 3, 2}).lift(3).totals),
+              (std::vector<double>{5, 2, -1}));
+    EXPECT_TRUE(std::isnan(RankedOutcomes({-1, 1}, {1, 2}).lift(2).lifts[0]));
+}
+
+// A curve of few points runs through points of the whole one, and no two of them are far apart.
+TEST(EvaluationMeasures, curvesAreThinnedEvenly) {
+    Vector outcomes, scores;
+    for (int i = 0; i < 5000; ++i) {
+        outcomes.push_back((i * 7919) % 3 == 0 ? 1.0 : 0.0);
+        scores.push_back(std::sin(i));
+    }
+    const RankedOutcomes ranked(outcomes, scores);
+    const RocCurve whole = ranked.rocCurve();
+    const RocCurve thin = ranked.rocCurve(100);
+    EXPECT_LE(thin.cutoffs.size(), 101U);
+    std::uint64_t at = 0;
+    for (std::uint64_t i = 0; i < thin.cutoffs.size(); ++i) {
+        while (at < whole.cutoffs.size() && whole.cutoffs[at] != thin.cutoffs[i]) ++at;
+        ASSERT_LT(at, whole.cutoffs.size());
+        EXPECT_EQ(whole.truePositiveRates[at], thin.truePositiveRates[i]);
+        if (i > 0) {
+            EXPECT_LT(thin.falsePositiveRates[i] - thin.falsePositiveRates[i - 1], 0.03);
+        }
+    }
+    EXPECT_EQ(thin.falsePositiveRates[thin.cutoffs.size() - 1], 1.0);
+    EXPECT_LE(Metrics::errorCurve(outcomes, scores, 100).shares.size(), 102U);
+}
+
+}  // namespace
