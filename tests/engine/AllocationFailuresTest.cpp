@@ -52,16 +52,6 @@ const Data kMore(0.5);
 const ConstDataFrameColumn kClasses = kMore.responses(Util::all, 0);
 const ConstDataFrameColumn kNumbers = kMore.responses(Util::all, 1);
 
-template <class Object>
-using Steps = std::vector<std::pair<const char*, std::function<void(Object&)>>>;
-
-template <class Object, class Same>
-void surviveAll(const Object& object, const Steps<Object>& steps, Same same) {
-    for (const auto& [name, step] : steps) {
-        EXPECT_TRUE(survivesFailures(object, step, same)) << name;
-    }
-}
-
 const auto kSameText = [](const auto& a, const auto& b) { return a.toJson() == b.toJson(); };
 
 /// The steps, and those that all stored models have.

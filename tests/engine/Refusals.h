@@ -10,17 +10,19 @@
 
 namespace Veltrix::Testing {
 
-/// The action must throw an `Exception` with a code and `text` in its message.
+/// The action must throw an `Exception` with a code, this one if given, and `text` in its message.
 template <class Action>
-testing::AssertionResult refuses(Action&& action, const std::string& text) {
+testing::AssertionResult refuses(Action&& action, const std::string& text, int code = 0) {
     try {
         action();
     } catch (const Exception& error) {
-        const std::string message = error.what();
-        if (error.getCode() != 0 && message.find(text) != std::string::npos) {
+        const int found = error.getCode();
+        const bool rightCode = code == 0 ? found != 0 : found == code;
+        if (rightCode && std::string(error.what()).find(text) != std::string::npos) {
             return testing::AssertionSuccess();
         }
-        return testing::AssertionFailure() << message << ", expected: " << text;
+        return testing::AssertionFailure()
+               << error.what() << " (" << found << "), expected: " << text;
     }
     return testing::AssertionFailure() << "accepted, expected: " << text;
 }

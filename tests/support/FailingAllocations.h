@@ -9,8 +9,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <new>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -69,8 +72,9 @@ class FailingAllocations {
 /// fails any more; then again with all later ones failing too. Every failure must come out as
 /// `std::bad_alloc`, leave a copy for which same(copy, object) holds and nothing allocated, and the
 /// destructor must not allocate.
-template <class Object, class Operation, class Same>
-testing::AssertionResult survivesFailures(const Object& object, Operation operation, Same same) {
+template <class Object, class Operation, class Same = std::equal_to<>>
+testing::AssertionResult survivesFailures(const Object& object, Operation operation,
+                                          Same same = {}) {
     using Allocations = FailingAllocations;
     {
         Object first(object);  // what is made once in a program's life is made here
@@ -115,11 +119,16 @@ testing::AssertionResult survivesFailures(const Object& object, Operation operat
     return testing::AssertionSuccess();
 }
 
-/// The same by the comparison operator.
-template <class Object, class Operation>
-testing::AssertionResult survivesFailures(const Object& object, Operation operation) {
-    return survivesFailures(object, operation,
-                            [](const Object& a, const Object& b) { return a == b; });
+/// Operations and what they are called.
+template <class Object>
+using Steps = std::vector<std::pair<const char*, std::function<void(Object&)>>>;
+
+/// `survivesFailures` for every operation.
+template <class Object, class Same = std::equal_to<>>
+void surviveAll(const Object& object, const Steps<Object>& steps, Same same = {}) {
+    for (const auto& [name, step] : steps) {
+        EXPECT_TRUE(survivesFailures(object, step, same)) << name;
+    }
 }
 
 }  // namespace Veltrix::Testing
