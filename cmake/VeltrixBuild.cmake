@@ -57,6 +57,10 @@ function(veltrix_sources result)
     if(wide AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
         set_source_files_properties(${wide} PROPERTIES COMPILE_OPTIONS "-mavx2;-mfma")
     endif()
+    # Kernels whose results are those of their formula on every machine round each operation.
+    set(literal ${sources})
+    list(FILTER literal INCLUDE REGEX "/LinkageUpdates[A-Za-z0-9]*\\.cpp$")
+    set_property(SOURCE ${literal} APPEND PROPERTY COMPILE_OPTIONS "-ffp-contract=off")
     set(${result} ${sources} PARENT_SCOPE)
 endfunction()
 

@@ -21,6 +21,7 @@ std::map<std::string, Setup> workloads() {
     addNearestNeighbours(all);
     addTrees(all);
     addKMeans(all);
+    addHierarchical(all);
     addSamples(all);
     return all;
 }

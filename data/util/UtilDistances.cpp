@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "Veltrix/Data/PackedDistances.h"
 #include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
@@ -126,19 +127,59 @@ void computeDistances(const Points& outer, const Points& inner, StripKernel kern
     }
 }
 
+/// The same for all pairs of rows i < j of one set, row by row of the triangle above the diagonal.
+/// A sum runs over all coordinates at once, which rounds as sums that are continued do.
+template <class Finish>
+void computePacked(const Points& rows, StripKernel kernel, double* result, Finish finish) {
+    const std::int64_t depth = std::max<std::int64_t>(rows.dimensions, 1);
+    const std::int64_t block =
+        std::min(roundUp(rows.count, kInnerPanel),
+                 std::clamp(kInnerBlockSize / depth / kInnerPanel * kInnerPanel, kInnerPanel,
+                            kLargestInnerBlock));
+    Vector innerPanels(static_cast<std::uint64_t>(block * depth), Storage::kUnfilled);
+    Vector outerPanel(static_cast<std::uint64_t>(kOuterPanel * depth), Storage::kUnfilled);
+    Vector distances(static_cast<std::uint64_t>(kOuterPanel * block), Storage::kUnfilled);
+    DistanceStrip strip{};
+    strip.depth = rows.dimensions;
+    strip.outer = outerPanel.data();
+    strip.outerWidth = kOuterPanel;
+    strip.inner = innerPanels.data();
+    strip.target = distances.data();
+    strip.targetStep = block;
+    ProgressPhase phase("Computing distances", static_cast<std::uint64_t>(rows.count * rows.count));
+    for (std::int64_t i = 0; i < rows.count; i += block) {
+        strip.innerCount = std::min(block, rows.count - i);
+        pack(rows, i, strip.innerCount, 0, rows.dimensions, kInnerPanel, innerPanels.data());
+        const std::int64_t endLine = i + strip.innerCount;
+        for (std::int64_t l = 0; l < endLine; l += kOuterPanel) {
+            strip.outerCount = std::min(kOuterPanel, endLine - l);
+            pack(rows, l, strip.outerCount, 0, rows.dimensions, kOuterPanel, outerPanel.data());
+            kernel(strip);
+            for (std::int64_t r = l; r < l + strip.outerCount; ++r) {
+                double* line = distances.data() + (r - l) * block;
+                finish(line, strip.innerCount, r, i);
+                const std::int64_t first = std::max(i, r + 1);
+                std::copy(line + (first - i), line + strip.innerCount,
+                          result + packedIndex(rows.count, r, first));
+            }
+            phase.advance(static_cast<std::uint64_t>(strip.outerCount * strip.innerCount));
+        }
+        // What lies below the diagonal comes for nothing.
+        phase.advance(static_cast<std::uint64_t>((rows.count - endLine) * strip.innerCount));
+    }
+}
+
 constexpr auto kAsTheyAre = [](double*, std::int64_t, std::int64_t, std::int64_t) {};
 constexpr auto kSquareRoots = [](double* values, std::int64_t n, std::int64_t, std::int64_t) {
     Support::sqrt(values, values, n);
 };
 
-void euclidean(const Points& outer, const Points& inner, bool squared, bool symmetric,
-               double* result) {
+void euclidean(const Points& outer, const Points& inner, bool squared, double* result) {
+    const StripKernel kernel = Kernels::arrays().squaredDifferences;
     if (squared) {
-        computeDistances(outer, inner, Kernels::arrays().squaredDifferences, result, symmetric,
-                         kAsTheyAre);
+        computeDistances(outer, inner, kernel, result, false, kAsTheyAre);
     } else {
-        computeDistances(outer, inner, Kernels::arrays().squaredDifferences, result, symmetric,
-                         kSquareRoots);
+        computeDistances(outer, inner, kernel, result, false, kSquareRoots);
     }
 }
 
@@ -154,36 +195,38 @@ Matrix presence(const Matrix& a) {
 }
 
 /// From d columns that differ and n present entries of either row: 2d/(nₐ + n_b + d).
-void jaccard(const Points& rows, const Vector& present, double* result) {
-    computeDistances(rows, rows, Kernels::arrays().squaredDifferences, result, true,
-                     [&](double* values, std::int64_t n, std::int64_t line, std::int64_t first) {
-                         const double* inner = present.data() + first;
-                         const double own = present.data()[line];
-                         for (std::int64_t i = 0; i < n; ++i) {
-                             const double either = own + inner[i] + values[i];
-                             values[i] = either == 0.0 ? 0.0 : 2.0 * values[i] / either;
-                         }
-                     });
-}
+struct JaccardOf {
+    void operator()(double* values, std::int64_t n, std::int64_t line, std::int64_t first) const {
+        const double* inner = present.data() + first;
+        const double own = present.data()[line];
+        for (std::int64_t i = 0; i < n; ++i) {
+            const double either = own + inner[i] + values[i];
+            values[i] = either == 0.0 ? 0.0 : 2.0 * values[i] / either;
+        }
+    }
 
-void binaryDistances(const Matrix& a, DissimilarityType type, double* result) {
+    Vector present;
+};
+
+template <class Compute>
+void binaryDistances(const Matrix& a, DissimilarityType type, const Compute& compute) {
     const Matrix present = presence(a);
-    const Points rows(present);
+    const StripKernel kernel = Kernels::arrays().squaredDifferences;
     if (type == DissimilarityType::jaccard) {
         const Vector ones(static_cast<std::uint64_t>(a.getNumCols()), 1.0);
-        jaccard(rows, present * ones, result);
-        return;
+        return compute(Points(present), kernel, JaccardOf{present * ones});
     }
     const double columns = std::max(a.getNumCols(), 1);
-    computeDistances(rows, rows, Kernels::arrays().squaredDifferences, result, true,
-                     [columns](double* values, std::int64_t n, std::int64_t, std::int64_t) {
-                         for (std::int64_t i = 0; i < n; ++i) values[i] /= columns;
-                     });
+    compute(Points(present), kernel,
+            [columns](double* values, std::int64_t n, std::int64_t, std::int64_t) {
+                for (std::int64_t i = 0; i < n; ++i) values[i] /= columns;
+            });
 }
 
 /// Distances of angles: for rows u, v of unit length 1 − uᵀv = ½‖u − v‖², which loses no digits
 /// where rows are nearly parallel.
-void angularDistances(const Matrix& a, bool centred, double* result) {
+template <class Compute>
+void angularDistances(const Matrix& a, bool centred, const Compute& compute) {
     Matrix units = inOrder(a, MatrixOrderType::rowMajor);
     for (int i = 0; i < units.getNumRows(); ++i) {
         MatrixRow row = units(i, Util::all);
@@ -194,11 +237,33 @@ void angularDistances(const Matrix& a, bool centred, double* result) {
         row /= largest;
         row /= Util::norm(row, NormType::euclidean, false);
     }
-    const Points rows(units);
-    computeDistances(rows, rows, Kernels::arrays().squaredDifferences, result, true,
-                     [](double* values, std::int64_t n, std::int64_t, std::int64_t) {
-                         for (std::int64_t i = 0; i < n; ++i) values[i] *= 0.5;
-                     });
+    compute(Points(units), Kernels::arrays().squaredDifferences,
+            [](double* values, std::int64_t n, std::int64_t, std::int64_t) {
+                for (std::int64_t i = 0; i < n; ++i) values[i] *= 0.5;
+            });
+}
+
+/// compute(points, kernel, finish) for the distances of that type between the rows.
+template <class Compute>
+void distancesOfRows(const Matrix& a, bool squared, DissimilarityType type,
+                     const Compute& compute) {
+    Checks::enumerator("Pairwise distance", "dissimilarity type", type, 1, 7);
+    const Kernels::Arrays& kernels = Kernels::arrays();
+    switch (type) {
+        case DissimilarityType::euclidean:
+            if (squared) return compute(Points(a), kernels.squaredDifferences, kAsTheyAre);
+            return compute(Points(a), kernels.squaredDifferences, kSquareRoots);
+        case DissimilarityType::manhattan:
+            return compute(Points(a), kernels.absoluteDifferences, kAsTheyAre);
+        case DissimilarityType::maximum:
+            return compute(Points(a), kernels.largestDifferences, kAsTheyAre);
+        case DissimilarityType::jaccard:
+        case DissimilarityType::simpleMatching:
+            return binaryDistances(a, type, compute);
+        case DissimilarityType::cosine:
+        case DissimilarityType::correlation:
+            return angularDistances(a, type == DissimilarityType::correlation, compute);
+    }
 }
 
 }  // namespace
@@ -214,9 +279,9 @@ Matrix Util::pairwiseDistance(const Matrix& a, const Matrix& b, MatrixOrderType 
     Matrix result(a.getNumRows(), b.getNumRows(), order, Storage::kUnfilled);
     // Lines of the result belong to the outer points, so that values are written side by side.
     if (order == MatrixOrderType::columnMajor) {
-        euclidean(Points(b), Points(a), squared, false, result.data());
+        euclidean(Points(b), Points(a), squared, result.data());
     } else {
-        euclidean(Points(a), Points(b), squared, false, result.data());
+        euclidean(Points(a), Points(b), squared, result.data());
     }
     return result;
 }
@@ -225,34 +290,45 @@ Vector Util::pairwiseDistance(const Vector& point, const Matrix& b, bool squared
     Checks::counts("Pairwise distance", point.size(), "elements in the point", b.getNumCols(),
                    "columns in the matrix");
     Vector result(static_cast<std::uint64_t>(b.getNumRows()), Storage::kUnfilled);
-    euclidean(Points(point), Points(b), squared, false, result.data());
+    euclidean(Points(point), Points(b), squared, result.data());
     return result;
 }
 
 Matrix Util::pairwiseDistance(const Matrix& a, bool squared, DissimilarityType type) {
     Checks::enumerator("Pairwise distance", "dissimilarity type", type, 1, 7);
     Matrix result(a.getNumRows(), a.getNumRows(), a.getMatrixOrder(), Storage::kUnfilled);
-    const Points rows(a);
-    switch (type) {
-        case DissimilarityType::euclidean:
-            euclidean(rows, rows, squared, true, result.data());
-            return result;
-        case DissimilarityType::manhattan:
-            computeDistances(rows, rows, Kernels::arrays().absoluteDifferences, result.data(), true,
-                             kAsTheyAre);
-            return result;
-        case DissimilarityType::maximum:
-            computeDistances(rows, rows, Kernels::arrays().largestDifferences, result.data(), true,
-                             kAsTheyAre);
-            return result;
-        case DissimilarityType::jaccard:
-        case DissimilarityType::simpleMatching:
-            binaryDistances(a, type, result.data());
-            return result;
-        case DissimilarityType::cosine:
-        case DissimilarityType::correlation:
-            angularDistances(a, type == DissimilarityType::correlation, result.data());
-            break;
+    distancesOfRows(a, squared, type,
+                    [&](const Points& rows, StripKernel kernel, const auto& finish) {
+                        computeDistances(rows, rows, kernel, result.data(), true, finish);
+                    });
+    return result;
+}
+
+Vector packedDistances(const Matrix& a, DissimilarityType type) {
+    Checks::enumerator("Pairwise distance", "dissimilarity type", type, 1, 7);
+    Vector result(packedSize(a.getNumRows()), Storage::kUnfilled);
+    distancesOfRows(a, false, type,
+                    [&](const Points& rows, StripKernel kernel, const auto& finish) {
+                        computePacked(rows, kernel, result.data(), finish);
+                    });
+    return result;
+}
+
+Vector packedUpperTriangle(const Matrix& symmetric) {
+    Checks::square(symmetric);
+    const std::int64_t n = symmetric.getNumRows();
+    Vector result(packedSize(n), Storage::kUnfilled);
+    const LineSteps steps(symmetric);
+    // A band of columns at a time stays in the cache whatever the storage order.
+    constexpr std::int64_t kBand = 64;
+    for (std::int64_t band = 0; band < n; band += kBand) {
+        const std::int64_t end = std::min(band + kBand, n);
+        for (std::int64_t i = 0; i < end; ++i) {
+            const double* row = symmetric.data() + i * steps.row;
+            const std::int64_t first = std::max(band, i + 1);
+            double* to = result.data() + packedIndex(n, i, first);
+            for (std::int64_t j = first; j < end; ++j) *to++ = row[j * steps.column];
+        }
     }
     return result;
 }

@@ -284,6 +284,16 @@ TEST(AllocationFailures, Clusters) {
                           return kSameText(a, b) && kSameText(a.fit(kData.x), b.fit(kData.x));
                       });
     }
+    using Hierarchy = Engine::HC::Model;
+    const Hierarchy other = Hierarchy({7, 1, 1}).fit(kMore.x);
+    surviveStored(Hierarchy({1, 1, 1}).fit(kData.x), other,
+                  {{"tree", [](auto& m) { m.fit(kMore.x); }},
+                   {"fit", [](auto& m) { m.setLinkage(3).fit(kMore.x); }},
+                   {"history", [&](auto& m) { m.setMergingHistory(other.getMergingHistory()); }},
+                   {"draw", [](auto& m) { m.dendrogram(5); }}},
+                  [](const Hierarchy& a, const Hierarchy& b) {
+                      return a.getMergingHistory() == b.getMergingHistory();
+                  });
     const auto run = [](IntVector& out) {
         const int status = RunCluster(3, 12, kData.x.data(), 2, 9, 3, 1, out.data());
         if (status == 2) throw std::bad_alloc();

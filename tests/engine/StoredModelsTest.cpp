@@ -65,6 +65,12 @@ Clusters fitted(unsigned seed) {
     return Clusters({2, 4, 6, static_cast<int>(seed)}).fit(predictors(seed));
 }
 
+using Hierarchy = Engine::HC::Model;
+template <>
+Hierarchy fitted(unsigned seed) {
+    return Hierarchy({2 + static_cast<int>(seed % 2), 4, 1}).fit(predictors(seed));
+}
+
 using Neighbours = Engine::Classification::KNN::Model;
 template <>
 Neighbours fitted(unsigned seed) {
@@ -130,8 +136,8 @@ Series fitted(unsigned seed) {
 template <class Model>
 class StoredModels : public testing::Test {};
 
-using Models = testing::Types<Regression, Clusters, Neighbours, NumberNeighbours, ClassTree,
-                              NumberTree, Engine::Encoder, Engine::CatReducer, Series>;
+using Models = testing::Types<Regression, Clusters, Hierarchy, Neighbours, NumberNeighbours,
+                              ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {

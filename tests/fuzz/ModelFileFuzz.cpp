@@ -33,6 +33,7 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::Encoder>,
     readModel<Engine::CatReducer>,
     readModel<Engine::TS::ARIMA::Data>,
+    readModel<Engine::HC::Model>,
 };
 
 }  // namespace

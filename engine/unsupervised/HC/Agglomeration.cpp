@@ -1,0 +1,264 @@
+#include "engine/unsupervised/HC/Agglomeration.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <utility>
+
+#include "Veltrix/Data/PackedDistances.h"
+#include "Veltrix/Data/Progress.h"
+#include "Veltrix/Engine/Exceptions.h"
+#include "support/kernels/Arrays.h"
+#include "support/kernels/LinkageUpdates.h"
+
+namespace Veltrix::Engine::HC {
+namespace {
+
+using Kernels::LinkageCoefficients;
+using Kernels::WardSizes;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr std::int32_t kUnknown = -1;
+constexpr std::int32_t kWard = 7;
+
+/// The coefficients for clusters of sizes n_i and n_j at distance d(i,j); not for Ward.
+LinkageCoefficients coefficientsOf(std::int32_t linkage, double first, double second,
+                                   double distance) {
+    const double all = first + second;
+    const double share = second / all;
+    switch (linkage) {
+        case 1:
+            return {0.5, 0.5, 0.0 * distance, -0.5};
+        case 2:
+            return {0.5, 0.5, 0.0 * distance, 0.5};
+        case 3:
+            return {share, 1.0 - share, 0.0 * distance, 0.0};
+        case 4:
+            return {0.5, 0.5, 0.0 * distance, 0.0};
+        case 5:
+            return {0.5, 0.5, -0.25 * distance, 0.0};
+        case 6:
+            return {share, 1.0 - share, -first * second / (all * all) * distance, 0.0};
+        default:
+            return {0.0, 1.0, 0.0 * distance, 0.0};
+    }
+}
+
+/// The clusters in ascending order of their labels, and for each the nearest of those after it.
+///
+/// A cluster's `bound_` is the distance to the one in `nearest_`, the first of them on ties, or,
+/// where that is unknown, no more than the least distance. So the pair to merge is found among the
+/// clusters of least bound: the first one, once its nearest is known, is the first of all pairs in
+/// the order of (distance, first label, second label).
+///
+/// Clusters that were merged into others keep their place until less than half of the places are in
+/// use; then the triangle moves together, which keeps what follows in the cache. Distances to such
+/// places are infinite or NaN in the rows of those in use, so that no search finds them.
+class Agglomeration {
+  public:
+    Agglomeration(Vector distances, std::int32_t n, std::int32_t linkage);
+    MergingHistory run();
+
+  private:
+    static std::size_t place(std::int64_t i) { return static_cast<std::size_t>(i); }
+    /// Where d(i, j), i < j, stands; those of i follow each other.
+    double* entry(std::int64_t i, std::int64_t j) {
+        return distances_.data() + (rowStart_[place(i)] + j);
+    }
+
+    void layOut();
+    void moveTogether();
+    std::int32_t nearestPair();
+    void search(std::int32_t i);
+    void merge(std::int32_t i, std::int32_t j);
+    void updateBefore(std::int32_t i, std::int32_t j);
+    void updateBetween(std::int32_t i, std::int32_t j);
+    void update(std::int64_t n, double* first, const double* second, const double* sizes) const;
+    void offer(std::int32_t k, std::int32_t i, std::int32_t j, double distance);
+
+    Vector distances_;
+    std::int32_t linkage_;
+    std::int32_t width_;                  // places
+    std::vector<std::int64_t> rowStart_;  // d(i, j) stands at rowStart_[i] + j
+    std::vector<std::int32_t> labels_;
+    Vector sizes_;
+    Vector bounds_;
+    std::vector<std::int32_t> nearest_;
+    std::vector<std::int32_t> inUse_;  // places, ascending
+    Vector toFirst_;                   // distances to the clusters that merge, gathered
+    Vector toSecond_;
+    Vector gatheredSizes_;
+    LinkageCoefficients coefficients_{};
+    WardSizes ward_{};
+};
+
+Agglomeration::Agglomeration(Vector distances, std::int32_t n, std::int32_t linkage)
+    : distances_(std::move(distances)),
+      linkage_(linkage),
+      width_(n),
+      rowStart_(place(n)),
+      labels_(place(n)),
+      sizes_(place(n), 1.0),
+      bounds_(place(n), kInfinity),
+      nearest_(place(n), kUnknown),
+      inUse_(place(n)),
+      toFirst_(place(n)),
+      toSecond_(place(n)),
+      gatheredSizes_(place(n)) {
+    std::iota(labels_.begin(), labels_.end(), 1);
+    layOut();
+}
+
+void Agglomeration::layOut() {
+    for (std::int64_t i = 0; i < width_; ++i) {
+        rowStart_[place(i)] = packedIndex(width_, i, i + 1) - (i + 1);
+    }
+    inUse_.resize(place(width_));
+    std::iota(inUse_.begin(), inUse_.end(), 0);
+}
+
+MergingHistory Agglomeration::run() {
+    const std::int32_t n = width_;
+    MergingHistory history;
+    history.reserve(place(n - 1));
+    // A search passes over a row, a merge over four.
+    ProgressPhase phase("Merging clusters", 3 * packedSize(n));
+    for (std::int32_t i = 0; i + 1 < n; ++i) {
+        search(i);
+        phase.advance(place(n - 1 - i));
+    }
+    while (inUse_.size() > 1) {
+        if (4 * inUse_.size() <= 3 * place(width_)) moveTogether();
+        const std::int32_t i = nearestPair();
+        const std::int32_t j = nearest_[place(i)];
+        history.push_back({labels_[place(i)], labels_[place(j)], bounds_.data()[i]});
+        merge(i, j);
+        phase.advance(2 * inUse_.size());
+    }
+    return history;
+}
+
+/// Leaves out the places that are not in use. Nothing moves towards the end, so that no number is
+/// written over before it has been read.
+void Agglomeration::moveTogether() {
+    const std::size_t count = inUse_.size();
+    double* to = distances_.data();
+    for (std::size_t r = 0; r < count; ++r) {
+        for (std::size_t c = r + 1; c < count; ++c) *to++ = *entry(inUse_[r], inUse_[c]);
+    }
+    for (std::size_t r = 0; r < count; ++r) {
+        const std::size_t old = place(inUse_[r]);
+        labels_[r] = labels_[old];
+        sizes_.data()[r] = sizes_.data()[old];
+        bounds_.data()[r] = bounds_.data()[old];
+        const std::int32_t nearest = nearest_[old];
+        const auto found = std::lower_bound(inUse_.begin(), inUse_.end(), nearest);
+        nearest_[r] =
+            nearest == kUnknown ? kUnknown : static_cast<std::int32_t>(found - inUse_.begin());
+    }
+    width_ = static_cast<std::int32_t>(count);
+    layOut();
+}
+
+/// The first cluster of the pair to merge; its nearest is the second.
+std::int32_t Agglomeration::nearestPair() {
+    for (;;) {
+        const double least = Kernels::arrays().smallest(width_, bounds_.data());
+        if (!(least < kInfinity)) throw HierarchicalClusteringDistanceMatrixInvalid();
+        const double* const found = std::find(bounds_.data(), bounds_.data() + width_, least);
+        const auto i = static_cast<std::int32_t>(found - bounds_.data());
+        if (nearest_[place(i)] != kUnknown) return i;
+        search(i);
+    }
+}
+
+/// Looks the nearest of the clusters after i up; a bound of infinity says that there is none at a
+/// finite distance.
+void Agglomeration::search(std::int32_t i) {
+    const double* const first = entry(i, i + 1);
+    const double* const end = first + (width_ - i - 1);
+    const double least = Kernels::arrays().smallest(end - first, first);
+    const bool finite = least < kInfinity;
+    bounds_.data()[i] = finite ? least : kInfinity;
+    nearest_[place(i)] =
+        finite ? static_cast<std::int32_t>(std::find(first, end, least) - first) + i + 1 : kUnknown;
+}
+
+void Agglomeration::merge(std::int32_t i, std::int32_t j) {
+    double* const sizes = sizes_.data();
+    const double distance = bounds_.data()[i];
+    coefficients_ = coefficientsOf(linkage_, sizes[i], sizes[j], distance);
+    ward_ = {sizes[j], sizes[i], distance};
+    inUse_.erase(std::lower_bound(inUse_.begin(), inUse_.end(), j));
+    updateBefore(i, j);
+    updateBetween(i, j);
+    update(width_ - j - 1, entry(i, j + 1), entry(j, j + 1), sizes + j + 1);
+    *entry(i, j) = kInfinity;
+    bounds_.data()[j] = kInfinity;
+    nearest_[place(j)] = kUnknown;
+    sizes[i] += sizes[j];
+    search(i);
+}
+
+/// The distances of the clusters before i, which stand in their rows.
+void Agglomeration::updateBefore(std::int32_t i, std::int32_t j) {
+    std::int64_t count = 0;
+    for (const std::int32_t k : inUse_) {
+        if (k >= i) break;
+        toFirst_.data()[count] = *entry(k, i);
+        toSecond_.data()[count] = std::exchange(*entry(k, j), kInfinity);
+        gatheredSizes_.data()[count] = sizes_.data()[k];
+        ++count;
+    }
+    update(count, toFirst_.data(), toSecond_.data(), gatheredSizes_.data());
+    for (std::int64_t c = 0; c < count; ++c) {
+        const std::int32_t k = inUse_[place(c)];
+        *entry(k, i) = toFirst_.data()[c];
+        offer(k, i, j, toFirst_.data()[c]);
+    }
+}
+
+/// Cluster k, before i, now has that distance to i; j is gone.
+void Agglomeration::offer(std::int32_t k, std::int32_t i, std::int32_t j, double distance) {
+    double& bound = bounds_.data()[k];
+    std::int32_t& nearest = nearest_[place(k)];
+    if (distance < bound) {
+        bound = distance;
+        nearest = i;
+    } else if (distance == bound && nearest != kUnknown) {
+        // What stood between i and j was farther than what now is the first of equals.
+        if (nearest == j || nearest > i) nearest = i;
+    } else if (nearest == i || nearest == j) {
+        nearest = kUnknown;
+    }
+}
+
+/// The distances of the clusters between i and j: to i they stand in its row, to j in their own.
+void Agglomeration::updateBetween(std::int32_t i, std::int32_t j) {
+    std::fill(toSecond_.data(), toSecond_.data() + (j - i - 1), kInfinity);
+    for (auto k = std::upper_bound(inUse_.begin(), inUse_.end(), i); k != inUse_.end() && *k < j;
+         ++k) {
+        toSecond_.data()[*k - i - 1] = std::exchange(*entry(*k, j), kInfinity);
+        if (nearest_[place(*k)] == j) nearest_[place(*k)] = kUnknown;
+    }
+    update(j - i - 1, entry(i, i + 1), toSecond_.data(), sizes_.data() + i + 1);
+}
+
+void Agglomeration::update(std::int64_t n, double* first, const double* second,
+                           const double* sizes) const {
+    const Kernels::LinkageUpdates& kernels = Kernels::linkageUpdates();
+    if (linkage_ == kWard) {
+        kernels.updateByWard(n, first, second, sizes, ward_);
+    } else {
+        kernels.update(n, first, second, coefficients_);
+    }
+}
+
+}  // namespace
+
+MergingHistory agglomerate(Vector distances, std::int32_t n, std::int32_t linkage) {
+    return Agglomeration(std::move(distances), n, linkage).run();
+}
+
+}  // namespace Veltrix::Engine::HC
