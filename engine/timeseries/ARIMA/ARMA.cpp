@@ -271,7 +271,7 @@ void ARMA::checkEnough() const {
 
 ARMA& ARMA::fit() {
     // About as much work as one search takes on a long series, and at least some.
-    constexpr std::uint64_t kWork = 40000;
+    constexpr std::uint64_t kWork = 4000;
     const std::uint64_t n = std::max<std::uint64_t>(data_.numProcessedRecords(), 1);
     return fitFrom(numVars() < 2 ? 2 : std::clamp<std::uint64_t>(kWork / n, 2, 24));
 }
@@ -321,7 +321,8 @@ Vector ARMA::solve(Likelihood& likelihood, Search& best, std::size_t numSpread) 
     if (getMaxIterations() <= 0) return best.parameters(best.variables(initial));
     using enum InitialEstimates;
     std::vector<Vector> starts{best.variables(initial)};
-    const Vector other = preliminary(initialEstimates_ == innovations ? hannanRissanen : innovations);
+    const Vector other =
+        preliminary(initialEstimates_ == innovations ? hannanRissanen : innovations);
     if (!other.empty()) starts.push_back(best.variables(other));
     starts.emplace_back(numVars(), 0.0);
     for (std::size_t k = 0; k < numSpread; ++k) starts.push_back(best.spread(k));

@@ -21,9 +21,9 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 void checkHorizon(std::size_t horizon) {
     constexpr std::size_t kMost = 10000000;
     if (horizon <= kMost) return;
-    Checks::fail(ErrorCode::invalidArgument, "Forecast",
-                 "horizon " + std::to_string(horizon) + ", at most " + std::to_string(kMost) +
-                     " expected");
+    Checks::fail(
+        ErrorCode::invalidArgument, "Forecast",
+        "horizon " + std::to_string(horizon) + ", at most " + std::to_string(kMost) + " expected");
 }
 
 Vector column(std::span<const double> values) { return Vector(values); }

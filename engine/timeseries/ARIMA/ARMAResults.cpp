@@ -34,7 +34,8 @@ class Curvature {
         constexpr int kRounds = 3;
         for (std::uint64_t i = 0; i < point_.size(); ++i) {
             for (int round = 0; round < kRounds; ++round) {
-                while (!(at(i, steps_[i], i, 0.0) < kOutside && at(i, -steps_[i], i, 0.0) < kOutside)) {
+                while (!(at(i, steps_[i], i, 0.0) < kOutside &&
+                         at(i, -steps_[i], i, 0.0) < kOutside)) {
                     steps_[i] /= 8.0;
                     if (steps_[i] < 1e-9) return;
                 }
@@ -192,9 +193,7 @@ ARMA& ARMA::computePValues() {
     return *this;
 }
 
-double ARMA::aic() const {
-    return lnL() + 2.0 * static_cast<double>(arOrder() + maOrder() + 2);
-}
+double ARMA::aic() const { return lnL() + 2.0 * static_cast<double>(arOrder() + maOrder() + 2); }
 
 double ARMA::aicc() const {
     const auto k = static_cast<double>(arOrder() + maOrder() + 2);
@@ -226,9 +225,9 @@ ARMA& ARMA::performLjungBoxTest() {
             if (lag < orders) continue;
             const double statistic = n * (n + 2.0) * sum;
             const auto freedom = static_cast<double>(lag - orders);
-            tests.push_back({lag, lag - orders, statistic,
-                             lag > orders ? Distributions::chiSquareUpperTail(statistic, freedom)
-                                          : kNaN});
+            tests.push_back(
+                {lag, lag - orders, statistic,
+                 lag > orders ? Distributions::chiSquareUpperTail(statistic, freedom) : kNaN});
         }
     }
     ljungBox_ = std::move(tests);

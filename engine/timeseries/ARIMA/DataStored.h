@@ -28,7 +28,8 @@ struct Stored<Engine::TS::ARIMA::LagOperation> {
     }
 
   private:
-    static void choose(const Support::StoredWriter& /*a*/, const Engine::TS::ARIMA::LagOperation& /*operation*/) {}
+    static void choose(const Support::StoredWriter& /*a*/,
+                       const Engine::TS::ARIMA::LagOperation& /*operation*/) {}
     static void choose(const Support::StoredReader& a, Engine::TS::ARIMA::LagOperation& operation) {
         operation.isMean = a.view().find("mean").has_value();
     }

@@ -54,10 +54,14 @@ struct Stored<ModelParts> {
         a.property(
             "constant", [&] { return parts.constant(); },
             [&](const auto& value) { parts.constant(value); });
-        a.property("ar", [&] { return parts.ar(); }, [&](const auto& list) { parts.ar(list); });
-        a.property("ma", [&] { return parts.ma(); }, [&](const auto& list) { parts.ma(list); });
-        a.property("sar", [&] { return parts.sar(); }, [&](const auto& list) { parts.sar(list); });
-        a.property("sma", [&] { return parts.sma(); }, [&](const auto& list) { parts.sma(list); });
+        a.property(
+            "ar", [&] { return parts.ar(); }, [&](const auto& list) { parts.ar(list); });
+        a.property(
+            "ma", [&] { return parts.ma(); }, [&](const auto& list) { parts.ma(list); });
+        a.property(
+            "sar", [&] { return parts.sar(); }, [&](const auto& list) { parts.sar(list); });
+        a.property(
+            "sma", [&] { return parts.sma(); }, [&](const auto& list) { parts.sma(list); });
     }
     static bool haveSameShape(const ModelParts& a, const ModelParts& b) {
         return a.ar().size() == b.ar().size() && a.ma().size() == b.ma().size() &&
@@ -103,7 +107,9 @@ struct Stored<ARMA> {
             [&](const auto& tolerance) { model.setGradientTolerance(tolerance); });
         a.property(
             "initialEstimates", [&] { return static_cast<std::int32_t>(model.initialEstimates_); },
-            [&](const auto& code) { model.initialEstimates_ = InitialEstimates{static_cast<std::uint32_t>(code)}; });
+            [&](const auto& code) {
+                model.initialEstimates_ = InitialEstimates{static_cast<std::uint32_t>(code)};
+            });
         a.check(
             "initialEstimates",
             [&] { return model.initialEstimates_ <= InitialEstimates::hannanRissanen; },

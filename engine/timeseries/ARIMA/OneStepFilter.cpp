@@ -197,7 +197,8 @@ OneStepFilter::Sums OneStepFilter::run(std::span<const double> series) {
     }
     settledAt_ = t;
     Support::ln(variances_.data(), logs_.data(), static_cast<std::int64_t>(t));
-    sums.logVariances = std::accumulate(logs_.begin(), logs_.begin() + static_cast<std::ptrdiff_t>(t), 0.0);
+    sums.logVariances =
+        std::accumulate(logs_.begin(), logs_.begin() + static_cast<std::ptrdiff_t>(t), 0.0);
     if (t < n) {
         computeSteadyTerms();
         sums.logVariances += static_cast<double>(n - t) * std::log(state_.variance);
@@ -249,10 +250,18 @@ double OneStepFilter::steady(std::span<const double> series, std::size_t from, s
         std::ranges::transform(steadyMa_, theta.begin(), &Term::value);
     }
     switch (dense ? steadyMa_.size() : 0) {
-        case 1: subtractRecent<1>(theta.data(), errors, n); break;
-        case 2: subtractRecent<2>(theta.data(), errors, n); break;
-        case 3: subtractRecent<3>(theta.data(), errors, n); break;
-        case 4: subtractRecent<4>(theta.data(), errors, n); break;
+        case 1:
+            subtractRecent<1>(theta.data(), errors, n);
+            break;
+        case 2:
+            subtractRecent<2>(theta.data(), errors, n);
+            break;
+        case 3:
+            subtractRecent<3>(theta.data(), errors, n);
+            break;
+        case 4:
+            subtractRecent<4>(theta.data(), errors, n);
+            break;
         default:
             for (std::size_t t = 0; t < n; ++t) {
                 double value = errors[t];
@@ -280,8 +289,8 @@ std::vector<double> OneStepFilter::forecast(std::span<const double> series,
         }
         double sum = 0.0;
         for (const Term& term : ar_) {
-            sum += term.value * (term.lag <= i ? result[i - term.lag]
-                                               : series[length_ + i - term.lag]);
+            sum += term.value *
+                   (term.lag <= i ? result[i - term.lag] : series[length_ + i - term.lag]);
         }
         if (isSteady) {
             for (const Term& term : steadyMa_) {

@@ -19,10 +19,11 @@ namespace Veltrix::Engine::TS::ARIMA {
 ///
 ///     a_i = Cov(x_{t+1+i}, x_t − x̂_t),  b_i = Cov(x_{t+1+i}, x_1 − E[x_1 | x_2 … x_t]),
 ///
-/// with κ = b_0/r_t: r ← r(1 − κ²), a_i ← a_i − κ b_{i+1}, b_i ← b_{i+1} − κ a_i (Schur's recursion;
-/// Morf, Sidhu and Kailath 1974, Pearlman 1980). A step costs O(r + coefficients other than 0). Once
-/// b has vanished the gains a_i/r stand still and the recursion is that of the invertible ARMA
-/// process with the same covariances, which costs only its coefficients other than 0.
+/// with κ = b_0/r_t: r ← r(1 − κ²), a_i ← a_i − κ b_{i+1}, b_i ← b_{i+1} − κ a_i (Schur's
+/// recursion; Morf, Sidhu and Kailath 1974, Pearlman 1980). A step costs O(r + coefficients other
+/// than 0). Once b has vanished the gains a_i/r stand still and the recursion is that of the
+/// invertible ARMA process with the same covariances, which costs only its coefficients other than
+/// 0.
 ///
 /// An object holds buffers: it allocates when the orders or the series grow, not otherwise.
 class OneStepFilter {

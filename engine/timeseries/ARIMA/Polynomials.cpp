@@ -62,8 +62,8 @@ void expandSeasonal(std::span<const double> coefficients, std::span<const double
     }
 }
 
-std::vector<double> integrated(std::span<const double> ar, std::uint64_t d,
-                               std::uint64_t seasonalD, std::uint64_t period) {
+std::vector<double> integrated(std::span<const double> ar, std::uint64_t d, std::uint64_t seasonalD,
+                               std::uint64_t period) {
     std::vector<double> result(ar.begin(), ar.end());
     const auto difference = [&result](std::uint64_t lag) {
         const double unit = 1.0;

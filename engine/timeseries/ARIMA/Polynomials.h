@@ -66,7 +66,7 @@ void expandSeasonal(std::span<const double> coefficients, std::span<const double
                     std::uint64_t period, double crossSign, std::vector<double>& result);
 
 /// AR coefficients of (1 − Σ φ_k Bᵏ)(1 − B)^d (1 − Bˢ)^D.
-std::vector<double> integrated(std::span<const double> ar, std::uint64_t d,
-                               std::uint64_t seasonalD, std::uint64_t period);
+std::vector<double> integrated(std::span<const double> ar, std::uint64_t d, std::uint64_t seasonalD,
+                               std::uint64_t period);
 
 }  // namespace Veltrix::Engine::TS::ARIMA

@@ -124,8 +124,7 @@ Vector SARMA::preliminary(InitialEstimates method) const {
     const Values& series = data_.processedData();
     const std::uint64_t s = data_.period();
     const std::uint64_t count = series.size() / s;
-    const ARMA seasonal =
-        quickFit(phase(series, 0, s, count), seasonalP_, seasonalQ_, method);
+    const ARMA seasonal = quickFit(phase(series, 0, s, count), seasonalP_, seasonalQ_, method);
     Values residuals(s * count);
     for (std::uint64_t j = 0; j < s; ++j) {
         const Values values = phase(series, j, s, count);

@@ -23,7 +23,8 @@ namespace Veltrix::Engine::TS::ARIMA {
 class Likelihood;
 class Search;
 
-/// What evaluations of a likelihood work on. It is no part of a model's value: copies start without.
+/// What evaluations of a likelihood work on. It is no part of a model's value: copies start
+/// without.
 class VELTRIX_ENGINE_API LikelihoodBuffers {
   public:
     LikelihoodBuffers();
@@ -73,11 +74,11 @@ struct Predictions {
 ///
 /// (Brockwell and Davis 1991, 8.7). The mean stays that of the differenced series.
 ///
-/// Calling order: `loadData`, `preprocess`, `fit`; then `computeModelDetails`, `computeFittedValues`,
-/// `forecast`, `computeForecastsStdDev` and `performLjungBoxTest` in any order. Readers answer with
-/// NaN or empty lists before. An operation that throws, or is cancelled, leaves the model as it was.
-/// A fit reports progress. A fitted model may be read from several threads; the results are the
-/// same on every run.
+/// Calling order: `loadData`, `preprocess`, `fit`; then `computeModelDetails`,
+/// `computeFittedValues`, `forecast`, `computeForecastsStdDev` and `performLjungBoxTest` in any
+/// order. Readers answer with NaN or empty lists before. An operation that throws, or is cancelled,
+/// leaves the model as it was. A fit reports progress. A fitted model may be read from several
+/// threads; the results are the same on every run.
 class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOptimizer {
   public:
     using ModelParts = ARIMA::ModelParts;
@@ -121,13 +122,13 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     /// may have several maxima, from those of the other method, from no dependence and from points
     /// spread over all processes, fewer the longer the series; the best end counts, of equal ones
     /// the first. The search runs over variables in which every AR part is stationary (inverse
-    /// hyperbolic tangents of its partial autocorrelations) and every MA part invertible (arc sines),
-    /// scaled by `scaleSolution`, with this object's iteration limit and gradient tolerance; number
-    /// of iterations and inverse Hessian are those of the best search, in its variables. With a
-    /// limit of 0 or less the preliminary estimates are kept. Sets coefficients, σ², residuals, r_t
-    /// and lnL, and drops what was computed from an earlier fit. Coefficients of a series without
-    /// variance are 0. Throws `TooFewRecords` unless n exceeds the number of coefficients and every
-    /// lag of the model.
+    /// hyperbolic tangents of its partial autocorrelations) and every MA part invertible (arc
+    /// sines), scaled by `scaleSolution`, with this object's iteration limit and gradient
+    /// tolerance; number of iterations and inverse Hessian are those of the best search, in its
+    /// variables. With a limit of 0 or less the preliminary estimates are kept. Sets coefficients,
+    /// σ², residuals, r_t and lnL, and drops what was computed from an earlier fit. Coefficients of
+    /// a series without variance are 0. Throws `TooFewRecords` unless n exceeds the number of
+    /// coefficients and every lag of the model.
     ARMA& fit() override;
 
     /// The objective at given coefficients (laid out as `parameters`), on the processed series: 0
@@ -154,9 +155,9 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     /// coefficients when the series is no longer than that or the system is singular.
     virtual ARMA& performInnovations();
 
-    /// Coefficients, their standard errors and p-values: constant = mean (1 − Σφ) with standard error
-    /// √(γ(0)/N) |1 − Σφ|, N the length of the original series, 0 without autocovariances. Throws
-    /// `Exception` when the model is not fitted (given coefficients count as fitted). Runs
+    /// Coefficients, their standard errors and p-values: constant = mean (1 − Σφ) with standard
+    /// error √(γ(0)/N) |1 − Σφ|, N the length of the original series, 0 without autocovariances.
+    /// Throws `Exception` when the model is not fitted (given coefficients count as fitted). Runs
     /// `computeCoeffsCovarMatrix` and `computePValues`.
     virtual ARMA& computeModelDetails();
     /// Covariance of the coefficients: the inverse of half the Hessian of the objective at the
@@ -180,8 +181,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     /// and less the model's own mean; the model stays as it is.
     virtual std::vector<double> forecast(const std::vector<double>& series,
                                          std::size_t horizon) const;
-    /// Standard deviations √(σ² Σ_{j<i} ψ_j²) for the steps i of the last forecast, with the weights
-    /// of the ARMA part alone: those of the processed scale.
+    /// Standard deviations √(σ² Σ_{j<i} ψ_j²) for the steps i of the last forecast, with the
+    /// weights of the ARMA part alone: those of the processed scale.
     virtual ARMA& computeForecastsStdDev();
     /// The same with the differences multiplied into the AR part: the standard deviations of the
     /// forecasts themselves, which prediction limits need when d or D is above 0.
@@ -238,8 +239,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     const ModelParts& pValues() const noexcept { return pValues_; }
     const std::vector<LjungBox>& ljungBox() const noexcept { return ljungBox_; }
 
-    /// "Fitted Values": columns "Actual", "Fitted", "Residual", a row for each value of the original
-    /// series; NaN for the first N − n, which differencing takes. Computes what it shows.
+    /// "Fitted Values": columns "Actual", "Fitted", "Residual", a row for each value of the
+    /// original series; NaN for the first N − n, which differencing takes. Computes what it shows.
     DataFrame getFittedFrame() const;
     /// "Forecasts": columns "Forecast", "Std. Dev.", "Lower", "Upper", a row for each of `horizon`
     /// steps; the limits are forecast ± z·sd with the integrated standard deviations and z the

@@ -27,8 +27,8 @@ class VELTRIX_ENGINE_API Model : public JSON::Storable {
     /// Takes a series; results of an earlier one are dropped. Throws `Exception` when a value is
     /// NaN or infinite, with its place.
     virtual Model& loadData(std::vector<double> series);
-    /// Takes a series with its own orders of differencing and its period, which replace the model's.
-    /// Throws as above.
+    /// Takes a series with its own orders of differencing and its period, which replace the
+    /// model's. Throws as above.
     virtual Model& loadData(Data data);
     /// Differences the series and subtracts its mean (`Data::preprocess`); once for each series.
     /// Throws `TooFewRecords` when less than one value is left.

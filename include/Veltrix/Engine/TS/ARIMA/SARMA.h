@@ -15,12 +15,12 @@
 namespace Veltrix::Engine::TS::ARIMA {
 
 /// ARIMA(p, d, q)×(P, D, Q) with season length s: an ARMA model of the orders P·s + p and Q·s + q
-/// whose coefficients at the lags L are those of the non-seasonal parts, those of the seasonal parts
-/// at L = k s, and at L = j + k s the products −φ_j Φ_k and −θ_j Θ_k.
+/// whose coefficients at the lags L are those of the non-seasonal parts, those of the seasonal
+/// parts at L = k s, and at L = j + k s the products −φ_j Φ_k and −θ_j Θ_k.
 ///
 /// So the AR polynomial is the product of its parts; the MA polynomial has a minus sign where the
-/// product has a plus. `setMultiplicativeMA(true)` takes the product, as most textbooks and programs
-/// do (Box and Jenkins 1976, 9.1); the two differ when q and Q are both above 0.
+/// product has a plus. `setMultiplicativeMA(true)` takes the product, as most textbooks and
+/// programs do (Box and Jenkins 1976, 9.1); the two differ when q and Q are both above 0.
 ///
 /// `parameters` holds φ_1 … φ_p, θ_1 … θ_q, Φ_1 … Φ_P, Θ_1 … Θ_Q. Everything else is as for `ARMA`,
 /// with the expanded coefficients in the place of the plain ones; the criteria and the degrees of
