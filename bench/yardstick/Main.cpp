@@ -17,6 +17,7 @@ namespace Veltrix::Yardstick {
 std::map<std::string, Setup> workloads() {
     std::map<std::string, Setup> all;
     addLeastSquares(all);
+    addLogistic(all);
     addDistances(all);
     addNearestNeighbours(all);
     addTrees(all);

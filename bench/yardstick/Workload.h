@@ -23,6 +23,7 @@ std::map<std::string, Setup> workloads();
 
 /// The workloads of a family; each is defined in a source of its own.
 void addLeastSquares(std::map<std::string, Setup>& all);
+void addLogistic(std::map<std::string, Setup>& all);
 void addDistances(std::map<std::string, Setup>& all);
 void addNearestNeighbours(std::map<std::string, Setup>& all);
 void addTrees(std::map<std::string, Setup>& all);

@@ -29,6 +29,11 @@ Multicollinearity unknownCollinearity(int p) {
     return {Vector(length, kNaN), Vector(length, kNaN), Matrix(p, p, kNaN)};
 }
 
+Matrix rootWeightedTriangle(const Matrix& x, bool intercept, const Vector& weights) {
+    const Vector roots = Veltrix::Util::sqrt(weights);
+    return triangularise({x, intercept, &roots});
+}
+
 Multicollinearity collinearityDiagnostics(const Matrix& columns) {
     const int p = columns.getNumCols();
     const SVD svd = unitColumns(columns).svd();

@@ -12,4 +12,7 @@ Multicollinearity collinearityDiagnostics(const Matrix& columns);
 /// Diagnostics of the right shapes for p columns, all NaN.
 Multicollinearity unknownCollinearity(int p);
 
+/// Triangle of the root-weighted design matrix of X.
+Matrix rootWeightedTriangle(const Matrix& x, bool intercept, const Vector& weights);
+
 }  // namespace Veltrix::Engine::LinearModel

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Veltrix/Data/Util.h"
 #include "support/LinearAlgebra.h"
 
 namespace Veltrix::Engine::LinearModel {
@@ -155,6 +156,11 @@ ColumnRank factoriseColumns(Matrix a, int p, int n, ColumnOrder order) {
         }
     }
     return factorisation.result();
+}
+
+double rankTolerance(const Vector& lengths, int n) {
+    const double size = std::max(static_cast<double>(n), static_cast<double>(lengths.size()));
+    return size * std::numeric_limits<double>::epsilon() * Veltrix::Util::maxValue(lengths);
 }
 
 }  // namespace Veltrix::Engine::LinearModel

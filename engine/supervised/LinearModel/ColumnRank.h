@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Veltrix/Data/Decompositions.h"
 #include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Data/Matrix.h"
 #include "Veltrix/Data/Vector.h"
+#include "Veltrix/Engine/LinearModel/DesignMatrix.h"
 
 namespace Veltrix::Engine::LinearModel {
 
@@ -33,5 +35,11 @@ enum class ColumnOrder {
 /// the units of a column nor those of its neighbours decide. Dependent columns are set aside and
 /// take no part in what follows. The matrix may have one column more, b.
 ColumnRank factoriseColumns(Matrix a, int p, int n, ColumnOrder order);
+
+/// max(n, p)·ε times the longest of the p lengths.
+double rankTolerance(const Vector& lengths, int n);
+
+/// `screenPredictors` of a design matrix that is not formed.
+PredictorScreeningInfo screenDesign(const DesignRows& design);
 
 }  // namespace Veltrix::Engine::LinearModel

@@ -7,6 +7,7 @@
 #include "engine/supervised/LinearModel/ColumnRank.h"
 
 namespace Veltrix::Engine::LinearModel {
+
 Matrix designMatrix(const Matrix& x, bool intercept) {
     Matrix design = x;
     if (intercept) {
@@ -25,9 +26,11 @@ Matrix sqrtWeightedDesignMatrix(const Matrix& x, const Vector& weights, bool int
     return weightedDesignMatrix(x, Veltrix::Util::sqrt(weights), intercept);
 }
 
-PredictorScreeningInfo screenPredictors(const Matrix& x) {
-    ColumnRank found =
-        factoriseColumns(triangularise({x}), x.getNumCols(), x.getNumRows(), ColumnOrder::asGiven);
+PredictorScreeningInfo screenPredictors(const Matrix& x) { return screenDesign({x}); }
+
+PredictorScreeningInfo screenDesign(const DesignRows& design) {
+    ColumnRank found = factoriseColumns(triangularise(design), design.getNumCols(),
+                                        design.getNumRows(), ColumnOrder::asGiven);
     PredictorScreeningInfo info;
     info.rank = static_cast<int>(found.columns.size());
     info.columns = std::move(found.columns);

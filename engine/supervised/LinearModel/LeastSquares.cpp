@@ -92,8 +92,7 @@ LeastSquares solveLeastSquares(const DesignRows& design, const Vector& b) {
     LeastSquares result;
     result.rank = static_cast<int>(columns.size());
     result.diagonal = std::move(f.diagonal);
-    result.tolerance = std::max(n, p) * std::numeric_limits<double>::epsilon() *
-                       Veltrix::Util::maxValue(result.diagonal);
+    result.tolerance = rankTolerance(result.diagonal, n);
     result.estimable = columns;
     std::sort(result.estimable.begin(), result.estimable.end());
     const auto split = f.rotated.begin() + result.rank;

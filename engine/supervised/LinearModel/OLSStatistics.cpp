@@ -211,8 +211,7 @@ PredictionIntervals Model::computeNewPredictionIntervals(const Matrix& x, const 
 Matrix Model::weightedTriangle(const Matrix& x) const {
     Checks::onePerRecord(kOperation, "rows", static_cast<std::uint64_t>(x.getNumRows()),
                          solution_.numRows);
-    const Vector roots = Veltrix::Util::sqrt(getWeights());
-    return triangularise({x, solution_.intercept, &roots});
+    return rootWeightedTriangle(x, solution_.intercept, getWeights());
 }
 
 Multicollinearity Model::computeMulticollinearity(const Matrix& x) const {

@@ -1,0 +1,119 @@
+// Weighted cross-products in row blocks against plain sums.
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <span>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Exception.h"
+#include "Veltrix/Data/NormalEquations.h"
+#include "Veltrix/Data/Util.h"
+#include "support/kernels/CrossProducts.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+Matrix normals(int rows, int cols, MatrixOrderType order) {
+    return Util::gaussianMatrix(rows, cols, order, 0.0, 1.0, 5);
+}
+
+/// Weights and residuals that differ from record to record and follow from the products.
+double weightOf(std::uint64_t i, double product) {
+    return std::exp(-std::abs(product)) + static_cast<double>(i % 3);
+}
+double residualOf(std::uint64_t i, double product) {
+    return product - static_cast<double>(i % 5);
+}
+
+void weigh(std::uint64_t first, std::span<const double> products, std::span<double> weights,
+           std::span<double> residuals) {
+    for (std::size_t i = 0; i < products.size(); ++i) {
+        weights[i] = weightOf(first + i, products[i]);
+        residuals[i] = residualOf(first + i, products[i]);
+    }
+}
+
+void expectSums(const DesignRows& design, const IntVector& columns, const Vector& coefficients,
+                const NormalEquations& found) {
+    const auto at = [&](int i, std::uint64_t k) {
+        const int j = columns[k] - (design.intercept ? 1 : 0);
+        return j < 0 ? 1.0 : design.x(i, j);
+    };
+    const std::uint64_t size = columns.size();
+    Matrix cross(static_cast<int>(size), static_cast<int>(size));
+    Vector right(size, 0.0);
+    for (int i = 0; i < design.getNumRows(); ++i) {
+        double product = 0.0;
+        for (std::uint64_t k = 0; k < coefficients.size(); ++k) product += at(i, k) * coefficients[k];
+        const auto record = static_cast<std::uint64_t>(i);
+        for (std::uint64_t k = 0; k < size; ++k) {
+            right[k] += at(i, k) * residualOf(record, product);
+            for (std::uint64_t j = 0; j < size; ++j) {
+                cross(static_cast<int>(j), static_cast<int>(k)) +=
+                    weightOf(record, product) * at(i, j) * at(i, k);
+            }
+        }
+    }
+    const Tolerance within{1e-11, 1e-10};
+    EXPECT_TRUE(allNear(found.rightSide, right, within));
+    EXPECT_TRUE(allNear(found.crossProduct.getAsDoubleVector(), cross.getAsDoubleVector(), within));
+}
+
+// Row counts on both sides of registers and blocks, column counts of every remainder of the tiles,
+// columns left out, and blocks of other sizes.
+TEST(NormalEquations, AreTheSums) {
+    for (const int p : {1, 2, 3, 4, 5, 7, 12, 31}) {
+        for (const int n : {1, 3, 4, 9, 255, 256, 257, 700}) {
+            const auto order =
+                n % 2 == 0 ? MatrixOrderType::rowMajor : MatrixOrderType::columnMajor;
+            const Matrix x = normals(n, p, order);
+            for (const bool intercept : {false, true}) {
+                SCOPED_TRACE(testing::Message() << n << " x " << p << " " << intercept);
+                const DesignRows design{x, intercept};
+                IntVector columns = Util::range(0, design.getNumCols());
+                if (p > 4) columns.erase(columns.begin() + 2);
+                const Vector coefficients(columns.size(), 0.25);
+                expectSums(design, columns, coefficients,
+                           normalEquations(design, columns, coefficients, weigh, n % 7));
+                expectSums(design, columns, {}, normalEquations(design, columns, {}, weigh));
+            }
+        }
+    }
+}
+
+TEST(NormalEquations, PlainKernelsAgreeWithTheWideOnes) {
+    constexpr int kRows = 13;
+    const Matrix x = normals(kRows, 9, MatrixOrderType::columnMajor);
+    const double* columns[9];
+    for (int j = 0; j < 9; ++j) columns[j] = x.data() + j * kRows;
+    Vector results[2];
+    int place = 0;
+    for (const auto* kernels : {&Kernels::kCrossProductsBaseline, &Kernels::crossProducts()}) {
+        Vector& result = results[place++];
+        result.assign(kRows + 5 + 9 * 8, 0.0);
+        double scratch[3 * kRows];
+        kernels->combine(kRows, 5, columns, x.data(), result.data());
+        kernels->addProducts(kRows, 5, columns, columns[7], result.data() + kRows);
+        Vector sums(9 * 8, 0.0);
+        kernels->addCrossProduct(kRows, 5, columns, columns[8], sums.data(), 9, scratch);
+        for (int k = 0; k < 5; ++k) {
+            for (int j = 0; j <= k; ++j) {
+                const auto entry = static_cast<std::uint64_t>(j + 9 * k);
+                result[kRows + 5 + entry] = sums[entry];
+            }
+        }
+    }
+    EXPECT_TRUE(allNear(results[0], results[1], {1e-13, 1e-14}));
+}
+
+TEST(NormalEquations, RefuseWhatDoesNotFit) {
+    const Matrix x = normals(5, 2, MatrixOrderType::columnMajor);
+    EXPECT_THROW((void)normalEquations({x}, {0, 2}, {}, weigh), Exception);
+    EXPECT_THROW((void)normalEquations({x}, {0, 1}, Vector(3, 1.0), weigh), Exception);
+    EXPECT_THROW(readProducts({x}, {0}, {}, [](auto, auto) {}), Exception);
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
