@@ -50,7 +50,8 @@ void addProducts(int64_t rows, int64_t columns, const double* const* x, const do
 
 inline void weigh(int64_t rows, const double* column, const double* weights, double* weighted) {
     int64_t i = 0;
-    for (; i + kLanes <= rows; i += kLanes) store(weighted + i, load(weights + i) * load(column + i));
+    for (; i + kLanes <= rows; i += kLanes)
+        store(weighted + i, load(weights + i) * load(column + i));
     for (; i < rows; ++i) weighted[i] = weights[i] * column[i];
 }
 

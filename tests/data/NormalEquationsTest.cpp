@@ -23,9 +23,7 @@ Matrix normals(int rows, int cols, MatrixOrderType order) {
 double weightOf(std::uint64_t i, double product) {
     return std::exp(-std::abs(product)) + static_cast<double>(i % 3);
 }
-double residualOf(std::uint64_t i, double product) {
-    return product - static_cast<double>(i % 5);
-}
+double residualOf(std::uint64_t i, double product) { return product - static_cast<double>(i % 5); }
 
 void weigh(std::uint64_t first, std::span<const double> products, std::span<double> weights,
            std::span<double> residuals) {
@@ -46,7 +44,8 @@ void expectSums(const DesignRows& design, const IntVector& columns, const Vector
     Vector right(size, 0.0);
     for (int i = 0; i < design.getNumRows(); ++i) {
         double product = 0.0;
-        for (std::uint64_t k = 0; k < coefficients.size(); ++k) product += at(i, k) * coefficients[k];
+        for (std::uint64_t k = 0; k < coefficients.size(); ++k)
+            product += at(i, k) * coefficients[k];
         const auto record = static_cast<std::uint64_t>(i);
         for (std::uint64_t k = 0; k < size; ++k) {
             right[k] += at(i, k) * residualOf(record, product);
@@ -72,8 +71,10 @@ TEST(NormalEquations, AreTheSums) {
             for (const bool intercept : {false, true}) {
                 SCOPED_TRACE(testing::Message() << n << " x " << p << " " << intercept);
                 const DesignRows design{x, intercept};
-                IntVector columns = Util::range(0, design.getNumCols());
-                if (p > 4) columns.erase(columns.begin() + 2);
+                IntVector columns;
+                for (int j = 0; j < design.getNumCols(); ++j) {
+                    if (j != 4) columns.push_back(j);
+                }
                 const Vector coefficients(columns.size(), 0.25);
                 expectSums(design, columns, coefficients,
                            normalEquations(design, columns, coefficients, weigh, n % 7));

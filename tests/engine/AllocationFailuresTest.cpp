@@ -85,6 +85,27 @@ TEST(AllocationFailures, LinearRegression) {
     }
 }
 
+TEST(AllocationFailures, LogisticRegression) {
+    using Logistic = Engine::LinearModel::Logistic::Model;
+    DataFrame codes;
+    codes.append(kMore.codes);
+    const ConstDataFrameColumn column = codes(Util::all, 0);
+    const auto judge = [](Logistic& m) {
+        m.posteriorProbability(kData.numeric);
+        m.computeCoefficientInfo(kData.x, 0.9);
+        m.computeFittedMulticollinearity(kData.x);
+    };
+    const Logistic model = Logistic().fit(kData.x, kData.codes, kWeights, 5, true);
+    const Logistic other = Logistic().fit(kMore.numeric, column, 5, false);
+    for (const Logistic& from : {model, Logistic()}) {
+        surviveStored(from, other,
+                      {{"fit", [](auto& m) { m.fit(kMore.x, kMore.codes, kWeights, 5, true); }},
+                       {"fit a frame", [&](auto& m) { m.fit(kMore.numeric, column, 5, true); }},
+                       {"weights", [](auto& m) { m.setWeights(Vector(30, 2.0)); }},
+                       {"judge", judge}});
+    }
+}
+
 TEST(AllocationFailures, EncoderAndReducer) {
     using Engine::CatReducer;
     using Engine::Encoder;

@@ -59,6 +59,14 @@ Regression fitted(unsigned seed) {
     return Regression().fit(predictors(seed), numbers(seed), true);
 }
 
+using Logistic = Engine::LinearModel::Logistic::Model;
+template <>
+Logistic fitted(unsigned seed) {
+    Vector y = codes(seed);
+    for (double& value : y) value = value > 0.0 ? 1.0 : 0.0;
+    return Logistic().fit(predictors(seed), y, 9, true);
+}
+
 using Clusters = Engine::KMC::Model;
 template <>
 Clusters fitted(unsigned seed) {
@@ -136,8 +144,9 @@ Series fitted(unsigned seed) {
 template <class Model>
 class StoredModels : public testing::Test {};
 
-using Models = testing::Types<Regression, Clusters, Hierarchy, Neighbours, NumberNeighbours,
-                              ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series>;
+using Models =
+    testing::Types<Regression, Logistic, Clusters, Hierarchy, Neighbours, NumberNeighbours,
+                   ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {

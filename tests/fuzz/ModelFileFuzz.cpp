@@ -34,6 +34,7 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::CatReducer>,
     readModel<Engine::TS::ARIMA::Data>,
     readModel<Engine::HC::Model>,
+    readModel<Engine::LinearModel::Logistic::Model>,
 };
 
 }  // namespace

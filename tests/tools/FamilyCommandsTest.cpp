@@ -131,6 +131,49 @@ TEST(RegressCommand, OtherPartsAreScoredByTheModelOfTheTrainingPart) {
     EXPECT_THROW(report.table("Scores: training"), std::runtime_error);
 }
 
+TEST(LogisticCommand, ShowsTheReferenceNumbers) {
+    for (const std::string name : {"birthwt_weighted_nointercept", "mtcars_am"}) {
+        const ReferenceData reference("learners/" + name + ".logistic");
+        Arguments fit{"logistic --data",  kLearners + reference.text("data"),
+                      "--target",         reference.text("response"),
+                      "--predictors",     joined(reference.texts("predictors")),
+                      "--confidence",     reference.text("confidence"),
+                      "--success-class 1"};
+        if (name != "mtcars_am") fit = fit + Arguments{"--weights w --no-intercept"};
+        const JsonReport report = reportOf(fit);
+        const Words limits = name == "mtcars_am" ? "Lower 90% = lower | Upper 90% = upper"
+                                                 : "Lower 95% = lower | Upper 95% = upper";
+        expectShown(report, reference,
+                    {{"Coefficients",
+                      "Estimate = coefficients | Std. error = standard_errors | Wald chi-square = "
+                      "wald | p-value = p_values | Odds = odds"},
+                     {"Coefficients", limits},
+                     {"Deviances", "Deviance = fit.null_deviance + fit.residual_deviance"},
+                     {"Collinearity diagnostics",
+                      "Eigenvalue = collinearity_root_weighted_design.eigenvalues"},
+                     {"Summary", "Iterations = completed_iterations | Rank = rank"}});
+        const Table posterior = reference.matrix("posterior_first_rows");
+        const auto shown = report.column("Scores: training", "P(1)");
+        for (std::size_t i = 0; i < posterior.rows; ++i) {
+            EXPECT_NEAR(shown.at(i), posterior(i, 0), 1e-9);
+        }
+    }
+}
+
+// The other class is modelled: signs turn, probabilities stay with their classes.
+TEST(LogisticCommand, ModelsTheSuccessClass) {
+    const Arguments fit{"logistic --data", kLearners + "mtcars_am.csv",
+                        "--target am --predictors wt,hp"};
+    const JsonReport usual = reportOf(fit);
+    const JsonReport other = reportOf(fit + Arguments{"--success-class 0 --cutoff 0.99"});
+    EXPECT_NEAR(usual.column("Coefficients", "Estimate").at(1),
+                -other.column("Coefficients", "Estimate").at(1), 1e-9);
+    const auto p = other.column("Scores: training", "P(0)");
+    EXPECT_TRUE(allNear(p, usual.column("Scores: training", "P(0)"), {1e-9, 1e-12}));
+    EXPECT_EQ(other.column("Confusion matrix: training", "0").back(),
+              static_cast<double>(std::ranges::count_if(p, [](double q) { return q >= 0.99; })));
+}
+
 TEST(KnnCommand, ShowsTheReferenceNumbersAndSearches) {
     const TemporaryFolder folder;
     const ReferenceData reference("learners/painters_weighted.knn");

@@ -133,6 +133,11 @@ TEST_F(Mistakes, InOptionsOfFamilies) {
             {"--k 1 --max-k 2", "--max-k | excludes | --k"},
             {"--k 1 --weighting far", "--weighting | far | distance"},
             {"--k 1 --predictors x --weights z", "--weights | only 0"}});
+    expect({"logistic --data", data, "--target"},
+           {{"class --predictors x", "--target | 3 classes | expected 2"},
+            {"kind --predictors x --success-class d", "--success-class | no class \"d\""},
+            {"z --predictors x", "--target | \"z\" | holds only \"0\""},
+            {"w --predictors x --max-iterations -1", "--max-iterations | \"-1\" | from 0"}});
     expect({"tree --data", data, "--target class --predictors x"},
            {{"--categorical kin", "--categorical | did you mean \"kind\""},
             {"--categorical kind", "--categorical | \"kind\" | no predictor"},

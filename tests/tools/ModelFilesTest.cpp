@@ -32,7 +32,7 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
         std::ranges::replace(text, '\n', ',');
         return splitAt(",", text);
     };
-    for (const std::string name : {"regress", "knn", "tree", "kmeans"}) {
+    for (const std::string name : {"regress", "logistic", "knn", "tree", "kmeans"}) {
         const auto cells = cellsOf(predictionsOf(kModels + name + ".json", kModels + "new.csv"));
         const auto expected = cellsOf(contentOf(kModels + name + ".csv"));
         ASSERT_EQ(cells.size(), expected.size()) << name;
@@ -67,6 +67,9 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
         {"regress", "\"name\":\"region\"", "\"name\":\"area\"", "\"area\" is no predictor"},
         {"regress", "[\"east\",\"north\",\"south\"]", "[]", "no level of \"region\""},
         {"regress", "[\"east\",", "[\"north\",", "occurs twice"},
+        {"logistic", "\"successClass\":\"yes", "\"successClass\":\"may", "successClass | classes"},
+        {"logistic", "\"classes\":[\"no\",\"yes\"]", "\"classes\":[\"no\"]", "priors"},
+        {"logistic", "\"weights\":[", "\"weights\":[-", "model | weights"},
         {"knn", "\"task\":\"classification\"", "\"task\":\"guess\"", "task | \"guess\""},
         {"knn", "\"k\":", "\"k\":-", "\"k\" | at least 1"},
         {"knn", "\"labels\":[\"no", "\"labels\":[\"so", "model.labels"},
@@ -109,6 +112,7 @@ TEST(ModelFiles, PredictAsTheReportDoes) {
                  {"regress --target price", "Prediction upper 80%", "--confidence 0.8"},
                  {"knn --target price --regression --k 3", "Prediction", {}},
                  {"knn --target sold --max-k 5", "P(yes)", {}},
+                 {"logistic --target sold", "P(yes)", {}},
                  {"tree --target sold --min-records 1", "P(yes)", {}},
                  {"tree --target price --regression --min-records 2", "Prediction", {}}};
     for (const auto& [command, column, both] : cases) {

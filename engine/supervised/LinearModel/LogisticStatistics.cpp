@@ -84,8 +84,8 @@ FitEvaluation Model::computeFitEvaluation(const Vector& y) const {
     const double share = solution_.intercept ? Veltrix::Util::weightedMean(y, w) : 0.5;
     result.numIterations = found_.numIterations;
     result.residualDeviance = found_.residualDeviance;
-    result.nullDeviance = -2.0 * totalWeight *
-                          (share * std::log(share) + (1.0 - share) * std::log(1.0 - share));
+    result.nullDeviance =
+        -2.0 * totalWeight * (share * std::log(share) + (1.0 - share) * std::log(1.0 - share));
     result.pseudoR2 = 1.0 - result.residualDeviance / result.nullDeviance;
     result.residualDf = totalWeight - solution_.numCols;
     return result;

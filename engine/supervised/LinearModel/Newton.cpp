@@ -131,16 +131,16 @@ std::optional<NormalEquations> screen(const LogisticRecords& records,
     const DesignRows& design = records.design;
     const Vector& w = records.weights;
     const Vector& y = records.y;
-    NormalEquations sums = normalEquations(
-        design, Veltrix::Util::range(0, design.getNumCols()), {},
-        [&](std::uint64_t first, std::span<const double> /*products*/, std::span<double> v,
-            std::span<double> r) {
-            for (std::size_t i = 0; i < v.size(); ++i) {
-                const double weight = w[first + i];
-                v[i] = weight * weight;
-                r[i] = weight * (y[first + i] - 0.5);
-            }
-        });
+    NormalEquations sums =
+        normalEquations(design, Veltrix::Util::range(0, design.getNumCols()), {},
+                        [&](std::uint64_t first, std::span<const double> /*products*/,
+                            std::span<double> v, std::span<double> r) {
+                            for (std::size_t i = 0; i < v.size(); ++i) {
+                                const double weight = w[first + i];
+                                v[i] = weight * weight;
+                                r[i] = weight * (y[first + i] - 0.5);
+                            }
+                        });
     const Matrix r = reliableFactor(sums.crossProduct);
     if (r.empty()) {
         PredictorScreeningInfo info = screenDesign({design.x, design.intercept, &w});

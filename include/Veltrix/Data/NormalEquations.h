@@ -27,9 +27,8 @@ using ProductReader = std::function<void(std::uint64_t first, std::span<const do
 
 /// Called with the products η of consecutive records, the first of them record `first`; sets the
 /// weight vᵢ and the residual rᵢ of each.
-using RecordWeigher =
-    std::function<void(std::uint64_t first, std::span<const double> products,
-                       std::span<double> weights, std::span<double> residuals)>;
+using RecordWeigher = std::function<void(std::uint64_t first, std::span<const double> products,
+                                         std::span<double> weights, std::span<double> residuals)>;
 
 /// Reads the products η = D(:, columns)·β from the first record to the last, some at a time. The
 /// scale of the design is not applied, here and below. Memory beyond the operands does not grow
@@ -41,11 +40,13 @@ VELTRIX_DATA_API void readProducts(const DesignRows& design, const IntVector& co
 /// Forms the normal equations of the columns with the weights and residuals that `weigher` makes of
 /// the products η = D(:, columns)·β, in one pass over the records: they are weighted in blocks of
 /// rows that stay in the cache, and D is never copied as a whole. Without coefficients η is 0.
-/// NaN and infinite entries lead to sums that are not finite. About n k² flops for k columns; throws
-/// as `readProducts`, reports progress. `blockRows` is the size of the blocks, 0 for the usual one;
-/// it changes nothing but rounding.
-[[nodiscard]] VELTRIX_DATA_API NormalEquations
-normalEquations(const DesignRows& design, const IntVector& columns, const Vector& coefficients,
-                const RecordWeigher& weigher, int blockRows = 0);
+/// NaN and infinite entries lead to sums that are not finite. About n k² flops for k columns;
+/// throws as `readProducts`, reports progress. `blockRows` is the size of the blocks, 0 for the
+/// usual one; it changes nothing but rounding.
+[[nodiscard]] VELTRIX_DATA_API NormalEquations normalEquations(const DesignRows& design,
+                                                               const IntVector& columns,
+                                                               const Vector& coefficients,
+                                                               const RecordWeigher& weigher,
+                                                               int blockRows = 0);
 
 }  // namespace Veltrix

@@ -11,8 +11,8 @@ namespace Veltrix::Tool {
 
 namespace {
 
-constexpr std::unique_ptr<Family> (*kFamilies[])() = {makeRegression, makeNeighbours, makeTree,
-                                                      makeKMeans, makeAutocorrelations};
+constexpr std::unique_ptr<Family> (*kFamilies[])() = {
+    makeRegression, makeLogistic, makeNeighbours, makeTree, makeKMeans, makeAutocorrelations};
 
 }  // namespace
 

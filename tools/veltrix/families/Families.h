@@ -11,6 +11,8 @@ namespace Veltrix::Tool {
 
 /// Linear regression by least squares.
 std::unique_ptr<Family> makeRegression();
+/// Probabilities of two classes by logistic regression.
+std::unique_ptr<Family> makeLogistic();
 /// Classes or numbers of records from the training records nearest to them.
 std::unique_ptr<Family> makeNeighbours();
 /// Decision trees for classes or numbers, pruned on the validation part.

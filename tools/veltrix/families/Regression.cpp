@@ -7,6 +7,7 @@
 #include "Veltrix/Engine/Distributions.h"
 #include "Veltrix/Engine/LinearModel/OLS.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/families/LinearTables.h"
 #include "tools/veltrix/report/NumberFormat.h"
 
 namespace Veltrix::Tool {
@@ -73,7 +74,7 @@ class Regression : public StoredFamily<Regression> {
     void describe(ReportBuilder& report, const Prepared& data) const override {
         addAnova(report.table("Analysis of variance"));
         addCoefficients(report.table("Coefficients"), data);
-        addCollinearity(report.table("Collinearity diagnostics"), data);
+        addCollinearity(report.table("Collinearity diagnostics"), model_, data);
         addRecords(report, data);
     }
 
@@ -98,13 +99,6 @@ class Regression : public StoredFamily<Regression> {
     }
 
   private:
-    /// One name per design column.
-    std::vector<std::string> coefficientNames(const Prepared& data) const {
-        std::vector<std::string> names = data.coding.columnNames();
-        if (model_.hasIntercept()) names.insert(names.begin(), "Intercept");
-        return names;
-    }
-
     void addAnova(Table& table) const {
         const OLS::ANOVA& anova = model_.getANOVA();
         table.text("Source", std::vector<std::string>{"Regression", "Residual", "Total"})
@@ -119,42 +113,14 @@ class Regression : public StoredFamily<Regression> {
     void addCoefficients(Table& table, const Prepared& data) const {
         Engine::LinearModel::CoefficientInfo info = model_.computeCoefficientInfo(data.confidence);
         const std::string level = percentText(data.confidence);
-        std::vector<std::string> remarks(static_cast<std::size_t>(model_.getNumCols()),
-                                         "not estimable");
-        for (const int column : model_.getEstimableColumns()) {
-            remarks[static_cast<std::size_t>(column)].clear();
-        }
-        table.text("Name", coefficientNames(data))
+        table.text("Name", coefficientNames(model_, data))
             .numbers("Estimate", std::move(info.estimates))
             .numbers("Std. error", std::move(info.standardErrors))
             .numbers("t", std::move(info.tStatistics))
             .probability("p-value", std::move(info.pValues))
             .numbers("Lower " + level, std::move(info.lowerConfidenceLimits))
-            .numbers("Upper " + level, std::move(info.upperConfidenceLimits))
-            .text("Remark", std::move(remarks))
-            .note(data.coding.baseNotes());
-        const int aliased = model_.getNumCols() - model_.getRank();
-        if (aliased == 0) return;
-        table.note(fmt::format(
-            "{} linearly on the others and {} set to 0.",
-            aliased == 1 ? "1 column depends" : fmt::format("{} columns depend", aliased),
-            aliased == 1 ? "is" : "are"));
-    }
-
-    /// One row per component, from the smallest eigenvalue to the largest.
-    void addCollinearity(Table& table, const Prepared& data) const {
-        Engine::LinearModel::Multicollinearity info =
-            model_.computeFittedMulticollinearity(data.training().records.x);
-        const std::vector<std::string> all = coefficientNames(data);
-        std::vector<std::string> names;
-        for (const int column : model_.getEstimableColumns()) {
-            names.push_back(all[static_cast<std::size_t>(column)]);
-        }
-        table.counted("Component", info.eigenvalues.size())
-            .numbers("Eigenvalue", info.eigenvalues)
-            .numbers("Condition index", info.conditionIndices)
-            .matrix(names, info.varianceProportions.transpose())
-            .note("Columns named after coefficients hold their variance proportions.");
+            .numbers("Upper " + level, std::move(info.upperConfidenceLimits));
+        addRemarks(table, model_, data);
     }
 
     void addRecords(ReportBuilder& report, const Prepared& data) const {

@@ -49,11 +49,12 @@ struct FitEvaluation {
 /// - there were `maxIterations` of them; none is taken for a limit of 0 or less, and β stays 0.
 ///
 /// The estimates are those of the last step, whatever ended it; when the classes are separated they
-/// would grow for ever, and their standard errors say little. Each step is one pass over the records
-/// in row blocks that stay in the cache, so memory beyond the data is a few vectors of length p and
-/// a p × p matrix. A cross-product whose Cholesky factor would lose too many digits (or that is not
-/// positive definite) gives way to a QR factorisation of √V D, which takes two vectors of length n.
-/// Where a step finds columns that depend on others as far as √V D can tell, their estimates stay.
+/// would grow for ever, and their standard errors say little. Each step is one pass over the
+/// records in row blocks that stay in the cache, so memory beyond the data is a few vectors of
+/// length p and a p × p matrix. A cross-product whose Cholesky factor would lose too many digits
+/// (or that is not positive definite) gives way to a QR factorisation of √V D, which takes two
+/// vectors of length n. Where a step finds columns that depend on others as far as √V D can tell,
+/// their estimates stay.
 ///
 /// Beforehand the columns are screened: those that depend linearly on earlier ones, as
 /// `screenPredictors` tells of the design matrix multiplied by w, are left out; their coefficients
@@ -61,8 +62,8 @@ struct FitEvaluation {
 /// rule.
 ///
 /// Shapes: X is n × p₀, y and w have length n, coefficients p = p₀ + 1 with an intercept. A fit
-/// throws `Exception` when shapes disagree, there is no record or no column, a response is neither 0
-/// nor 1 (naming the record), a value is NaN or infinite (naming row and column), a weight is
+/// throws `Exception` when shapes disagree, there is no record or no column, a response is neither
+/// 0 nor 1 (naming the record), a value is NaN or infinite (naming row and column), a weight is
 /// negative or all are 0; the model is then as it was before. It reports progress. Every statistic
 /// asked of an unfitted model is NaN-filled. A fitted model may be read from several threads.
 class VELTRIX_ENGINE_API Model : public LinearModel::Model,
@@ -89,9 +90,9 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     Model& setWeights(const Vector& weights) override;
     Model& normalizeWeights() override;
 
-    /// n × 2: π, the probability of success, and 1 − π; a NaN in a record gives NaN. Takes no memory
-    /// beyond the result worth naming. Throws `Exception` when the number of columns differs from
-    /// training. The frame form takes the columns of training in any order.
+    /// n × 2: π, the probability of success, and 1 − π; a NaN in a record gives NaN. Takes no
+    /// memory beyond the result worth naming. Throws `Exception` when the number of columns differs
+    /// from training. The frame form takes the columns of training in any order.
     Matrix posteriorProbability(const Matrix& x) const;
     Matrix posteriorProbability(const DataFrame& x) const;
 

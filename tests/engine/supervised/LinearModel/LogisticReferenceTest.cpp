@@ -86,8 +86,8 @@ TEST_P(LogisticReference, Statistics) {
            tolerance);
     const auto collinearity = model.computeFittedMulticollinearity(x);
     const std::string prefix = "collinearity_root_weighted_design.";
-    EXPECT_TRUE(allNear(collinearity.eigenvalues, reference.vector(prefix + "eigenvalues"),
-                        {1e-9, 1e-12}));
+    EXPECT_TRUE(
+        allNear(collinearity.eigenvalues, reference.vector(prefix + "eigenvalues"), {1e-9, 1e-12}));
     EXPECT_TRUE(allNear(Util::transpose(collinearity.varianceProportions).getAsDoubleVector(),
                         reference.flattened(prefix + "variance_proportions"), {0.0, 1e-8}));
 }
