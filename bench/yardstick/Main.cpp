@@ -24,6 +24,7 @@ std::map<std::string, Setup> workloads() {
     addKMeans(all);
     addHierarchical(all);
     addSamples(all);
+    addSmoothing(all);
     return all;
 }
 

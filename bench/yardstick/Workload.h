@@ -30,5 +30,6 @@ void addTrees(std::map<std::string, Setup>& all);
 void addKMeans(std::map<std::string, Setup>& all);
 void addHierarchical(std::map<std::string, Setup>& all);
 void addSamples(std::map<std::string, Setup>& all);
+void addSmoothing(std::map<std::string, Setup>& all);
 
 }  // namespace Veltrix::Yardstick

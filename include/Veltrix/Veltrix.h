@@ -45,6 +45,7 @@
 #include "Veltrix/Engine/TS/ARIMA/Model.h"
 #include "Veltrix/Engine/TS/ARIMA/ModelParts.h"
 #include "Veltrix/Engine/TS/ARIMA/SARMA.h"
+#include "Veltrix/Engine/TS/Smoothing.h"
 #include "Veltrix/Engine/Util.h"
 #include "Veltrix/Evaluator/ConfusionMatrix.h"
 #include "Veltrix/Evaluator/Metrics.h"

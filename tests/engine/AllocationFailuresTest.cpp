@@ -202,6 +202,32 @@ TEST(AllocationFailures, Series) {
     }
 }
 
+template <class Smoother>
+void surviveSmoothing(Smoother smoother, Smoother other) {
+    smoother.setNumTrials(9).run().forecast(3);
+    surviveStored(smoother, other,
+                  {{"series", [](auto& s) { s.setSeries(kMore.numbers); }},
+                   {"run", [](auto& s) { s.run(); }},
+                   {"search", [](auto& s) { s.runAuto(); }},
+                   {"optimum", [](auto& s) { s.runOptimised(); }},
+                   {"forecast", [](auto& s) { s.forecast(5, true); }},
+                   {"tables", [](auto& s) {
+                        s.getSeriesTable();
+                        s.getForecastTable();
+                        s.getParameterTable();
+                        s.getErrorTable();
+                    }}});
+}
+
+TEST(AllocationFailures, Smoothing) {
+    using namespace Engine::TS::Smoothing;
+    const Vector& x = kData.numbers;
+    surviveSmoothing(MovingAverage(x, 3), MovingAverage(x, 2));
+    surviveSmoothing(Exponential(x, 0.5, 9), Exponential(x, 0.25, 9));
+    surviveSmoothing(MulHoltWinters(x + 1.0, 0.5, 0.5, 0.5, 4), MulHoltWinters());
+    surviveSmoothing(NoTrendHoltWinters(x, 0.5, 0.5, 4), NoTrendHoltWinters(x, 0, 0, 3));
+}
+
 TEST(AllocationFailures, Roles) {
     using Roles = Engine::Classification::Modelable;
     const Roles::PriorMap priors{{kOther, 1.0}};

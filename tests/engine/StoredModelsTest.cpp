@@ -141,12 +141,61 @@ Series fitted(unsigned seed) {
     return series.preprocess().computePACF(0, 6);
 }
 
+namespace Smoothing = Engine::TS::Smoothing;
+
+Vector named(Vector values) {
+    values.setName(L"values");
+    return values;
+}
+
+template <>
+Smoothing::MovingAverage fitted(unsigned seed) {
+    Smoothing::MovingAverage smoother(named(numbers(seed)), 3);
+    smoother.run().forecast(2);
+    return smoother;
+}
+
+template <>
+Smoothing::Exponential fitted(unsigned seed) {
+    Smoothing::Exponential smoother(numbers(seed), 0.5, 20);
+    smoother.runAuto().forecast(2);
+    return smoother;
+}
+
+template <>
+Smoothing::DoubleExponential fitted(unsigned seed) {
+    Smoothing::DoubleExponential smoother(numbers(seed), 0.5, 0.25, 20);
+    smoother.run();
+    return smoother;
+}
+
+template <class Seasonal>
+Seasonal seasonal(Seasonal smoother) {
+    smoother.run().forecast(2);
+    return smoother;
+}
+template <>
+Smoothing::MulHoltWinters fitted(unsigned seed) {
+    return seasonal(Smoothing::MulHoltWinters(numbers(seed), 0.5, 0.25, 0.125, 4));
+}
+template <>
+Smoothing::AddHoltWinters fitted(unsigned seed) {
+    return seasonal(Smoothing::AddHoltWinters(numbers(seed), 0.5, 0.25, 0.125, 4));
+}
+template <>
+Smoothing::NoTrendHoltWinters fitted(unsigned seed) {
+    return seasonal(Smoothing::NoTrendHoltWinters(numbers(seed), 0.5, 0.125, 4));
+}
+
 template <class Model>
 class StoredModels : public testing::Test {};
 
 using Models =
     testing::Types<Regression, Logistic, Clusters, Hierarchy, Neighbours, NumberNeighbours,
-                   ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series>;
+                   ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series,
+                   Smoothing::MovingAverage, Smoothing::Exponential, Smoothing::DoubleExponential,
+                   Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
+                   Smoothing::NoTrendHoltWinters>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {
