@@ -13,6 +13,7 @@
 
 #include "Veltrix/Data/Util.h"
 #include "tests/data/MatrixTesting.h"
+#include "tests/support/Refusals.h"
 
 using namespace Veltrix;
 using namespace Veltrix::Testing;
@@ -108,8 +109,7 @@ TEST(Convert, framesAndMatrices) {
         const DataFrame named = Convert::toDataFrame(values, {L"p", L"q", L"r"});
         EXPECT_EQ(named(1, L"r"), 6.5);
     }
-    EXPECT_TRUE(throwsException([&] { (void)Convert::toDataFrame(matrix, {L"p"}); },
-                                "Frame from a matrix: 3 columns, 1 names"));
+    EXPECT_TRUE(refuses([&] { (void)Convert::toDataFrame(matrix, {L"p"}); }, "3 columns, 1 names"));
 }
 
 }  // namespace

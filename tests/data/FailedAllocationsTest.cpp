@@ -27,6 +27,8 @@ constexpr auto kAll = Selection::all;
 /// Longer than what a string keeps in itself.
 const wchar_t* const kLongName = L"a name that needs memory of its own";
 const wchar_t* const kOtherName = L"another name that needs its own memory";
+const IntVector kRows{2, 0, 1};
+const StringVector kTexts{L"x", kOtherName, L"z"};
 
 template <class Values>
 Values named(Values values, const wchar_t* name) {
@@ -125,22 +127,13 @@ TEST(FailedAllocations, leaveMatricesAsTheyWere) {
             {"appendColumn", [&](Matrix& a) { a.appendColumn(three); }},
             {"insertColumn", [&](Matrix& a) { a.insertColumn(1, three); }},
             {"transpose", [](Matrix& a) { a.transpose(); }},
-            {"set",
-             [](Matrix& a) {
-                 a.set({1, 2, 0}, {0, 2, 1}, a);
-             }},
+            {"set", [](Matrix& a) { a.set(kRows, kRows, a); }},
             {"row = column", [](Matrix& a) { a(0, kAll) = Convert::toDoubleVector(a(kAll, 1)); }},
             {"row = row", [](Matrix& a) { a(0, kAll) = a(2, kAll); }},
             {"row exp", [](Matrix& a) { a(0, kAll).exp(); }},
             {"sum of orders", [](Matrix& a) { a += Util::transpose(a); }},
-            {"sweep",
-             [](Matrix& a) {
-                 Util::sweep(a, {0, 1});
-             }},
-            {"permute",
-             [](Matrix& a) {
-                 Util::permuteRows(a, {2, 0, 1}, PermutationType::inverse);
-             }},
+            {"sweep", [](Matrix& a) { Util::sweep(a, kRows); }},
+            {"permute", [](Matrix& a) { Util::permuteRows(a, kRows, PermutationType::inverse); }},
             {"setName", [](Matrix& a) { a.setName(WString(kOtherName) + kLongName); }},
             {"toString", [](Matrix& a) { (void)a.toString(); }},
         };
@@ -155,10 +148,7 @@ TEST(FailedAllocations, comeOutOfCalculations) {
     const Vector response(12, 1.0);
     const Steps<Matrix> steps = {
         {"product", [](Matrix& a) { (void)(Util::transpose(a) * a * Vector(4, 1.0)); }},
-        {"selection",
-         [](Matrix& a) {
-             (void)a({1, 0}, {2, 2})(kAll, Util::except(1));
-         }},
+        {"selection", [](Matrix& a) { (void)a(kRows, kRows)(kAll, Util::except(1)); }},
         {"inverse", [&](Matrix&) { (void)Matrix::inversePositiveDefinite(square); }},
         {"solve",
          [&](Matrix&) { (void)Matrix::solvePositiveDefiniteSystem(square, Vector(4, 1.0)); }},
@@ -172,14 +162,9 @@ TEST(FailedAllocations, comeOutOfCalculations) {
         {"spectral", [&](Matrix&) { (void)Util::spectral(square); }},
         {"correlation", [](Matrix& a) { (void)Util::correlation(a, true); }},
         {"groups", [&](Matrix& a) { (void)Util::groupStatistic(a, groups, true, true); }},
-        {"triangularise",
-         [&](Matrix& a) {
-             (void)triangularise({a, true}, response);
-         }},
+        {"triangularise", [&](Matrix& a) { (void)triangularise(DesignRows(a, true), response); }},
         {"normal residual",
-         [&](Matrix& a) {
-             (void)normalResidual({a, false}, response, Vector(4, 1.0));
-         }},
+         [&](Matrix& a) { (void)normalResidual(DesignRows(a), response, Vector(4, 1.0)); }},
         {"distances",
          [](Matrix& a) { (void)Util::pairwiseDistance(a, true, DissimilarityType::cosine); }},
         {"kTop", [](Matrix& a) { (void)Util::kTop(a.getAsDoubleVector(), 3, true, false, {}); }},
@@ -203,45 +188,27 @@ DataFrame sampleFrame() {
 TEST(FailedAllocations, leaveFramesAsTheyWere) {
     const DataFrame frame = sampleFrame();
     DataFrame other(kOtherName);
-    other.append(StringVector{L"x", kOtherName, L"z"}, kOtherName);
+    other.append(kTexts, kOtherName);
     const Steps<DataFrame> steps = {
         {"copy", [](DataFrame& f) { const DataFrame copy(f); }},
         {"=", [&](DataFrame& f) { f = other; }},
         {"append itself", [](DataFrame& f) { f.append(f); }},
         {"append frame", [&](DataFrame& f) { f.append(other); }},
         {"append column", [](DataFrame& f) { f.append(f(kAll, 2)); }},
-        {"append texts",
-         [](DataFrame& f) {
-             f.append(StringVector{L"1", kOtherName, L"3"}, kOtherName);
-         }},
-        {"append codes",
-         [](DataFrame& f) {
-             f.append(kOtherName, IntVector{0, 1, 0}, {L"p", kOtherName});
-         }},
+        {"append texts", [](DataFrame& f) { f.append(kTexts, kOtherName); }},
+        {"append codes", [](DataFrame& f) { f.append(kOtherName, kRows, kTexts); }},
         {"setColName", [](DataFrame& f) { f.setColName(0, kOtherName); }},
         {"share a name", [](DataFrame& f) { f.setColName(1, f.getColName(0)); }},
-        {"setColNames",
-         [](DataFrame& f) {
-             f.setColNames({L"p", kOtherName, L"p", L"r"});
-         }},
+        {"setColNames", [](DataFrame& f) { f.setColNames(StringVector(4, kOtherName)); }},
         {"setRowName", [](DataFrame& f) { f.setRowName(0, kOtherName); }},
-        {"setRowNames",
-         [](DataFrame& f) {
-             f.setRowNames({L"p", kOtherName, kOtherName});
-         }},
+        {"setRowNames", [](DataFrame& f) { f.setRowNames(kTexts); }},
         {"number into text", [](DataFrame& f) { f(1, 2) = 1e-300; }},
         {"number into integers", [](DataFrame& f) { f(1, 1) = 0.5; }},
         {"text into numbers", [](DataFrame& f) { f(1, 0) = kOtherName; }},
         {"text into integers", [](DataFrame& f) { f(1, 1) = f(0, 2); }},
         {"new text", [](DataFrame& f) { f(1, 2) = kOtherName; }},
-        {"rows",
-         [](DataFrame& f) {
-             f = f({2, 0}, kAll);
-         }},
-        {"columns",
-         [](DataFrame& f) {
-             f = f(kAll, StringVector{L"t", kLongName});
-         }},
+        {"rows", [](DataFrame& f) { f = f(kRows, kAll); }},
+        {"columns", [](DataFrame& f) { f = f(kAll, f.getColNames()); }},
         {"texts", [](DataFrame& f) { (void)Convert::toStringVector(f); }},
         {"factorise", [](DataFrame& f) { f = Engine::Factorizer().fit(f).transform(f); }},
     };
@@ -264,8 +231,8 @@ TEST(FailedAllocations, leaveFramesAsTheyWere) {
 TEST(FailedAllocations, leaveFactorizersAsTheyWere) {
     const DataFrame frame = sampleFrame();
     DataFrame other;
-    other.append(StringVector{L"x", kOtherName, L"z"}, L"t");
-    other.append(StringVector{L"x", kOtherName, L"z"}, kOtherName);
+    other.append(kTexts, L"t");
+    other.append(kTexts, kOtherName);
     using Engine::Factorizer;
     Factorizer both;
     both.fit(other);
@@ -293,25 +260,22 @@ TEST(FailedAllocations, leaveFactorizersAsTheyWere) {
 /// All that a decomposition holds.
 using Parts = std::vector<Matrix>;
 Parts partsOf(const QR& qr) { return {qr.r(), qr.q(12, 12)}; }
-Parts partsOf(const SVD& svd) { return {svd.getLeftSingular(), svd.getRightSingular()}; }
-Parts partsOf(const Spectral& spectral) { return {spectral.getEigenvectors()}; }
+Matrix column(const Vector& values) { return {static_cast<int>(values.size()), 1, values}; }
+Parts partsOf(const SVD& svd) {
+    return {svd.getLeftSingular(), column(svd.getSingularValues()), svd.getRightSingular()};
+}
+Parts partsOf(const Spectral& spectral) {
+    return {spectral.getEigenvectors(), column(spectral.getEigenvalues())};
+}
 Parts partsOf(const GroupStatistic& groups) {
     return {groups.getGroupMean(), groups.getGroupCovariance(2), groups.getPooledCovariance()};
 }
-const IntVector& numbersOf(const QR& qr) { return qr.p(); }
-const Vector& numbersOf(const SVD& svd) { return svd.getSingularValues(); }
-const Vector& numbersOf(const Spectral& spectral) { return spectral.getEigenvalues(); }
-const IntVector& numbersOf(const GroupStatistic& groups) { return groups.getGroupCodes(); }
 
 template <class Decomposition>
 void surviveAssignment(const Decomposition& object, const Decomposition& other) {
     surviveAll<Decomposition>(object, {{"=", [&](Decomposition& target) { target = other; }}},
-                              [](const Decomposition& a, const Decomposition& b) {
-                                  const Parts left = partsOf(a);
-                                  const Parts right = partsOf(b);
-                                  return numbersOf(a) == numbersOf(b) &&
-                                         std::equal(left.begin(), left.end(), right.begin(),
-                                                    right.end(), sameMatrix);
+                              [](const auto& a, const auto& b) {
+                                  return std::ranges::equal(partsOf(a), partsOf(b), sameMatrix);
                               });
 }
 

@@ -5,27 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/WString.h"
+#include "tests/support/Refusals.h"
 
 namespace Veltrix::Testing {
-
-/// The action must throw an `Exception` with a code, this one if given, and `text` in its message.
-template <class Action>
-testing::AssertionResult refuses(Action&& action, const std::string& text, int code = 0) {
-    try {
-        action();
-    } catch (const Exception& error) {
-        const int found = error.getCode();
-        const bool rightCode = code == 0 ? found != 0 : found == code;
-        if (rightCode && std::string(error.what()).find(text) != std::string::npos) {
-            return testing::AssertionSuccess();
-        }
-        return testing::AssertionFailure()
-               << error.what() << " (" << found << "), expected: " << text;
-    }
-    return testing::AssertionFailure() << "accepted, expected: " << text;
-}
 
 /// A change to the text of a stored model and what the refusal names.
 struct Damage {

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -22,16 +23,6 @@ namespace {
 using Values = std::vector<double>;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-template <class Action>
-LinearAlgebraError errorOf(Action action) {
-    try {
-        action();
-    } catch (const LinearAlgebraError& error) {
-        return error;
-    }
-    throw std::logic_error("no LinearAlgebraError was thrown");
-}
 
 /// What the routine below answers.
 int statusOfGeqrf = 0;
@@ -104,34 +95,37 @@ TEST(LinearAlgebra, FailuresCarryKindPositionAndMeaning) {
     Values out(16);
     std::int32_t pivots[2];
     const struct {
-        LinearAlgebraError error;
         Kind kind;
         std::int64_t info;
         const char* start;
+        std::function<void()> action;
     } cases[] = {
-        {errorOf([&] { getrf(2, 2, singular.data(), 2, pivots); }), Kind::Singular, 2, "LU"},
-        {errorOf([&] { potrf(Triangle::Lower, 2, indefinite.data(), 2); }),
-         Kind::NotPositiveDefinite, 2, "Cholesky factorisation: the matrix is not positive"},
-        {errorOf([&] { potri(Triangle::Upper, 2, zeroDiagonal.data(), 2); }), Kind::Singular, 2,
-         "Inverse"},
-        {errorOf([&] { syevd(Triangle::Upper, 2, withNaN.data(), 2, out.data()); }),
-         Kind::NotFinite, 5, "Eigenvalue decomposition: the input holds"},
-        {errorOf([&] { gesddThin(2, 2, withNaN.data(), 2, out.data(), &out[2], 2, &out[6], 2); }),
-         Kind::NotFinite, 5, "Singular value decomposition"},
-        {errorOf([&] { geqp3(2, 2, withNaN.data(), 2, pivots, out.data()); }), Kind::NotFinite, 4,
-         "QR"},
-        {errorOf([&] { potrf(Triangle::Upper, huge, out.data(), huge); }), Kind::TooLarge, 0,
-         "Cholesky factorisation: size 4294967296"},
-        {errorOf([&] { syevd(Triangle::Upper, 40000, out.data(), 40000, out.data()); }),
-         Kind::TooLarge, 0, "Eigenvalue decomposition: the matrix is too large"},
-        {errorOf([&] { potrf(Triangle::Upper, 3, out.data(), 2); }), Kind::Internal, 0,
-         "Cholesky factorisation: leading dimension 2, at least 3"},
-        {errorOf([&] { dot(2, out.data(), 0, out.data(), 1); }), Kind::Internal, 0, "Vector"},
+        {Kind::Singular, 2, "LU", [&] { getrf(2, 2, singular.data(), 2, pivots); }},
+        {Kind::NotPositiveDefinite, 2, "Cholesky factorisation: the matrix is not positive",
+         [&] { potrf(Triangle::Lower, 2, indefinite.data(), 2); }},
+        {Kind::Singular, 2, "Inverse", [&] { potri(Triangle::Upper, 2, zeroDiagonal.data(), 2); }},
+        {Kind::NotFinite, 5, "Eigenvalue decomposition: the input holds",
+         [&] { syevd(Triangle::Upper, 2, withNaN.data(), 2, out.data()); }},
+        {Kind::NotFinite, 5, "Singular value decomposition",
+         [&] { gesddThin(2, 2, withNaN.data(), 2, out.data(), &out[2], 2, &out[6], 2); }},
+        {Kind::NotFinite, 4, "QR", [&] { geqp3(2, 2, withNaN.data(), 2, pivots, out.data()); }},
+        {Kind::TooLarge, 0, "Cholesky factorisation: size 4294967296",
+         [&] { potrf(Triangle::Upper, huge, out.data(), huge); }},
+        {Kind::TooLarge, 0, "Eigenvalue decomposition: the matrix is too large",
+         [&] { syevd(Triangle::Upper, 40000, out.data(), 40000, out.data()); }},
+        {Kind::Internal, 0, "Cholesky factorisation: leading dimension 2, at least 3",
+         [&] { potrf(Triangle::Upper, 3, out.data(), 2); }},
+        {Kind::Internal, 0, "Vector", [&] { dot(2, out.data(), 0, out.data(), 1); }},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(c.error.kind, c.kind) << c.error.what();
-        EXPECT_EQ(c.error.info, c.info) << c.error.what();
-        EXPECT_EQ(std::string(c.error.what()).rfind(c.start, 0), 0u) << c.error.what();
+        try {
+            c.action();
+            ADD_FAILURE() << "accepted: " << c.start;
+        } catch (const LinearAlgebraError& error) {
+            EXPECT_EQ(error.kind, c.kind) << error.what();
+            EXPECT_EQ(error.info, c.info) << error.what();
+            EXPECT_TRUE(std::string(error.what()).starts_with(c.start)) << error.what();
+        }
     }
 }
 

@@ -178,8 +178,7 @@ TEST(QuasiNewton, Stopping) {
 
 TEST(QuasiNewton, ZeroGradientAtTheStart) {
     Problem flat([](const Vector&) { return -5.0; });
-    const Vector start{1.0, -2.0};
-    EXPECT_EQ(flat.minimize(start), start);
+    EXPECT_EQ(flat.minimize(Vector{1.0, -2.0}), (Vector{1.0, -2.0}));
     EXPECT_EQ(flat.getNumIterations(), 0);
     EXPECT_TRUE(flat.getApproximateHessianInverse().equalTo(Util::eye(2, 2), 0.0));
     EXPECT_TRUE(flat.minimize(Vector()).empty());
@@ -228,16 +227,11 @@ TEST(QuasiNewton, NoNaNEscapes) {
 }
 
 // A slow objective is watched and can be stopped between two of its values.
-TEST(QuasiNewton, WhatEndsASearchChangesNothing) {
-    bool slow = false;
-    Problem problem([&slow](const Vector& x) {
-        if (slow) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+TEST(QuasiNewton, ASearchEndsWhenAskedAndChangesNothing) {
+    Problem problem([](const Vector& x) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
         return rosenbrock(x);
     });
-    problem.minimize(Vector{-1.2, 1.0});
-    const Matrix before = problem.getApproximateHessianInverse();
-    const int iterations = problem.getNumIterations();
-    slow = true;
     int reports = 0;
     const ProgressScope scope([&reports](const Progress& progress) {
         EXPECT_EQ(progress.phase, "Minimising");
@@ -245,8 +239,8 @@ TEST(QuasiNewton, WhatEndsASearchChangesNothing) {
     });
     EXPECT_THROW(problem.minimize(Vector{3.0, 4.0}), Cancelled);
     EXPECT_EQ(reports, 3);
-    EXPECT_EQ(problem.getNumIterations(), iterations);
-    EXPECT_TRUE(problem.getApproximateHessianInverse().equalTo(before, 0.0));
+    EXPECT_EQ(problem.getNumIterations(), 0);
+    EXPECT_TRUE(problem.getApproximateHessianInverse().empty());
 }
 
 TEST(LineSearch, DerivativeAlongALine) {

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/KMC.h"
 #include "support/kernels/Centroids.h"
+#include "tests/engine/Refusals.h"
 #include "tests/support/Containers.h"
 #include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
@@ -154,17 +154,6 @@ TEST(KMC, KernelsAgree) {
     EXPECT_TRUE(sums[0].equalTo(sums[1], 0.0));
 }
 
-TEST(KMC, WithinClusterSumNeverRises) {
-    const Matrix x = Util::gaussianMatrix(3000, 4, MatrixOrderType::columnMajor, 0, 1, 11);
-    double last = std::numeric_limits<double>::infinity();
-    for (int limit = 0; limit < 20; ++limit) {
-        const Model model = Model({3, 6, limit, 1}).fit(x);
-        EXPECT_EQ(model.getNumIterations(), limit + 1);
-        EXPECT_LE(model.getClusterSummary().sswTotal, last * (1.0 + 1e-12));
-        last = model.getClusterSummary().sswTotal;
-    }
-}
-
 // Start records are drawn with replacement, so that clusters may outnumber the records.
 TEST(KMC, MoreClustersThanRecords) {
     const Matrix x(2, 1, Vector{1.0, 5.0});
@@ -172,14 +161,9 @@ TEST(KMC, MoreClustersThanRecords) {
     EXPECT_TRUE(model.hasEmptyCluster());
     EXPECT_EQ(model.getCentroids().getNumRows(), 5);
     EXPECT_EQ(model.getClusterSummary().sswTotal, 0.0);
-    int empty = 0;
-    for (std::uint64_t c = 0; c < 5; ++c) {
-        if (model.getClusterSize()[c] > 0) continue;
-        ++empty;
-        EXPECT_EQ(model.getCentroids()(static_cast<int>(c), 0), 0.0);
-        EXPECT_TRUE(std::isnan(model.getClusterSummary().averageDistance[c]));
-    }
-    EXPECT_EQ(empty, 3);
+    EXPECT_EQ(std::ranges::count(model.getClusterSize(), 0), 3);
+    EXPECT_EQ(Util::countNaNInfinity(model.getClusterSummary().averageDistance), 3);
+    EXPECT_EQ(Util::minValue(model.getCentroids().getAsDoubleVector()), 0.0);
 }
 
 TEST(KMC, MistakesAreNamedAndChangeNothing) {
@@ -191,13 +175,10 @@ TEST(KMC, MistakesAreNamedAndChangeNothing) {
     const auto refit = [&](int starts, int k) {
         Model(model).setNumRandomStarts(starts).setNumClusters(k).fit(x);
     };
-    const struct {
-        const char* words;
-        std::function<void()> mistake;
-    } cases[] = {
+    expectRefused({
         {"0 records", [&] { model.fit(Matrix(0, 2)); }},
         {"0 columns", [&] { model.fit(Matrix(9, 0)); }},
-        {"entry (5, 1) is NaN", [&] { model.fit(nan); }},
+        {"K-means: entry (5, 1) is NaN", [&] { model.fit(nan); }},
         {"entry (5, 1) is NaN", [&] { model.predict(nan); }},
         {"3 columns, 2 expected", [&] { model.predict(Matrix(2, 3)); }},
         {"4 columns, 2 expected", [&] { model.recordToClusterDistance(Matrix(2, 4)); }},
@@ -209,11 +190,7 @@ TEST(KMC, MistakesAreNamedAndChangeNothing) {
         {"2 x 3, 2 x 2 expected", [&] { Model().setInitialCentroids(Matrix(2, 3)).fit(x); }},
         {"not fitted", [&] { Model().predict(x); }},
         {"not fitted", [&] { Model().recordToClusterDistance(x); }},
-    };
-    for (const auto& each : cases) {
-        EXPECT_THAT(each.mistake,
-                    testing::ThrowsMessage<Exception>(testing::HasSubstr(each.words)));
-    }
+    });
     EXPECT_EQ(model.toJson().toUtf8(), before);
     // A flag of one fit is gone with the next.
     model.setInitialCentroids(Matrix(2, 2, Vector{0, 0, 0, 0})).setMaxIterations(1).fit(x);
@@ -235,18 +212,9 @@ TEST(KMC, StoredModelsAnswerAlike) {
         if (model.getCentroids().empty()) continue;
         EXPECT_EQ(restored.predict(x), model.predict(x));
     }
-    const std::string stored = given.toJson().toUtf8();
-    // Another kind of value, another length, a start that does not exist, another width.
-    for (const std::string damage :
-         {"numIterations\":4|true", "clusterSize\":[|[1,", "bestStart\":-1|0", "cols\":4|5"}) {
-        const std::size_t bar = damage.find('|');
-        const std::size_t value = damage.find(':') + 1;
-        std::string damaged = stored;
-        damaged.replace(damaged.find(damage.substr(0, bar)) + value, bar - value,
-                        damage.substr(bar + 1));
-        EXPECT_THROW(given.fromJsonString(WString::fromUtf8(damaged)), Exception) << damage;
-    }
-    EXPECT_EQ(given.toJson().toUtf8(), stored);
+    expectDamageRefused(given, {{"clusterSize\":[", "clusterSize\":[1,", "clusterSize"},
+                                {"bestStart\":-1", "bestStart\":0", "bestStart"},
+                                {"cols\":4", "cols\":5", "initialCentroids"}});
 }
 
 }  // namespace
