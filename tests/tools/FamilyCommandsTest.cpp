@@ -404,6 +404,64 @@ TEST(KMeansCommand, ShowsTheReferenceNumbers) {
     EXPECT_THAT(report.table("Fit").toJson(), HasSubstr(R"(["Iterations",2],["Converged","yes"])"));
 }
 
+TEST(HierarchicalCommand, ShowsTheReferenceNumbers) {
+    const TemporaryFolder folder;
+    const std::string svg = folder.path("tree.svg");
+    const std::string workbook = folder.path("tree.xlsx");
+    const std::string model = folder.path("tree.json");
+    const char* const linkages[] = {"single", "complete", "average", "weighted",
+                                    "median", "centroid", "ward"};
+    for (std::size_t l = 0; l < 7; ++l) {
+        SCOPED_TRACE(linkages[l]);
+        const bool items = l % 2 == 0;
+        const ReferenceData reference(items ? "learners/eurodist.hierarchical"
+                                            : "learners/usarrests_hc.hierarchical");
+        const std::string at = "linkages." + std::to_string(l) + ".";
+        const std::string cut = at + "cuts.1.";
+        const JsonReport report =
+            reportOf({"hierarchical", items ? "--distance-matrix" : "--data",
+                      kLearners + reference.text("data"), "--linkage", linkages[l], "--clusters",
+                      reference.text(cut + "k"), "--dendrogram", svg, "--report", workbook,
+                      "--save", model});
+        const Table merges = reference.matrix(at + "merges");
+        std::vector<double> expected[3];
+        for (std::size_t k = 0; k < merges.values.size(); ++k) {
+            expected[k % 3].push_back(merges.values[k]);
+        }
+        EXPECT_EQ(report.column("Merges", "Cluster"), expected[0]);
+        EXPECT_EQ(report.column("Merges", "Merged cluster"), expected[1]);
+        EXPECT_TRUE(
+            allNear(report.column("Merges", "Distance"), expected[2], Tolerance{1e-12, 0.0}));
+        EXPECT_EQ(report.column(items ? "Items and their clusters" : "Rows and their clusters",
+                                "Cluster"),
+                  reference.vector(cut + "cluster"));
+    }
+    EXPECT_THAT(contentOf(svg), AllOf(HasSubstr(">Hook of Holland</text>"), HasSubstr("</svg>")));
+    EXPECT_THAT(contentOf(workbook), HasSubstr("xl/charts/chart2.xml"));
+    expectMistake(run({"predict --model", model, "--data", kLearners + "swiss_hc.csv"}),
+                  "--model | \"hierarchical clustering\" | scores no records");
+}
+
+// Rows left out keep their numbers; means are those of the file; names may hold anything; the
+// drawing stops at the leaves asked for.
+TEST(HierarchicalCommand, StandardizesAndDrawsClusters) {
+    const TemporaryFolder folder;
+    const std::string data =
+        folder.write("data.csv", "name,a,b\nu,1,1000\nv,,3\nw,2,1000\nx,9,5000\ny,9,7000\n");
+    const JsonReport report =
+        reportOf({"hierarchical --data", data, "--standardize --clusters 2 --linkage average"});
+    EXPECT_EQ(report.column("Merges", "Cluster"), (std::vector<double>{1, 4, 1}));
+    EXPECT_EQ(report.column("Merges", "Merged cluster"), (std::vector<double>{3, 5, 4}));
+    EXPECT_EQ(report.column("Cluster means", "a"), (std::vector<double>{1.5, 9}));
+    EXPECT_EQ(report.column("Cluster means", "b"), (std::vector<double>{1000, 6000}));
+    const std::string svg = folder.path("tree.svg");
+    const std::string distances =
+        folder.write("d.csv", "of,\"a<b\",c & d,e\na<b,0,1,4\nc & d,1,0,4\ne,4,4,0\n");
+    outputOf({"hierarchical --distance-matrix", distances, "--leaves 2 --dendrogram", svg});
+    EXPECT_THAT(contentOf(svg), AllOf(HasSubstr(">a&lt;b and 1 more</text>"),
+                                      HasSubstr(">e</text>"), Not(HasSubstr("c &"))));
+}
+
 TEST(KMeansCommand, LeavesOutTextAndDrawsTheClusters) {
     const TemporaryFolder folder;
     const std::string file = folder.write("a.csv", "name,x\na,1\nb,1.5\nc,NA\nd,8\ne,9\n");

@@ -125,6 +125,37 @@ TEST_F(Mistakes, InClasses) {
     outputOf({regress, "--max-levels 101"});
 }
 
+TEST_F(Mistakes, InDistances) {
+    const std::pair<const char*, const char*> files[] = {
+        {"a,b,c\n0,1,2\n", "1 row and 3 columns"},
+        {"a,b\n0,1\n1,0\n2,2\n", "3 rows and 2 columns"},
+        {"a,b\n0,-1\n-1,0\n", "row 1 | \"b\" | -1 | at least 0"},
+        {"a,b\n0,1\n2,0\n", "row 2 | \"a\" | 2 | row 1 | \"b\" | equal"},
+        {"a,b\n0,1\n1,3\n", "row 2 | \"b\" | 3 | diagonal"},
+        {"a,b\n0,\n1,0\n", "row 1 | \"b\" | nan"},
+        {"a,b\n0,inf\ninf,0\n", "row 1 | \"b\" | inf"},
+        {"a,b\n0,x\n1,0\n", "row 1 | \"b\" | \"x\" | number"},
+        {"a\n0\n", "1 row | at least 2"}};
+    for (const auto& [content, words] : files) {
+        expect({"hierarchical --distance-matrix", folder.write("d.csv", content)}, {{{}, words}});
+    }
+    const std::string rows = folder.write("rows.csv", "a,b\n0,0\n1,1\n1,3\n");
+    expect({"hierarchical --data", rows},
+           {{"--clusters 4", "--clusters | 4 | 3"},
+            {"--clusters 0", "--clusters | 0"},
+            {"--linkage ward --distance cosine", "--distance | cosine | euclidean | ward"},
+            {"--linkage nearest", "--linkage | nearest"},
+            {"--memory-limit 0", "--memory-limit | 0"},
+            {"--distance cosine", "--data | row 1 | 0 in all"},
+            {"--distance correlation", "--data | row 1 | same value"},
+            {"--distance-matrix x", "--distance-matrix"},
+            {"--dendrogram tree.txt", "--dendrogram | .svg"}});
+    const std::string many = folder.write("many.csv", "a,b\n1e200,1\n-1e200,1\n");
+    expect({"hierarchical --data", many},
+           {{{}, "--data | beyond the range"}, {"--standardize", "--standardize | \"b\""}});
+    expect({"hierarchical"}, {{{}, "--data | --distance-matrix"}});
+}
+
 TEST_F(Mistakes, InOptionsOfFamilies) {
     expect({"knn --data", data, "--target class"},
            {{{}, "--k | not given | --max-k"},

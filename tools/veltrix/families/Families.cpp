@@ -12,7 +12,8 @@ namespace Veltrix::Tool {
 namespace {
 
 constexpr std::unique_ptr<Family> (*kFamilies[])() = {
-    makeRegression, makeLogistic, makeNeighbours, makeTree, makeKMeans, makeAutocorrelations};
+    makeRegression, makeLogistic,     makeNeighbours,      makeTree,
+    makeKMeans,     makeHierarchical, makeAutocorrelations};
 
 }  // namespace
 

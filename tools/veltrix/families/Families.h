@@ -19,6 +19,8 @@ std::unique_ptr<Family> makeNeighbours();
 std::unique_ptr<Family> makeTree();
 /// Clusters of similar rows.
 std::unique_ptr<Family> makeKMeans();
+/// Trees of clusters, of rows or of items with distances between them.
+std::unique_ptr<Family> makeHierarchical();
 
 /// Autocorrelations of a series, differenced on demand.
 std::unique_ptr<Family> makeAutocorrelations();

@@ -41,6 +41,10 @@ class Family {
     /// Title of the report; no target where there is none.
     virtual std::string title(const std::string& target) const = 0;
 
+    /// Files that the options ask for beside report and model. What they hold is known once the
+    /// family is fitted.
+    virtual std::vector<FileContent> files() const { return {}; }
+
     /// The family's own fields of a model file; `StoredFamily` gets both from one description.
     virtual void fields(Support::StoredWriter& a) const = 0;
     virtual void fields(Support::StoredReader& a) = 0;

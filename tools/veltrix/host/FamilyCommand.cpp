@@ -135,12 +135,16 @@ void FamilyCommand::run() {
     family_->checkOptions();
     const bool own = takesOwnInput();
     const FileOption& input = own ? own_->file() : options_.data;
-    options_.output.checkFiles({input}, {options_.save});
+    std::vector<FileOption> outputs{options_.save};
+    for (const FileContent& file : family_->files()) outputs.push_back(file.target);
+    options_.output.checkFiles({input}, outputs);
     ProgressLine progress;
     progress.stage("Reading " + input.path);
     Results results = own ? runOwnInput(progress) : runRecords(progress);
     progress.stage("Writing");
-    options_.output.deliver(results.report, {{options_.save, std::move(results.model)}});
+    std::vector<FileContent> files = family_->files();
+    files.push_back({options_.save, std::move(results.model)});
+    options_.output.deliver(results.report, files);
 }
 
 }  // namespace Veltrix::Tool

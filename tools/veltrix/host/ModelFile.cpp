@@ -16,7 +16,7 @@ constexpr std::string_view kType = "veltrix model";
 /// The family as one that scores; none when it does not.
 std::unique_ptr<RecordFamily> scoring(std::unique_ptr<Family> family) {
     auto* const records = dynamic_cast<RecordFamily*>(family.get());
-    if (records == nullptr || !family->needs().stored) return nullptr;
+    if (records == nullptr || !family->needs().stored || !family->needs().scores) return nullptr;
     static_cast<void>(family.release());
     return std::unique_ptr<RecordFamily>(records);
 }

@@ -27,8 +27,9 @@ struct Needs {
     bool weights = false;
     /// Its results come with limits at a confidence level.
     bool confidence = false;
-    /// Its fitted models can be stored and score.
+    /// Its fitted models can be stored, and score.
     bool stored = true;
+    bool scores = true;
     /// It has tables of its own for the training records and how well they are met.
     bool describesTraining = false;
 };

@@ -98,6 +98,8 @@ struct Chart {
     std::vector<ChartAxis> lines = {};
     /// Joins every point to the x axis.
     bool stems = false;
+    /// Draws one line from point to point in place of the points.
+    bool path = false;
     /// All rows are one series when there is none; otherwise a legend names them.
     std::vector<ChartGroup> groups = {};
 };

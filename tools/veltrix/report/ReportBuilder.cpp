@@ -49,6 +49,11 @@ ChartBuilder& ChartBuilder::stems() {
     return *this;
 }
 
+ChartBuilder& ChartBuilder::path() {
+    path_ = true;
+    return *this;
+}
+
 ChartBuilder& ChartBuilder::group(std::string name, std::size_t numRows) {
     const std::size_t first =
         groups_.empty() ? 0 : groups_.back().firstRow + groups_.back().numRows;
@@ -95,6 +100,7 @@ Chart ReportBuilder::resolve(const ChartBuilder& chart) const {
                  .x = find(chart.x_),
                  .y = find(chart.y_),
                  .stems = chart.stems_,
+                 .path = chart.path_,
                  .groups = chart.groups_};
     for (const NamedColumn& line : chart.lines_) result.lines.push_back(find(line));
     return result;

@@ -26,6 +26,7 @@ class ChartBuilder {
     /// A further column drawn as a line.
     ChartBuilder& line(std::string table, std::string column);
     ChartBuilder& stems();
+    ChartBuilder& path();
     /// The next rows are a series of their own.
     ChartBuilder& group(std::string name, std::size_t numRows);
 
@@ -37,6 +38,7 @@ class ChartBuilder {
     NamedColumn y_;
     std::vector<NamedColumn> lines_;
     bool stems_ = false;
+    bool path_ = false;
     std::vector<ChartGroup> groups_;
 };
 

@@ -188,6 +188,14 @@ lxw_chart_series* drawPoints(lxw_chart* plot, const Chart& chart, const Sheets& 
     if (series == nullptr) check(LXW_ERROR_MEMORY_MALLOC_FAILED);
     setRange(chart_series_set_categories, series, chart.x, sheets, firstRow, endRow);
     setRange(chart_series_set_values, series, chart.y, sheets, firstRow, endRow);
+    if (chart.path) {
+        chart_series_set_marker_type(series, LXW_CHART_MARKER_NONE);
+        lxw_chart_line along{};
+        along.color = seriesColor(color);
+        along.width = 1.25F;
+        chart_series_set_line(series, &along);
+        return series;
+    }
     chart_series_set_marker_type(series, LXW_CHART_MARKER_CIRCLE);
     chart_series_set_marker_size(series, 5);
     lxw_chart_fill fill{};
