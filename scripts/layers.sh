@@ -35,9 +35,9 @@ refuse "third parties stay behind their seams" "data evaluator engine exports in
     "nlohmann/|cblas|lapacke|mkl|sleef|immintrin|fmt/|CLI/|csv\.h|xlsxwriter|zlib"
 
 # Families: the folder in the engine, and what its public headers are called.
-families=(supervised/LinearModel supervised/KNN supervised/DT unsupervised/KMC unsupervised/HC timeseries/ARIMA
+families=(supervised/LinearModel supervised/DA supervised/KNN supervised/DT unsupervised/KMC unsupervised/HC timeseries/ARIMA
     timeseries/Smoothing)
-declare -A headers=([LinearModel]='LinearModel/' [KNN]='KNN\.h' [DT]='DT(\.h|/)' [KMC]='KMC\.h' [HC]='HC\.h'
+declare -A headers=([LinearModel]='LinearModel/' [DA]='DA\.h' [KNN]='KNN\.h' [DT]='DT(\.h|/)' [KMC]='KMC\.h' [HC]='HC\.h'
     [ARIMA]='TS/ARIMA/' [Smoothing]='TS/Smoothing(\.h|/)')
 for family in "${families[@]}"; do
     others='' name=${family##*/}

@@ -20,6 +20,7 @@ std::map<std::string, Setup> workloads() {
     addLogistic(all);
     addDistances(all);
     addNearestNeighbours(all);
+    addGroups(all);
     addTrees(all);
     addKMeans(all);
     addHierarchical(all);

@@ -30,6 +30,15 @@ Matrix Store::matrix(const std::string& file) const {
     return result;
 }
 
+Matrix Store::matrixByRows(const std::string& file) const {
+    const Matrix columns = matrix(file);
+    Matrix result(columns.getNumRows(), columns.getNumCols(), MatrixOrderType::rowMajor);
+    for (int i = 0; i < result.getNumRows(); ++i) {
+        for (int j = 0; j < result.getNumCols(); ++j) result(i, j) = columns(i, j);
+    }
+    return result;
+}
+
 Vector Store::vector(const std::string& file) const { return matrix(file).getAsDoubleVector(); }
 
 IntVector Store::integers(const std::string& file) const {

@@ -16,6 +16,8 @@ class Store {
     explicit Store(std::string directory);
 
     Matrix matrix(const std::string& file) const;
+    /// The same values in row-major order.
+    Matrix matrixByRows(const std::string& file) const;
     Vector vector(const std::string& file) const;
     IntVector integers(const std::string& file) const;
 

@@ -26,6 +26,7 @@ void addLeastSquares(std::map<std::string, Setup>& all);
 void addLogistic(std::map<std::string, Setup>& all);
 void addDistances(std::map<std::string, Setup>& all);
 void addNearestNeighbours(std::map<std::string, Setup>& all);
+void addGroups(std::map<std::string, Setup>& all);
 void addTrees(std::map<std::string, Setup>& all);
 void addKMeans(std::map<std::string, Setup>& all);
 void addHierarchical(std::map<std::string, Setup>& all);

@@ -3,63 +3,68 @@
 #include <cstdint>
 #include <limits>
 #include <numeric>
+#include <span>
 
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
 #include "data/containers/Lines.h"
 #include "data/factorisations/Spectra.h"
 #include "data/matrix/Symmetric.h"
 #include "support/LinearAlgebra.h"
+#include "support/kernels/Arrays.h"
 
 namespace Veltrix {
 namespace {
 
 /// Doubles in a block of centred rows: large enough for the matrix product to run at full speed.
 constexpr std::int64_t kBlockSize = 131072;
+constexpr const char* kPhase = "Summing products of columns";
 
-/// Rows of a matrix in some order, each with the column of centres (p × G, column-major) that is
-/// taken from it. Without a list the rows are taken as they stand, with the only centre.
+/// Rows of a matrix, each with the centre that is taken from it: a column of `centres` (p × G,
+/// column-major), the only one or that of the row's group.
 struct CentredRows {
     const Matrix& a;
     const double* centres;
-    const int* rows = nullptr;
-    const int* groups = nullptr;
-
-    std::int64_t row(std::int64_t k) const { return rows == nullptr ? k : rows[k]; }
-    const double* centre(std::int64_t k) const {
-        return groups == nullptr ? centres
-                                 : centres + std::int64_t{groups[row(k)]} * a.getNumCols();
-    }
+    const int* rows = nullptr;     ///< the rows taken, all in their order without
+    const int* groupOf = nullptr;  ///< the group of every row of the matrix
+    std::int64_t numGroups = 1;
 };
 
-/// Rows [first, first + count) less their centres, in the order of storage of the matrix.
-void centreBlock(const CentredRows& source, std::int64_t first, std::int64_t count, double* block) {
-    const Matrix& a = source.a;
-    const std::int64_t cols = a.getNumCols();
-    if (a.getMatrixOrder() == MatrixOrderType::rowMajor) {
-        for (std::int64_t k = 0; k < count; ++k) {
-            const double* values = a.data() + source.row(first + k) * cols;
-            const double* centre = source.centre(first + k);
-            for (std::int64_t j = 0; j < cols; ++j) block[k * cols + j] = values[j] - centre[j];
-        }
-        return;
+void centreRowMajor(const CentredRows& source, std::int64_t first, std::int64_t count,
+                    double* block) {
+    const std::int64_t cols = source.a.getNumCols();
+    for (std::int64_t k = 0; k < count; ++k) {
+        const std::int64_t row = source.rows == nullptr ? first + k : source.rows[first + k];
+        const std::int64_t group = source.groupOf == nullptr ? 0 : source.groupOf[row];
+        const double* values = source.a.data() + row * cols;
+        const double* centre = source.centres + group * cols;
+        for (std::int64_t j = 0; j < cols; ++j) block[k * cols + j] = values[j] - centre[j];
     }
+}
+
+void centreColumnMajor(const CentredRows& source, std::int64_t first, std::int64_t count,
+                       double* block) {
+    const std::int64_t cols = source.a.getNumCols();
+    Vector centre(static_cast<std::uint64_t>(source.numGroups));  // of every group in a column
+    const double* const centreOf = centre.data();
     for (std::int64_t j = 0; j < cols; ++j) {
-        const double* column = a.data() + j * a.getNumRows();
+        const double* column = source.a.data() + j * source.a.getNumRows();
         double* target = block + j * count;
-        if (source.rows == nullptr) {
-            const double centre = source.centres[j];
-            for (std::int64_t k = 0; k < count; ++k) target[k] = column[first + k] - centre;
-        } else {
-            for (std::int64_t k = first; k < first + count; ++k) {
-                target[k - first] = column[source.row(k)] - source.centre(k)[j];
-            }
+        for (std::int64_t g = 0; g < source.numGroups; ++g) {
+            centre.data()[g] = source.centres[g * cols + j];
+        }
+        for (std::int64_t k = 0; k < count; ++k) {
+            const std::int64_t row = source.rows == nullptr ? first + k : source.rows[first + k];
+            target[k] = column[row] - centreOf[source.groupOf == nullptr ? 0 : source.groupOf[row]];
         }
     }
 }
 
-/// Adds the cross-products of rows [first, end) to the upper triangle of `scatter`, column-major.
-void addScatter(const CentredRows& source, std::int64_t first, std::int64_t end, Matrix& scatter) {
+/// Adds the cross-products of rows [first, end) of the source to the upper triangle of `scatter`,
+/// column-major.
+void addScatter(const CentredRows& source, std::int64_t first, std::int64_t end, Matrix& scatter,
+                ProgressPhase& phase) {
     const std::int64_t cols = source.a.getNumCols();
     if (cols == 0 || first == end) return;
     const bool byRows = source.a.getMatrixOrder() == MatrixOrderType::rowMajor;
@@ -68,10 +73,11 @@ void addScatter(const CentredRows& source, std::int64_t first, std::int64_t end,
     Vector block(static_cast<std::uint64_t>(blockRows * cols), Storage::kUnfilled);
     for (; first < end; first += blockRows) {
         const std::int64_t count = std::min(blockRows, end - first);
-        centreBlock(source, first, count, block.data());
+        (byRows ? centreRowMajor : centreColumnMajor)(source, first, count, block.data());
         Support::syrk(Support::Triangle::Upper,
                       byRows ? Support::Transpose::No : Support::Transpose::Yes, cols, count, 1.0,
                       block.data(), byRows ? cols : count, 1.0, scatter.data(), cols);
+        phase.advance(static_cast<std::uint64_t>(count));
     }
 }
 
@@ -109,24 +115,57 @@ struct Grouping {
     IntVector starts;
 };
 
-/// Mean of the rows in a group as column g of a p × G matrix.
+/// Mean of the rows in a group as column g of a p × G matrix. A mean whose sum overflows is formed
+/// again from the values.
 Matrix groupMeans(const Matrix& a, const Grouping& grouping) {
-    const auto groups = static_cast<int>(grouping.codes.size());
-    Matrix result(a.getNumCols(), groups);
-    for (int g = 0; g < groups; ++g) {
-        const auto group = static_cast<std::uint64_t>(g);
-        const IntVector rows(grouping.order.begin() + grouping.starts[group],
-                             grouping.order.begin() + grouping.starts[group + 1]);
-        result(Util::all, g) = Util::mean(a(rows, Util::all));
+    const std::int64_t cols = a.getNumCols();
+    const auto numGroups = static_cast<std::int64_t>(grouping.codes.size());
+    const Kernels::Arrays& kernels = Kernels::arrays();
+    Matrix means(a.getNumCols(), static_cast<int>(numGroups));
+    const auto membersOf = [&](std::int64_t group) {
+        return std::span(grouping.order.begin() + grouping.starts.data()[group],
+                         grouping.order.begin() + grouping.starts.data()[group + 1]);
+    };
+    const auto finish = [&](std::int64_t group, std::int64_t column, Kernels::CompensatedSum sum) {
+        const std::span<const int> members = membersOf(group);
+        double& mean = means.data()[group * cols + column];
+        mean = sum.mean(static_cast<std::int64_t>(members.size()));
+        if (std::isfinite(mean)) return;
+        Vector values;
+        for (const int row : members) values.push_back(a(row, static_cast<int>(column)));
+        mean = Util::mean(values);
+    };
+    if (a.getMatrixOrder() == MatrixOrderType::rowMajor) {
+        Vector rests(static_cast<std::uint64_t>(numGroups * cols));
+        for (std::int64_t i = 0; i < a.getNumRows(); ++i) {
+            const std::int64_t place = grouping.groupOfRow.data()[i] * cols;
+            kernels.addTo(cols, a.data() + i * cols, means.data() + place, rests.data() + place);
+        }
+        for (std::int64_t place = 0; place < numGroups * cols; ++place) {
+            finish(place / cols, place % cols, {means.data()[place], rests.data()[place]});
+        }
+        return means;
     }
-    return result;
+    Vector column(grouping.order.size());  // group by group
+    for (std::int64_t j = 0; j < cols; ++j) {
+        const double* values = a.data() + j * a.getNumRows();
+        std::ranges::transform(grouping.order, column.begin(),
+                               [&](int row) { return values[row]; });
+        for (std::int64_t g = 0; g < numGroups; ++g) {
+            const std::int64_t first = grouping.starts.data()[g];
+            const auto size = static_cast<std::int64_t>(membersOf(g).size());
+            finish(g, j, kernels.sum(size, column.data() + first));
+        }
+    }
+    return means;
 }
 
 Matrix plainCovariance(const Matrix& a) {
     const Vector means = Util::mean(a);
     Matrix scatter(a.getNumCols(), a.getNumCols());
+    ProgressPhase phase(kPhase, static_cast<std::uint64_t>(a.getNumRows()));
     Checks::routine("Covariance", [&] {
-        addScatter({a, means.data()}, 0, a.getNumRows(), scatter);
+        addScatter({a, means.data()}, 0, a.getNumRows(), scatter, phase);
     });
     return dividedScatter(std::move(scatter), a.getNumRows() - 1, a.getMatrixOrder());
 }
@@ -215,9 +254,9 @@ GroupStatistic Util::groupStatistic(const Matrix& a, const IntVector& groups, bo
     GroupStatistic result;
     result.codes_ = grouping.codes;
     result.groupMean_ = groupMeans(a, grouping);
-    const CentredRows centred{a, result.groupMean_.data(), grouping.order.data(),
-                              grouping.groupOfRow.data()};
+    const double* means = result.groupMean_.data();
     Matrix within(cols, cols);
+    ProgressPhase phase(kPhase, static_cast<std::uint64_t>(a.getNumRows()));
     Checks::routine(operation, [&] {
         for (std::uint64_t g = 0; g < grouping.codes.size(); ++g) {
             const int first = grouping.starts[g];
@@ -225,14 +264,18 @@ GroupStatistic Util::groupStatistic(const Matrix& a, const IntVector& groups, bo
             result.sizes_.push_back(end - first);
             if (!groupCovariances) continue;
             Matrix scatter(cols, cols);
-            addScatter(centred, first, end, scatter);
+            const CentredRows ofGroup{a, means + static_cast<std::int64_t>(g) * cols,
+                                      grouping.order.data()};
+            addScatter(ofGroup, first, end, scatter, phase);
             within += scatter;
             result.groupCovariance_.push_back(
                 dividedScatter(std::move(scatter), end - first - 1, a.getMatrixOrder()));
         }
         // Without the groups' own matrices one product over all the rows does.
         if (!groupCovariances && pooledCovariance) {
-            addScatter(centred, 0, a.getNumRows(), within);
+            const CentredRows all{a, means, nullptr, grouping.groupOfRow.data(),
+                                  static_cast<std::int64_t>(grouping.codes.size())};
+            addScatter(all, 0, a.getNumRows(), within, phase);
         }
     });
     if (pooledCovariance) {

@@ -24,6 +24,7 @@
 #include "Veltrix/Data/WString.h"
 #include "Veltrix/Engine/CatReducer.h"
 #include "Veltrix/Engine/ClassPrediction.h"
+#include "Veltrix/Engine/DA.h"
 #include "Veltrix/Engine/DT.h"
 #include "Veltrix/Engine/DT/Tree.h"
 #include "Veltrix/Engine/Distributions.h"
