@@ -115,50 +115,67 @@ struct Grouping {
     IntVector starts;
 };
 
-/// Mean of the rows in a group as column g of a p × G matrix. A mean whose sum overflows is formed
-/// again from the values.
-Matrix groupMeans(const Matrix& a, const Grouping& grouping) {
-    const std::int64_t cols = a.getNumCols();
-    const auto numGroups = static_cast<std::int64_t>(grouping.codes.size());
-    const Kernels::Arrays& kernels = Kernels::arrays();
-    Matrix means(a.getNumCols(), static_cast<int>(numGroups));
-    const auto membersOf = [&](std::int64_t group) {
-        return std::span(grouping.order.begin() + grouping.starts.data()[group],
-                         grouping.order.begin() + grouping.starts.data()[group + 1]);
-    };
-    const auto finish = [&](std::int64_t group, std::int64_t column, Kernels::CompensatedSum sum) {
-        const std::span<const int> members = membersOf(group);
-        double& mean = means.data()[group * cols + column];
-        mean = sum.mean(static_cast<std::int64_t>(members.size()));
-        if (std::isfinite(mean)) return;
-        Vector values;
-        for (const int row : members) values.push_back(a(row, static_cast<int>(column)));
-        mean = Util::mean(values);
-    };
-    if (a.getMatrixOrder() == MatrixOrderType::rowMajor) {
-        Vector rests(static_cast<std::uint64_t>(numGroups * cols));
+/// Means of the rows of every group, p × G, and what rounding left out of them.
+struct GroupMeans {
+    GroupMeans(const Matrix& from, const Grouping& by)
+        : a(from),
+          grouping(by),
+          means(from.getNumCols(), static_cast<int>(by.codes.size())),
+          rests(means) {
+        a.getMatrixOrder() == MatrixOrderType::rowMajor ? sumRows() : sumColumns();
+    }
+
+    std::span<const int> membersOf(std::int64_t group) const {
+        const int* starts = grouping.starts.data() + group;
+        return {grouping.order.data() + starts[0], grouping.order.data() + starts[1]};
+    }
+
+    void sumRows() {
+        const std::int64_t cols = a.getNumCols();
+        const std::int64_t size = sizeOf(means);
         for (std::int64_t i = 0; i < a.getNumRows(); ++i) {
             const std::int64_t place = grouping.groupOfRow.data()[i] * cols;
-            kernels.addTo(cols, a.data() + i * cols, means.data() + place, rests.data() + place);
+            Kernels::arrays().addTo(cols, a.data() + i * cols, means.data() + place,
+                                    rests.data() + place);
         }
-        for (std::int64_t place = 0; place < numGroups * cols; ++place) {
-            finish(place / cols, place % cols, {means.data()[place], rests.data()[place]});
-        }
-        return means;
-    }
-    Vector column(grouping.order.size());  // group by group
-    for (std::int64_t j = 0; j < cols; ++j) {
-        const double* values = a.data() + j * a.getNumRows();
-        std::ranges::transform(grouping.order, column.begin(),
-                               [&](int row) { return values[row]; });
-        for (std::int64_t g = 0; g < numGroups; ++g) {
-            const std::int64_t first = grouping.starts.data()[g];
-            const auto size = static_cast<std::int64_t>(membersOf(g).size());
-            finish(g, j, kernels.sum(size, column.data() + first));
+        for (std::int64_t k = 0; k < size; ++k) {
+            divide(k / cols, k % cols, {means.data()[k], rests.data()[k]});
         }
     }
-    return means;
-}
+
+    void sumColumns() {
+        Vector column(grouping.order.size());  // group by group
+        for (std::int64_t j = 0; j < a.getNumCols(); ++j) {
+            const double* values = a.data() + j * a.getNumRows();
+            std::ranges::transform(grouping.order, column.begin(),
+                                   [values](int row) { return values[row]; });
+            for (std::int64_t g = 0; g < means.getNumCols(); ++g) {
+                const auto size = static_cast<std::int64_t>(membersOf(g).size());
+                const double* first = column.data() + grouping.starts.data()[g];
+                divide(g, j, Kernels::arrays().sum(size, first));
+            }
+        }
+    }
+
+    /// A mean whose sum has overflowed is formed again from the values.
+    void divide(std::int64_t group, std::int64_t col, Kernels::CompensatedSum sum) {
+        const std::span<const int> members = membersOf(group);
+        const auto size = static_cast<std::int64_t>(members.size());
+        const std::int64_t place = group * a.getNumCols() + col;
+        double& mean = means.data()[place] = sum.mean(size);
+        rests.data()[place] = sum.restOf(mean, size);
+        if (std::isfinite(mean)) return;
+        Vector values;
+        for (const int row : members) values.push_back(a(row, static_cast<int>(col)));
+        mean = Util::mean(values);
+        rests.data()[place] = 0.0;
+    }
+
+    const Matrix& a;
+    const Grouping& grouping;
+    Matrix means;
+    Matrix rests;
+};
 
 Matrix plainCovariance(const Matrix& a) {
     const Vector means = Util::mean(a);
@@ -253,7 +270,9 @@ GroupStatistic Util::groupStatistic(const Matrix& a, const IntVector& groups, bo
     const int cols = a.getNumCols();
     GroupStatistic result;
     result.codes_ = grouping.codes;
-    result.groupMean_ = groupMeans(a, grouping);
+    GroupMeans ofGroups(a, grouping);
+    result.groupMean_ = std::move(ofGroups.means);
+    result.groupMeanRest_ = std::move(ofGroups.rests);
     const double* means = result.groupMean_.data();
     Matrix within(cols, cols);
     ProgressPhase phase(kPhase, static_cast<std::uint64_t>(a.getNumRows()));

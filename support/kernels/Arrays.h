@@ -26,7 +26,12 @@ struct CompensatedSum {
         const auto count = static_cast<double>(n);
         const double quotient = total() / count;
         if (!std::isfinite(quotient)) return quotient;
-        return quotient + (std::fma(-quotient, count, sum) + rest) / count;
+        return quotient + restOf(quotient, n);
+    }
+    /// What is missing from that to total/n.
+    double restOf(double mean, std::int64_t n) const {
+        const auto count = static_cast<double>(n);
+        return (std::fma(-mean, count, sum) + rest) / count;
     }
 };
 

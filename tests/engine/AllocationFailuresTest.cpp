@@ -285,6 +285,20 @@ TEST(AllocationFailures, Neighbours) {
     EXPECT_GT(answers, 3);
 }
 
+TEST(AllocationFailures, Discriminants) {
+    using Discriminant = Engine::DA::Model;
+    const DataFrame two = kMore.numeric(Util::all, IntVector{0, 1});
+    for (const bool quadratic : {false, true}) {
+        Discriminant model;
+        model.setQuadratic(quadratic).fit(kData.x(Util::all, IntVector{0, 1}), kData.labels);
+        surviveStored(model, Discriminant().fit(two, kClasses),
+                      {{"fit", [&](auto& m) { m.fit(Convert::toMatrix(two), kMore.labels); }},
+                       {"fit a frame", [&](auto& m) { m.fit(two, kClasses); }},
+                       {"priors", [](auto& m) { m.setPriors(Vector(3, 0.25)); }},
+                       {"odds", [&](auto& m) { m.posteriorProbability(two); }}});
+    }
+}
+
 /// `values` are the response of `kMore` as numbers.
 template <class Tree>
 void surviveTree(int response, const Vector& values, Steps<Tree> steps) {

@@ -91,6 +91,12 @@ NumberNeighbours fitted(unsigned seed) {
     return NumberNeighbours().fit(predictors(seed), numbers(seed));
 }
 
+using Discriminant = Engine::DA::Model;
+template <>
+Discriminant fitted(unsigned seed) {
+    return Discriminant().setQuadratic(seed % 2 == 0).fit(predictors(seed), labels(seed));
+}
+
 Engine::DT::Params growth() {
     Engine::DT::Params params;
     params.maxSplits = params.maxLevels = params.maxNodes = 99;
@@ -192,7 +198,7 @@ class StoredModels : public testing::Test {};
 
 using Models =
     testing::Types<Regression, Logistic, Clusters, Hierarchy, Neighbours, NumberNeighbours,
-                   ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series,
+                   Discriminant, ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series,
                    Smoothing::MovingAverage, Smoothing::Exponential, Smoothing::DoubleExponential,
                    Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
                    Smoothing::NoTrendHoltWinters>;

@@ -35,6 +35,7 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::TS::ARIMA::Data>,
     readModel<Engine::HC::Model>,
     readModel<Engine::LinearModel::Logistic::Model>,
+    readModel<Engine::DA::Model>,
 };
 
 }  // namespace

@@ -211,6 +211,33 @@ TEST(KnnCommand, ShowsTheReferenceNumbersAndSearches) {
                 std::ranges::min(reference.vector("searches.3.misclassified_percent")), 1e-10);
 }
 
+TEST(DiscriminantCommand, ShowsTheReferenceNumbers) {
+    const ReferenceData reference("learners/birthwt_race.qda");
+    std::vector<std::string> priors = reference.texts("groups");
+    for (std::size_t k = 0; k < priors.size(); ++k) priors[k] += "=" + reference.texts("priors")[k];
+    const JsonReport report =
+        reportOf({"discriminant --quadratic --data", kLearners + reference.text("data"), "--target",
+                  reference.text("class"), "--priors", joined(priors)});
+    const Table posterior = reference.matrix("posterior");
+    for (std::size_t g = 0; g < posterior.columns; ++g) {
+        const std::string group = reference.texts("groups")[g];
+        std::vector<double> expected;
+        for (std::size_t i = 0; i < posterior.rows; ++i) expected.push_back(posterior(i, g));
+        const auto found = report.column("Scores: training", "P(" + group + ")");
+        EXPECT_TRUE(allNear(found, expected, {0.0, 1e-9})) << group;
+        expected = {reference.vector("constants")[g]};
+        for (std::size_t j = 0; j < 3; ++j) {
+            expected.push_back(reference.matrix("coefficients")(j, g));
+        }
+        EXPECT_TRUE(allNear(report.column("Coefficients", group), expected, {1e-8, 0.0})) << group;
+        EXPECT_NEAR(report.column("Group means", group)[1], reference.matrix("means")(g, 1), 1e-8);
+        const auto terms = reference.vector("quadratic_terms." + std::to_string(g) + ".2");
+        EXPECT_TRUE(allNear(report.column("Quadratic terms: " + group, "bwt"), terms, {1e-8, 0.0}));
+    }
+    EXPECT_EQ(report.column("Confusion matrix: training", "Errors").back(),
+              reference.scalar("misclassified"));
+}
+
 TEST(KnnCommand, TellsPartsClassesAndErrors) {
     const TemporaryFolder folder;
     const std::string model = folder.path("m.json");

@@ -169,6 +169,11 @@ TEST_F(Mistakes, InOptionsOfFamilies) {
             {"kind --predictors x --success-class d", "--success-class | no class \"d\""},
             {"z --predictors x", "--target | \"z\" | holds only \"0\""},
             {"w --predictors x --max-iterations -1", "--max-iterations | \"-1\" | from 0"}});
+    expect({"discriminant --data", data, "--target class --predictors"},
+           {{"z", "--predictors | within-class variance | \"z\" is constant in every class"},
+            {"x,w --quadratic", "\"x\" is constant in class \"3\""},
+            {"x --partition-column part --priors 01=1", "--priors | \"2\" has none"},
+            {"x --weights w", "--weights"}});
     expect({"tree --data", data, "--target class --predictors x"},
            {{"--categorical kin", "--categorical | did you mean \"kind\""},
             {"--categorical kind", "--categorical | \"kind\" | no predictor"},

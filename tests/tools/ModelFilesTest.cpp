@@ -32,7 +32,8 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
         std::ranges::replace(text, '\n', ',');
         return splitAt(",", text);
     };
-    for (const std::string name : {"regress", "logistic", "knn", "tree", "kmeans"}) {
+    for (const std::string name :
+         {"regress", "logistic", "knn", "tree", "discriminant", "kmeans"}) {
         const auto cells = cellsOf(predictionsOf(kModels + name + ".json", kModels + "new.csv"));
         const auto expected = cellsOf(contentOf(kModels + name + ".csv"));
         ASSERT_EQ(cells.size(), expected.size()) << name;
@@ -77,6 +78,8 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
         {"knn", "\"successClass\":\"yes", "\"successClass\":\"may", "model.successClass"},
         {"tree", "\"categorical\":[\"region", "\"categorical\":[\"area", "\"area\" is no"},
         {"tree", "\"text\":[\"region", "\"text\":[\"size", "text | \"size\" is no"},
+        {"discriminant", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model.priorLabels"},
+        {"discriminant", "\"offsets\":[", "\"offsets\":[1,", "offsets | expected 2 values"},
         {"kmeans", "\"columns\":[\"size\",", "\"columns\":[", "columns | 1 columns, expected 2"}};
     const auto expect = [&](const std::string& text, const Words& words) {
         const std::string bad = folder.write("bad.json", text);

@@ -26,10 +26,10 @@ struct Stored<Model::Fitted> {
         a("means", fitted.means);
         const int cols = fitted.means.getNumRows();
         const int numGroups = fitted.means.getNumCols();
-        const auto areOf = [&](const auto& list, int width) {
+        const auto areOf = [&](const auto& list, int rows) {
             return (list.empty() || list.size() == static_cast<std::size_t>(numGroups)) &&
                    std::ranges::all_of(
-                       list, [&](const Matrix& each) { return hasShape(each, cols, width); });
+                       list, [&](const Matrix& each) { return hasShape(each, rows, cols); });
         };
         constexpr const char* kColumns = "expected a row for each column, column-major";
         constexpr const char* kSquare = "expected one for each group, with the means' columns";
@@ -47,7 +47,7 @@ struct Stored<Model::Fitted> {
         a.check(
             "roots",
             [&] {
-                return areOf(fitted.roots, cols) &&
+                return areOf(fitted.roots, cols + 1) &&
                        fitted.roots.size() == fitted.quadraticTerms.size();
             },
             kSquare);

@@ -122,6 +122,20 @@ Vector middleOf(const GroupStatistic& statistic) {
     return middle;
 }
 
+/// U⁻¹ below its product with the rest of the mean, (p + 1) × p.
+Matrix rootOf(const Matrix& factor, const Vector& meanRest) {
+    const int cols = factor.getNumCols();
+    const Matrix inverse = Matrix::solveTriangularSystem(factor, Veltrix::Util::eye(cols, cols),
+                                                         SideType::left, kUpper, false, 1.0);
+    Matrix root(cols + 1, cols);
+    for (int j = 0; j < cols; ++j) {
+        const Vector column = columnOf(inverse, j);
+        root(0, j) = -Veltrix::Util::dotProduct(column, meanRest);
+        for (int i = 0; i <= j; ++i) root(i + 1, j) = column[static_cast<std::uint64_t>(i)];
+    }
+    return root;
+}
+
 }  // namespace
 
 static_assert(std::is_nothrow_move_constructible_v<Model> &&
@@ -249,6 +263,7 @@ Model::Fitted Model::fitLinear(const Matrix& x, const IntVector& groups, const V
     for (int g = 0; g < distances.getNumCols(); ++g) {
         distances(Veltrix::Util::all, g) += -fitted.centre;
     }
+    distances += statistic.getGroupMeanRest();
     fitted.directions = solve(distances);
     fitted.offsets = logPriors + halfProducts(distances, fitted.directions);
     return fitted;
@@ -273,8 +288,7 @@ Model::Fitted Model::fitQuadratic(const Matrix& x, const IntVector& groups, cons
             Matrix::solvePositiveDefiniteSystemFromCholesky(factor, mean, kUpper);
         fitted.quadraticTerms.push_back(
             -0.5 * Matrix::inversePositiveDefiniteFromCholesky(factor, kUpper));
-        fitted.roots.push_back(Matrix::solveTriangularSystem(factor, Veltrix::Util::eye(cols, cols),
-                                                             SideType::left, kUpper, false, 1.0));
+        fitted.roots.push_back(rootOf(factor, columnOf(statistic.getGroupMeanRest(), g)));
         fitted.offsets[group] -= Veltrix::Util::sum(Veltrix::Util::ln(Veltrix::Util::diag(factor)));
         phase.advance();
     }

@@ -24,8 +24,8 @@ std::int64_t blockRows(std::int64_t columns) {
     return std::max(kElements / columns, kLeast) / kMultiple * kMultiple;
 }
 
-/// Some rows of x less a centre, column-major. The last block is padded with rows of zeros to a
-/// multiple of what the kernels take at a time.
+/// Some rows of x less a centre behind a column of ones, column-major. The last block is padded
+/// with rows of zeros to a multiple of what the kernels take at a time.
 struct RowBlock {
     const Matrix& x;
     Storage::Buffer<double> values;
@@ -34,19 +34,21 @@ struct RowBlock {
     std::int64_t ld = 0;
 
     RowBlock(const Matrix& from, std::int64_t rows)
-        : x(from), values(static_cast<std::size_t>(rows * from.getNumCols())) {}
+        : x(from), values(static_cast<std::size_t>(rows * (from.getNumCols() + std::int64_t{1}))) {}
 
     void start(std::int64_t from, std::int64_t rows) {
         constexpr std::int64_t kMultiple = Kernels::kRowMultiple;
         first = from;
         count = rows;
         ld = (rows + kMultiple - 1) / kMultiple * kMultiple;
+        std::fill_n(values.begin(), ld, 1.0);
     }
+    const double* records() const { return values.data() + ld; }
     void centreOn(const double* centre) {
         const LineSteps steps(x);
         const double* from = x.data() + first * steps.row;
         for (std::int64_t j = 0; j < x.getNumCols(); ++j) {
-            double* column = values.data() + j * ld;
+            double* column = values.data() + (j + 1) * ld;
             const double* source = from + j * steps.column;
             if (steps.row == 1) {
                 for (std::int64_t i = 0; i < count; ++i) column[i] = source[i] - centre[j];
@@ -70,21 +72,21 @@ void linearScores(RowBlock& block, const Vector& centre, const Matrix& direction
     }
     const auto plain = Support::Transpose::No;
     const std::int64_t cols = directions.getNumRows();
-    Support::gemm(plain, plain, block.ld, numGroups, cols, 1.0, block.values.data(), block.ld,
+    Support::gemm(plain, plain, block.ld, numGroups, cols, 1.0, block.records(), block.ld,
                   directions.data(), cols, 1.0, scores, block.ld);
 }
 
-/// The score of one group: offset − ½‖row·root‖² for the upper triangle `root`.
+/// The score of one group, offset − ½‖(1, row)·root‖².
 void quadraticScore(RowBlock& block, const double* mean, const Matrix& root, double offset,
                     double* scores) {
     constexpr std::int64_t kPanel = 12;
-    const std::int64_t cols = root.getNumRows();
+    const std::int64_t cols = root.getNumCols();
     block.centreOn(mean);
     std::fill_n(scores, block.ld, 0.0);
     for (std::int64_t first = 0; first < cols; first += kPanel) {
         const std::int64_t width = std::min(kPanel, cols - first);
-        Kernels::rowBlocks().addRowNorms(block.ld, first + width, block.values.data(),
-                                         root.data() + first * cols, cols, width, scores);
+        Kernels::rowBlocks().addRowNorms(block.ld, first + width + 1, block.values.data(),
+                                         root.data() + first * (cols + 1), cols + 1, width, scores);
     }
     for (std::int64_t i = 0; i < block.ld; ++i) scores[i] = offset - 0.5 * scores[i];
 }

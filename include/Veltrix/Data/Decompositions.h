@@ -139,6 +139,8 @@ class VELTRIX_DATA_API GroupStatistic {
     [[nodiscard]] const IntVector& getGroupSizes() const noexcept { return sizes_; }
     /// p × G, one column per group.
     [[nodiscard]] const Matrix& getGroupMean() const noexcept { return groupMean_; }
+    /// What rounding left out of the means, p × G: data far from 0 lose digits with it.
+    [[nodiscard]] const Matrix& getGroupMeanRest() const noexcept { return groupMeanRest_; }
     /// p × p, divisor n_g − 1 (a group of one record gives NaN). `group` is the position in the
     /// list of codes; throws `Exception` when it is out of range or was not asked for.
     [[nodiscard]] const Matrix& getGroupCovariance(int group) const;
@@ -153,6 +155,7 @@ class VELTRIX_DATA_API GroupStatistic {
     IntVector codes_;
     IntVector sizes_;
     Matrix groupMean_;
+    Matrix groupMeanRest_;
     std::vector<Matrix> groupCovariance_;
     Matrix pooledCovariance_;
     Vector pooledMean_;

@@ -106,8 +106,9 @@ class VELTRIX_ENGINE_API Model : public Classification::Modelable, public JSON::
         Matrix coefficients;
         Vector constants;
         std::vector<Matrix> quadraticTerms;
-        /// Scores about centres: (x − centre)ᵀ·direction + offset, or offset − ½‖(x − μ_g)ᵀ·root‖²
-        /// with Σ_g⁻¹ = root·rootᵀ, upper triangular.
+        /// Scores about centres: (x − centre)ᵀ·direction + offset, or offset − ½‖(1, x −
+        /// μ_g)·root‖² with Σ_g⁻¹ = RRᵀ for the upper triangular rows R below the first of a root,
+        /// which takes the rounding of μ_g away.
         Vector centre;
         Matrix directions;
         std::vector<Matrix> roots;

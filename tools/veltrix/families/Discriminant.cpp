@@ -1,7 +1,13 @@
+#include <algorithm>
+#include <optional>
+
 #include <fmt/format.h>
 
+#include "Veltrix/Data/Convert.h"
 #include "Veltrix/Engine/DA.h"
+#include "Veltrix/Engine/Exceptions.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
 
@@ -28,8 +34,13 @@ class Discriminant : public StoredFamily<Discriminant> {
 
     void fit(const Prepared& data) override {
         setRoles(model_, data.roles);
-        model_.setQuadratic(quadratic_).fit(data.training().records.x,
-                                            data.labelsOf(data.training()));
+        const PartData& training = data.training();
+        try {
+            model_.setQuadratic(quadratic_).fit(training.records.x, data.labelsOf(training));
+        } catch (const Engine::DAInvalidWithinClassVariance& error) {
+            throw UserError(
+                fmt::format("{}: {}{}", data.option, error.what(), constantColumn(data)));
+        }
     }
 
     std::string title(const std::string& target) const override {
@@ -73,9 +84,9 @@ class Discriminant : public StoredFamily<Discriminant> {
     ClassRoles roles() const override { return rolesOf(model_); }
 
     Scores score(const Records& records, double /*confidence*/) const override {
-        return classScores(Convert::toDataFrame(model_.posteriorProbability(records.x),
-                                                model_.getClasses()),
-                           roles());
+        return classScores(
+            Convert::toDataFrame(model_.posteriorProbability(records.x), model_.getClasses()),
+            roles());
     }
 
     int numColumns() const override { return model_.getGroupMeans().getNumRows(); }
@@ -89,6 +100,33 @@ class Discriminant : public StoredFamily<Discriminant> {
     }
 
   private:
+    /// " Column X is constant in class Y." for the first one, "" when there is none.
+    std::string constantColumn(const Prepared& data) const {
+        const PartData& training = data.training();
+        const std::vector<std::string> columns = data.coding.columnNames();
+        for (int j = 0; j < training.records.x.getNumCols(); ++j) {
+            const auto values = training.records.x(Selection::all, j).elements();
+            const std::string& name = columns[static_cast<std::size_t>(j)];
+            // The first value that records of a class have, and whether another one followed.
+            std::vector<std::optional<double>> firsts(data.labels.size());
+            std::vector<bool> varies(data.labels.size());
+            for (std::uint64_t i = 0; i < training.labels.size(); ++i) {
+                const auto label = static_cast<std::size_t>(training.labels[i]);
+                const double value = values[static_cast<std::ptrdiff_t>(i)];
+                if (!firsts[label]) firsts[label] = value;
+                varies[label] = varies[label] || value != *firsts[label];
+            }
+            for (std::size_t k = 0; quadratic_ && k < varies.size(); ++k) {
+                if (varies[k] || !firsts[k]) continue;
+                return fmt::format(" Column {} is constant in class {}.", quoted(name),
+                                   quoted(data.labels[k].toUtf8()));
+            }
+            if (std::ranges::find(varies, true) != varies.end()) continue;
+            return fmt::format(" Column {} is constant in every class.", quoted(name));
+        }
+        return {};
+    }
+
     bool quadratic_ = false;
     Engine::DA::Model model_;
 };

@@ -12,8 +12,8 @@ namespace Veltrix::Tool {
 namespace {
 
 constexpr std::unique_ptr<Family> (*kFamilies[])() = {
-    makeRegression, makeLogistic,     makeNeighbours,      makeTree,
-    makeKMeans,     makeHierarchical, makeAutocorrelations};
+    makeRegression,   makeLogistic, makeNeighbours,   makeTree,
+    makeDiscriminant, makeKMeans,   makeHierarchical, makeAutocorrelations};
 
 }  // namespace
 

@@ -17,6 +17,8 @@ std::unique_ptr<Family> makeLogistic();
 std::unique_ptr<Family> makeNeighbours();
 /// Decision trees for classes or numbers, pruned on the validation part.
 std::unique_ptr<Family> makeTree();
+/// Linear and quadratic discriminant analysis.
+std::unique_ptr<Family> makeDiscriminant();
 /// Clusters of similar rows.
 std::unique_ptr<Family> makeKMeans();
 /// Trees of clusters, of rows or of items with distances between them.

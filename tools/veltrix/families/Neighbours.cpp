@@ -166,19 +166,10 @@ class Neighbours : public StoredFamily<Neighbours> {
         const auto isClass = [&](const WString& label) {
             return std::find(classes.begin(), classes.end(), label) != classes.end();
         };
-        const auto hasPrior = [&](const WString& label) {
-            return model.getPriors().contains(label);
-        };
-        const WString& success = model.getSuccessClass();
         if (!std::ranges::all_of(Util::uniqueElements(model.getTrainingResponse()), isClass)) {
             stored.at("labels").fail("a label that is none of the classes");
         }
-        if (!success.empty() && !isClass(success)) {
-            stored.at("successClass").fail("none of the classes");
-        }
-        if (!std::all_of(classes.begin(), classes.end(), hasPrior)) {
-            stored.at("priorLabels").fail("a class has none");
-        }
+        checkRoles(stored, model);
     }
 
     /// Sets k to the best one.

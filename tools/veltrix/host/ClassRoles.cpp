@@ -132,4 +132,16 @@ ClassRoles rolesOf(const Engine::Classification::Modelable& model) {
             model.getSuccessProbabilityCutoff()};
 }
 
+void checkRoles(const Support::JsonView& stored, const Engine::Classification::Modelable& model) {
+    const StringVector& classes = model.getClasses();
+    const WString& success = model.getSuccessClass();
+    if (!success.empty() && std::find(classes.begin(), classes.end(), success) == classes.end()) {
+        stored.at("successClass").fail("none of the classes");
+    }
+    const auto hasPrior = [&](const WString& label) { return model.getPriors().contains(label); };
+    if (!std::all_of(classes.begin(), classes.end(), hasPrior)) {
+        stored.at("priorLabels").fail("a class has none");
+    }
+}
+
 }  // namespace Veltrix::Tool

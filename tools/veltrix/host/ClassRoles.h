@@ -6,6 +6,7 @@
 #include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/WString.h"
 #include "Veltrix/Engine/Roles.h"
+#include "support/Json.h"
 
 namespace Veltrix::Tool {
 
@@ -37,5 +38,8 @@ struct ClassOptions {
 /// Hands the roles to a model before its fit, and takes them back with the priors that it uses.
 void setRoles(Engine::Classification::Modelable& model, const ClassRoles& roles);
 ClassRoles rolesOf(const Engine::Classification::Modelable& model);
+/// Throws `JsonError` unless every class of a model read from that part of a file has a prior and
+/// its success class, if there is one, is among them.
+void checkRoles(const Support::JsonView& stored, const Engine::Classification::Modelable& model);
 
 }  // namespace Veltrix::Tool
