@@ -8,7 +8,7 @@ set -euo pipefail
 packages=(
     g++ cmake ninja-build pkg-config
     libopenblas-pthread-dev liblapacke-dev libsleef-dev
-    libboost-dev nlohmann-json3-dev
+    libboost-dev nlohmann-json3-dev libcpprest-dev libssl-dev
     libcli11-dev libcsv-dev libfmt-dev libxlsxwriter-dev zlib1g-dev
     libgtest-dev libgmock-dev libbenchmark-dev
 )

@@ -23,16 +23,25 @@ if grep -rnE '^ *# *include +(<[^>]*[./]|")' include | grep -vE 'include +["<]Ve
 fi
 
 upper='tools/|examples/|bench/|tests/'
+cluster='bigdata/|Veltrix/BigData'
 refuse "support stands below everything" support "data/|evaluator/|engine/|exports/|Veltrix/|$upper"
 refuse "the data library knows no engine" "data include/Veltrix/Data" \
-    "evaluator/|engine/|exports/|Veltrix/(Engine|Evaluator|BigData|Exports)|$upper"
+    "evaluator/|engine/|exports/|Veltrix/(Engine|Evaluator|Exports)|$cluster|$upper"
 refuse "scoring functions know data only" "evaluator include/Veltrix/Evaluator" \
-    "engine/|exports/|Veltrix/(Engine|BigData|Exports)|$upper"
-refuse "the engine knows no host" "engine include/Veltrix/Engine" "exports/|Veltrix/Exports|$upper"
+    "engine/|exports/|Veltrix/(Engine|Exports)|$cluster|$upper"
+refuse "the cluster client knows data only" "bigdata include/Veltrix/BigData" \
+    "evaluator/|engine/|exports/|Veltrix/(Evaluator|Engine|Exports)|$upper"
+refuse "the engine knows no host" "engine include/Veltrix/Engine" \
+    "exports/|Veltrix/Exports|$cluster|$upper"
 refuse "exports know no host" exports "$upper"
 refuse "the tool is not for tests" "tools examples bench" "tests/"
-refuse "third parties stay behind their seams" "data evaluator engine exports include" \
+refuse "third parties stay behind their seams" "data evaluator engine exports bigdata include" \
     "nlohmann/|cblas|lapacke|mkl|sleef|immintrin|fmt/|CLI/|csv\.h|xlsxwriter|zlib"
+if grep -rlE '^ *# *include +<(cpprest|pplx)/' --include='*.h' --include='*.cpp' . --exclude-dir=build |
+    grep -vx './bigdata/Http.cpp'; then
+    echo "layers.sh: only bigdata/Http.cpp knows the HTTP library" >&2
+    broken=1
+fi
 
 # Families: the folder in the engine, and what its public headers are called.
 families=(supervised/LinearModel supervised/DA supervised/KNN supervised/DT unsupervised/KMC unsupervised/HC timeseries/ARIMA

@@ -107,11 +107,13 @@ void writeNode(JsonWriter& writer, const JsonStore& store, const JsonNode& node)
 
 // ---- Reading ----
 
-std::string JsonView::toJson() const {
+std::string jsonText(const JsonStore& store, const JsonNode& node) {
     JsonWriter writer;
-    writeNode(writer, *store_, *node_);
+    writeNode(writer, store, node);
     return writer.take();
 }
+
+std::string JsonView::toJson() const { return jsonText(*store_, *node_); }
 
 bool JsonView::isNull() const { return node_->kind == JsonKind::Null; }
 bool JsonView::isBool() const { return node_->kind == JsonKind::Bool; }
@@ -259,8 +261,8 @@ JsonDocument::JsonDocument(JsonDocument&&) noexcept = default;
 JsonDocument& JsonDocument::operator=(JsonDocument&&) noexcept = default;
 JsonDocument::~JsonDocument() = default;
 
-JsonDocument JsonDocument::parse(std::string_view text) {
-    return JsonDocument(std::make_unique<const JsonStore>(parseJson(text, kMaxDepth)));
+JsonDocument JsonDocument::parse(std::string_view text, int maxDepth) {
+    return JsonDocument(std::make_unique<const JsonStore>(parseJson(text, maxDepth)));
 }
 
 JsonView JsonDocument::root() const { return JsonView(*store_, store_->root, std::string()); }

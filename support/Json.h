@@ -29,6 +29,9 @@ struct JsonError : std::runtime_error {
 struct JsonNode;
 struct JsonStore;
 
+/// A value of a document as JSON text.
+std::string jsonText(const JsonStore& store, const JsonNode& node);
+
 /// One value of a document, with the path that leads to it for use in messages
 /// ("model.coefficients[3]"). Cheap to copy; valid as long as its `JsonDocument`.
 ///
@@ -75,6 +78,10 @@ class JsonView {
 
     const std::string& path() const { return path_; }
 
+    /// The value itself, for those who walk through millions of parts without a path for each.
+    const JsonStore& store() const { return *store_; }
+    const JsonNode& node() const { return *node_; }
+
     /// Throws `JsonError` for this value: `key "PATH": PROBLEM`. For rules beyond the kind of a
     /// value (a wrong length, an unknown name).
     [[noreturn]] void fail(std::string_view problem) const;
@@ -103,7 +110,7 @@ class JsonDocument {
     static constexpr int kMaxDepth = 256;
 
     /// Parses a whole UTF-8 text. Throws `JsonError` with line and column.
-    static JsonDocument parse(std::string_view text);
+    static JsonDocument parse(std::string_view text, int maxDepth = kMaxDepth);
 
     JsonDocument(JsonDocument&&) noexcept;
     JsonDocument& operator=(JsonDocument&&) noexcept;

@@ -3,6 +3,18 @@
 /// @file
 /// Everything the library offers.
 
+#include "Veltrix/BigData/ClusterHealth.h"
+#include "Veltrix/BigData/ContextCheck.h"
+#include "Veltrix/BigData/Exceptions.h"
+#include "Veltrix/BigData/JobStatus.h"
+#include "Veltrix/BigData/Parameters.h"
+#include "Veltrix/BigData/QuorvanDatasets.h"
+#include "Veltrix/BigData/Results.h"
+#include "Veltrix/BigData/Sampling.h"
+#include "Veltrix/BigData/Schema.h"
+#include "Veltrix/BigData/Settings.h"
+#include "Veltrix/BigData/Submission.h"
+#include "Veltrix/BigData/Summarization.h"
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Data/DataFrame.h"
 #include "Veltrix/Data/Decompositions.h"
