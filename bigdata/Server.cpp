@@ -20,6 +20,8 @@ constexpr const char* kServerTimeout = "21474835";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr int kMaxDepth = 128;
 constexpr std::size_t kQuotedCharacters = 500;
+/// What is shorter hides nothing, and would blot out half of a message.
+constexpr std::size_t kShortestSecret = 4;
 
 bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
@@ -93,7 +95,7 @@ std::string jobPath(const WString& jobID) {
 Server::Server(const SparkMasterSettings& settings, const AWSCredentials& keys)
     : settings_(settings) {
     for (const WString* key : {&keys.getSecret(), &keys.getAccess()}) {
-        if (!key->empty()) secrets_.push_back(key->toUtf8());
+        if (key->size() >= kShortestSecret) secrets_.push_back(key->toUtf8());
     }
 }
 

@@ -10,5 +10,7 @@ namespace Veltrix::Testing {
 extern const char* const kTestData;
 /// The command-line program; empty when it is not built.
 extern const char* const kVeltrix;
+/// A job server in another language, for those who have it.
+extern const char* const kRecordedServer;
 
 }  // namespace Veltrix::Testing

@@ -40,7 +40,7 @@ class Mistakes : public testing::Test {
 };
 
 TEST_F(Mistakes, InCommandsAndFiles) {
-    expect({}, {{{}, "subcommand"},
+    expect({}, {{{}, "A command | regress"},
                 {{"regres --data", data}, "\"regres\" | regress | predict"},
                 {{"regress --data", folder.path("no.csv"), "--target x"},
                  "--data | no.csv | No such file"}});

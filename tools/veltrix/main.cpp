@@ -60,14 +60,23 @@ int leaveParser(const CLI::App& app, const CLI::ParseError& error) {
     return 0;
 }
 
-/// The parser only says that a command is missing when the first argument is none.
-void checkCommand(const CLI::App& app, int argc, const char* const* argv) {
-    if (argc < 2 || argv[1][0] == '-') return;
+/// Names the commands when the next argument is none of them, which the parser does not.
+void checkCommand(const CLI::App& app, int argc, const char* const* argv, int next = 1) {
+    const std::vector<const CLI::App*> commands = app.get_subcommands({});
+    if (commands.empty() || (argc > next && argv[next][0] == '-')) return;
     std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
-    if (std::find(names.begin(), names.end(), argv[1]) != names.end()) return;
+    for (const CLI::App* command : commands) {
+        names.push_back(command->get_name());
+        if (argc > next && names.back() == argv[next]) {
+            return checkCommand(*command, argc, argv, next + 1);
+        }
+    }
+    if (argc <= next) {
+        throw UserError(
+            fmt::format("A command is required, expected one of {}", fmt::join(names, ", ")));
+    }
     throw UserError(fmt::format("{} is no command, expected one of {}",
-                                Veltrix::Tool::quoted(argv[1]), fmt::join(names, ", ")));
+                                Veltrix::Tool::quoted(argv[next]), fmt::join(names, ", ")));
 }
 
 /// The options that every command has.
@@ -81,17 +90,34 @@ void declareCommon(OptionGroup& options) {
                  "Writes an apostrophe before CSV texts that a spreadsheet takes for formulas");
 }
 
+/// Declares the command, its options and the commands below it.
+void declare(CLI::App& app, Command& command) {
+    CLI::App& declared = *app.add_subcommand(command.name(), command.description());
+    OptionGroup options(declared);
+    command.declare(options);
+    const std::vector<Command*> parts = command.parts();
+    for (Command* const part : parts) declare(declared, *part);
+    if (parts.empty()) {
+        declareCommon(options);
+    } else {
+        declared.require_subcommand(1);
+    }
+}
+
+void run(const CLI::App& app, Command& command) {
+    if (!app.got_subcommand(command.name())) return;
+    const std::vector<Command*> parts = command.parts();
+    for (Command* const part : parts) run(*app.get_subcommand(command.name()), *part);
+    if (parts.empty()) command.run();
+}
+
 int runProgram(int argc, const char* const* argv) {
     CLI::App app("Statistical models for data in CSV files.", "veltrix");
     app.set_version_flag("--version", "veltrix " VELTRIX_VERSION_STRING);
     app.require_subcommand(1);
     app.footer(std::string(kAboutFiles));  // inherited by the commands
     const auto commands = makeCommands();
-    for (const auto& command : commands) {
-        OptionGroup options(*app.add_subcommand(command->name(), command->description()));
-        command->declare(options);
-        declareCommon(options);
-    }
+    for (const auto& command : commands) declare(app, *command);
     app.footer(
         fmt::format("{}\nveltrix COMMAND --help lists the options of a command.", kAboutFiles));
     try {
@@ -103,9 +129,7 @@ int runProgram(int argc, const char* const* argv) {
     Support::takeBlasWorkspace();
     const Veltrix::ProgressScope stopped(
         [](const Veltrix::Progress& /*progress*/) { return interruptCode() == 0; });
-    for (const auto& command : commands) {
-        if (app.got_subcommand(command->name())) command->run();
-    }
+    for (const auto& command : commands) run(app, *command);
     return 0;
 }
 
@@ -115,6 +139,8 @@ int runGuarded(int argc, const char* const* argv) noexcept {
         return runProgram(argc, argv);
     } catch (const UserError& error) {
         return fail(kUserMistake, error.what());
+    } catch (const OutsideError& error) {
+        return fail(kInternalFailure, error.what());
     } catch (const Support::FileError& error) {
         return fail(kUserMistake, error.what());
     } catch (const std::bad_alloc&) {

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "tools/veltrix/families/ClusterCommand.h"
 #include "tools/veltrix/families/PartitionCommand.h"
 #include "tools/veltrix/families/PredictCommand.h"
 #include "tools/veltrix/families/SampleCommand.h"
@@ -44,6 +45,7 @@ std::vector<std::unique_ptr<Command>> makeCommands() {
     commands.push_back(std::make_unique<PredictCommand>());
     commands.push_back(std::make_unique<PartitionCommand>());
     commands.push_back(std::make_unique<SampleCommand>());
+    commands.push_back(std::make_unique<ClusterCommand>());
     return commands;
 }
 

@@ -19,6 +19,8 @@ class Command {
     virtual std::string name() const = 0;
     /// One sentence for the list of commands.
     virtual std::string description() const = 0;
+    /// Commands of its own, one of which does the work; none for a command that does it itself.
+    virtual std::vector<Command*> parts() const { return {}; }
     /// Declares the options, which write into members of the command.
     virtual void declare(OptionGroup& options) = 0;
     /// Does the work with the options given; a mistake of the user's throws `UserError`.

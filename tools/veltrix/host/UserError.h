@@ -13,6 +13,12 @@ struct UserError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Something that failed outside the program and that nobody did wrong here, such as a server that
+/// does not answer; `what()` is one line. Ends the program with exit code 1.
+struct OutsideError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 /// Text of the user's in quotation marks, for use inside a message: one line whatever it holds, and
 /// shortened when it is very long. Called as `Tool::quoted`, as the standard library has one too.
 std::string quoted(std::string_view text);
