@@ -47,6 +47,7 @@
 #include "Veltrix/Engine/KMC.h"
 #include "Veltrix/Engine/KNN.h"
 #include "Veltrix/Engine/LinearModel/DesignMatrix.h"
+#include "Veltrix/Engine/LinearModel/FeatureSelection.h"
 #include "Veltrix/Engine/LinearModel/Logistic.h"
 #include "Veltrix/Engine/LinearModel/Model.h"
 #include "Veltrix/Engine/LinearModel/OLS.h"

@@ -106,6 +106,37 @@ TEST(AllocationFailures, LogisticRegression) {
     }
 }
 
+TEST(AllocationFailures, FeatureSelection) {
+    using namespace Engine::LinearModel::FeatureSelection;
+    History history(true, 12, 3);
+    history.recordSubset({0, 2}, 4.0);
+    history.addVariable(1, 3.0);
+    const History other(false, 7, 20);
+    const auto search = [](Algorithm algorithm) {
+        return [algorithm](History& h) {
+            h = Engine::LinearModel::OLS::Model::featureSelection(algorithm, kData.numeric,
+                                                                  kNumbers, kNumbers, true, nullptr,
+                                                                  nullptr, nullptr, nullptr, 2);
+        };
+    };
+    surviveAll(history,
+               Steps<History>{{"add", [](auto& h) { h.addVariable(1, 2.0); }},
+                              {"remove", [](auto& h) { h.removeVariable(1, 2.0); }},
+                              {"subset",
+                               [](auto& h) {
+                                   h.recordSubset({1, 2}, 2.0);
+                               }},
+                              {"full", [](auto& h) { h.recordFullModel(1.0); }},
+                              {"filter", [](auto& h) { h.filterSubsets(1); }},
+                              {"assignment", [&](auto& h) { h = other; }},
+                              {"best", search(Algorithm::bestSubsets)},
+                              {"stepwise", search(Algorithm::stepwiseRegression)}},
+               [](const History& a, const History& b) {
+                   return a.getSizes() == b.getSizes() && a.getStatistics() == b.getStatistics() &&
+                          a.getSubsets().equalTo(b.getSubsets(), 0.0);
+               });
+}
+
 TEST(AllocationFailures, EncoderAndReducer) {
     using Engine::CatReducer;
     using Engine::Encoder;

@@ -1,6 +1,5 @@
 #include <limits>
 #include <span>
-#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -10,22 +9,11 @@
 #include "engine/supervised/LinearModel/ColumnRank.h"
 #include "engine/supervised/LinearModel/LogisticLikelihood.h"
 #include "engine/supervised/LinearModel/Newton.h"
-#include "support/NumberText.h"
 
 namespace Veltrix::Engine::LinearModel::Logistic {
 namespace {
 
 constexpr const char* kOperation = "Logistic regression";
-
-void checkResponses(const Vector& y, int numRows) {
-    Checks::onePerRecord(kOperation, "responses", y.size(), numRows);
-    for (std::uint64_t i = 0; i < y.size(); ++i) {
-        if (y[i] == 0.0 || y[i] == 1.0) continue;
-        Checks::fail(ErrorCode::invalidArgument, kOperation,
-                     "response of record " + std::to_string(i) + " is " +
-                         Support::numberText(y[i]) + ", 0 or 1 expected");
-    }
-}
 
 }  // namespace
 

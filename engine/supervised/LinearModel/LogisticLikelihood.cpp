@@ -1,7 +1,10 @@
 #include "engine/supervised/LinearModel/LogisticLikelihood.h"
 
 #include <cmath>
+#include <string>
 
+#include "engine/core/Checks.h"
+#include "support/NumberText.h"
 #include "support/VectorMath.h"
 
 namespace Veltrix::Engine::LinearModel {
@@ -26,6 +29,17 @@ void logarithms(const Vector& odds, Vector& logs) {
 }
 
 }  // namespace
+
+void checkResponses(const Vector& y, int numRecords) {
+    constexpr const char* kOperation = "Logistic regression";
+    Checks::onePerRecord(kOperation, "responses", y.size(), numRecords);
+    for (std::uint64_t i = 0; i < y.size(); ++i) {
+        if (y[i] == 0.0 || y[i] == 1.0) continue;
+        Checks::fail(ErrorCode::invalidArgument, kOperation,
+                     "response of record " + std::to_string(i) + " is " +
+                         Support::numberText(y[i]) + ", 0 or 1 expected");
+    }
+}
 
 void successProbabilities(std::span<const double> products, double* success, double* failure) {
     Vector odds;

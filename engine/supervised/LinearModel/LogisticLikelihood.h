@@ -7,6 +7,9 @@
 
 namespace Veltrix::Engine::LinearModel {
 
+/// Throws `Exception` unless there is one response for each record, each 0 or 1.
+void checkResponses(const Vector& y, int numRecords);
+
 /// π = 1/(1 + e^−η) of every η, and 1 − π, both without cancellation.
 void successProbabilities(std::span<const double> products, double* success, double* failure);
 

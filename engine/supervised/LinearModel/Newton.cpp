@@ -195,11 +195,13 @@ LogisticEstimates maximiseLikelihood(const LogisticRecords& records, int maxIter
     const IntVector& columns = estimates.columns;
     Vector& beta = estimates.coefficients;
     beta.assign(columns.size(), 0.0);
+    estimates.before = beta;
     estimates.deviance = now.deviance;
     if (columns.empty()) return estimates;
     for (; estimates.numIterations < maxIterations; ++estimates.numIterations) {
         if (!now.equations) now = evaluate(records, columns, beta, true);
         const Vector change = newtonStep(records, columns, beta, *now.equations);
+        estimates.before = beta;
         beta += change;
         const double largest = largestMagnitude(change);
         // Near the solution the deviance falls by the product of slope and step; the equations are

@@ -20,6 +20,7 @@ struct LogisticEstimates {
     IntVector columns;    ///< that are not linearly dependent on earlier ones
     Vector diagonal;      ///< for every design column the length of its part outside those before
     Vector coefficients;  ///< of the columns
+    Vector before;        ///< those that the last step started from
     int numIterations = 0;
     double deviance = 0.0;
 };

@@ -10,6 +10,7 @@
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Engine/FrameForms.h"
 #include "Veltrix/Engine/LinearModel/DesignMatrix.h"
+#include "Veltrix/Engine/LinearModel/FeatureSelection.h"
 #include "Veltrix/Engine/LinearModel/Model.h"
 #include "Veltrix/Export.h"
 
@@ -127,6 +128,20 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     /// there is one weight and one probability for each row.
     static Matrix informationMatrix(const Matrix& design, const Vector& weights,
                                     const Vector& probabilities, int blockRows);
+
+    /// Searches for subsets of predictors (see `FeatureSelection`) on the weighted least-squares
+    /// problem of the last Newton step of the fit to all of them; each recorded model is then
+    /// fitted once. Otherwise as `OLS::Model::featureSelection`.
+    static FeatureSelection::History featureSelection(FeatureSelection::Algorithm algorithm,
+                                                      const Matrix& x, const Vector& y,
+                                                      const Vector& weights, int maxIterations,
+                                                      bool intercept, const double* fIn,
+                                                      const double* fOut, const int* numSubsets,
+                                                      const bool* exhaustive, int maxSize);
+    static FeatureSelection::History featureSelection(
+        FeatureSelection::Algorithm algorithm, const DataFrame& x, const ConstDataFrameColumn& y,
+        const ConstDataFrameColumn& weights, int maxIterations, bool intercept, const double* fIn,
+        const double* fOut, const int* numSubsets, const bool* exhaustive, int maxSize);
 
   protected:
     /// The fitted model with all that its queries need.

@@ -11,6 +11,7 @@
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Engine/FrameForms.h"
 #include "Veltrix/Engine/LinearModel/DesignMatrix.h"
+#include "Veltrix/Engine/LinearModel/FeatureSelection.h"
 #include "Veltrix/Engine/LinearModel/Model.h"
 #include "Veltrix/Export.h"
 
@@ -154,6 +155,23 @@ class VELTRIX_ENGINE_API Model : public LinearModel::Model,
     /// variance vᵢ (squared residuals give the heteroscedasticity-consistent form of White 1980).
     static Matrix weightedCovarianceMatrix(const Matrix& x, const Vector& weights,
                                            const Vector& variances, bool intercept);
+
+    /// Searches for subsets of predictors (see `FeatureSelection`). Columns that depend on earlier
+    /// ones are screened out, also those whose cross-products cannot tell. `weights` is empty for
+    /// unit weights; the pointers are null for the usual limits of F (`kUsualFIn`, `kUsualFOut`),
+    /// one subset of every size, and a search that leaves out what cannot be best. The history has
+    /// one column for each column of the design matrix, and the statistics of its models. Throws
+    /// what a fit and the searches throw.
+    static FeatureSelection::History featureSelection(FeatureSelection::Algorithm algorithm,
+                                                      const Matrix& x, const Vector& y,
+                                                      const Vector& weights, bool intercept,
+                                                      const double* fIn, const double* fOut,
+                                                      const int* numSubsets, const bool* exhaustive,
+                                                      int maxSize);
+    static FeatureSelection::History featureSelection(
+        FeatureSelection::Algorithm algorithm, const DataFrame& x, const ConstDataFrameColumn& y,
+        const ConstDataFrameColumn& weights, bool intercept, const double* fIn, const double* fOut,
+        const int* numSubsets, const bool* exhaustive, int maxSize);
 
   protected:
     /// The fitted model with all that its queries need.

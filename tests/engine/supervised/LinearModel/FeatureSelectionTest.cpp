@@ -1,0 +1,360 @@
+// Subset searches against results computed elsewhere (origin and tolerances in
+// tests/reference/learners/README.md), against plain enumeration, and their histories.
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Veltrix.h"
+#include "tests/engine/Refusals.h"
+#include "tests/support/Containers.h"
+#include "tests/support/ReferenceData.h"
+#include "tests/support/Tolerance.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using namespace Engine::LinearModel::FeatureSelection;
+namespace LinearModel = Engine::LinearModel;
+constexpr Algorithm kAll[] = {Algorithm::backwardElimination, Algorithm::forwardSelection,
+                              Algorithm::bestSubsets, Algorithm::sequentialReplacement,
+                              Algorithm::stepwiseRegression};
+
+/// The bordered cross-product matrix.
+Matrix crossProduct(const Matrix& x, const Vector& y, bool intercept) {
+    Matrix whole = LinearModel::designMatrix(x, intercept);
+    whole.insertColumn(whole.getNumCols(), y);
+    return Util::transpose(whole) * whole;
+}
+
+class SelectionReference : public testing::TestWithParam<const char*> {
+  protected:
+    History search(Algorithm algorithm, double fIn, double fOut, int numSubsets,
+                   int maxSize) const {
+        const bool exhaustive = false;
+        return LinearModel::OLS::Model::featureSelection(algorithm, x, y, {}, intercept, &fIn,
+                                                         &fOut, &numSubsets, &exhaustive, maxSize);
+    }
+    /// The columns of a model as predictors.
+    std::vector<double> predictorsOf(const History& history, int model) const {
+        std::vector<double> result;
+        for (const int j : history.getColumns(model)) {
+            if (!intercept || j > 0) result.push_back(j - (intercept ? 1 : 0));
+        }
+        return result;
+    }
+    double rss(const History& history, int model) const {
+        return history.getModelStatistics().residualSumOfSquares[static_cast<std::uint64_t>(model)];
+    }
+
+    const ReferenceData reference{std::string("learners/") + GetParam() + ".selection"};
+    const CsvData data{"learners/" + reference.text("data")};
+    const Matrix x = columnsOf(data, reference.texts("predictors"));
+    const Vector y = toVector(data.numbers(reference.text("response")));
+    const bool intercept = reference.scalar("intercept") != 0.0;
+    const int p = x.getNumCols();
+    const Tolerance tolerance{1e-9};
+};
+
+TEST_P(SelectionReference, ForwardSelection) {
+    for (int k = 0; reference.has("forward." + std::to_string(k) + ".f_in"); ++k) {
+        const std::string item = "forward." + std::to_string(k) + ".";
+        const double fIn = reference.scalar(item + "f_in");
+        const int maxSize = static_cast<int>(reference.scalar(item + "max_size"));
+        const History history = search(Algorithm::forwardSelection, fIn, 0.0, 1, maxSize);
+        Matrix s = crossProduct(x, y, intercept);
+        const History swept = forwardSelection(s, x.getNumRows(), fIn, intercept, maxSize);
+        const auto entered = reference.vector(item + "entered");
+        const int first = intercept ? 1 : 0;
+        ASSERT_EQ(history.getNumModels(), static_cast<int>(entered.size()) + first);
+        ASSERT_TRUE(swept.getSubsets().equalTo(history.getSubsets(), 0.0));
+        for (std::size_t i = 0; i < entered.size(); ++i) {
+            const int model = static_cast<int>(i) + first;
+            const auto column = static_cast<int>(entered[i]) + first;
+            EXPECT_EQ(history.getSubsets()(model, column), 1.0);
+            EXPECT_EQ(history.getSizes()[model], model + 1);
+            const double f = reference.vector(item + "f")[i];
+            EXPECT_TRUE(isNear(history.getStatistics()[model], f, tolerance));
+            EXPECT_TRUE(isNear(swept.getStatistics()[model], f, tolerance));
+            EXPECT_TRUE(isNear(rss(history, model), reference.vector(item + "rss")[i], tolerance));
+        }
+        EXPECT_TRUE(isNear(Util::residualSumOfSquares(s), rss(history, history.getNumModels() - 1),
+                           tolerance));
+    }
+}
+
+TEST_P(SelectionReference, RemovalAndExchange) {
+    const double fOut = reference.scalar("customary_backward.f_out");
+    const History backward = search(Algorithm::backwardElimination, 0.0, fOut, 1, p);
+    const int steps = reference.has("customary_backward.f")
+                          ? static_cast<int>(reference.vector("customary_backward.f").size())
+                          : 0;
+    ASSERT_EQ(backward.getNumModels(), steps + 1);
+    EXPECT_EQ(predictorsOf(backward, steps), reference.vector("customary_backward.final"));
+    EXPECT_TRUE(isNear(rss(backward, 0), reference.scalar("full_rss"), tolerance));
+    for (int i = 1; i <= steps; ++i) {
+        const auto place = static_cast<std::size_t>(i) - 1;
+        EXPECT_TRUE(isNear(backward.getStatistics()[i],
+                           reference.vector("customary_backward.f")[place], tolerance));
+        EXPECT_TRUE(
+            isNear(rss(backward, i), reference.vector("customary_backward.rss")[place], tolerance));
+    }
+    const History stepwise =
+        search(Algorithm::stepwiseRegression, reference.scalar("customary_stepwise.f_in"),
+               reference.scalar("customary_stepwise.f_out"), 1, p);
+    const Table path = reference.matrix("customary_stepwise.path");
+    const int first = intercept ? 1 : 0;
+    ASSERT_EQ(stepwise.getNumModels(), static_cast<int>(path.rows) + first);
+    for (std::size_t i = 0; i < path.rows; ++i) {
+        const int model = static_cast<int>(i) + first;
+        const int column = static_cast<int>(path(i, 1)) + first;
+        EXPECT_EQ(stepwise.getSubsets()(model, column), path(i, 0) > 0.0 ? 1.0 : 0.0);
+        EXPECT_TRUE(isNear(stepwise.getStatistics()[model], path(i, 2), tolerance));
+    }
+}
+
+TEST_P(SelectionReference, BestSubsets) {
+    const History best = search(Algorithm::bestSubsets, 0.0, 0.0, 3, p);
+    int model = 0;
+    for (int k = 0; reference.has("best_subsets." + std::to_string(k) + ".size"); ++k) {
+        const std::string item = "best_subsets." + std::to_string(k) + ".";
+        const auto expected = reference.vector(item + "rss");
+        const Table subsets = reference.matrix(item + "subsets");
+        for (std::size_t i = 0; i < expected.size(); ++i, ++model) {
+            ASSERT_LT(model, best.getNumModels());
+            EXPECT_TRUE(isNear(rss(best, model), expected[i], tolerance)) << item;
+            std::vector<double> columns;
+            for (std::size_t j = 0; j < subsets.columns; ++j) columns.push_back(subsets(i, j));
+            EXPECT_EQ(predictorsOf(best, model), columns) << item;
+        }
+    }
+    EXPECT_EQ(best.getNumModels(), model);
+}
+
+INSTANTIATE_TEST_SUITE_P(Data, SelectionReference,
+                         testing::Values("cement", "hills_nointercept_sel", "mtcars_all"));
+
+/// RSS of every subset by least squares, ascending for every size.
+std::vector<std::vector<double>> enumerate(const Matrix& x, const Vector& y, const Vector& w,
+                                           bool intercept) {
+    const int p = x.getNumCols();
+    std::vector<std::vector<double>> result(static_cast<std::size_t>(p) + 1);
+    for (unsigned set = 1; set < 1u << p; ++set) {
+        IntVector columns;
+        for (int j = 0; j < p; ++j) {
+            if ((set >> j & 1u) != 0u) columns.push_back(j);
+        }
+        const auto model = LinearModel::OLS::Model().fit(x(Util::all, columns), y, w, intercept);
+        result[columns.size()].push_back(model.getANOVA().SSE);
+    }
+    for (auto& list : result) std::ranges::sort(list);
+    return result;
+}
+
+/// Problems of all kinds: ties among whole numbers, columns far from 0, an aliased one, weights
+/// with zeros.
+struct RandomProblem {
+    Matrix x;
+    Vector y, w;
+    bool intercept;
+    int independent;
+
+    explicit RandomProblem(unsigned seed)
+        : x(Util::gaussianMatrix(24, 7, MatrixOrderType::columnMajor, 0.0, 1.0, seed)),
+          w(24, 1.0),
+          intercept(seed % 2 == 0),
+          independent(seed % 4 == 3 ? 6 : 7) {
+        for (int j = 0; j < 7; ++j) {
+            for (int i = 0; i < 24; ++i) {
+                if (seed % 3 == 1) x(i, j) = std::round(x(i, j));
+                if (seed % 10 == 2) x(i, j) += 1e4;
+            }
+        }
+        if (independent == 6) (x(Util::all, 6) = x(Util::all, 2)) *= -2.0;
+        const Vector noise =
+            Util::gaussianMatrix(24, 1, MatrixOrderType::columnMajor, 0.0, 1.0, seed + 100)
+                .getAsDoubleVector();
+        y = x * Vector{0.5, 0, -0.5, 0, 1, 0, 0} + noise;
+        if (seed % 3 == 2) {
+            for (int i = 0; i < 24; ++i) w[i] = i % 4;
+        }
+    }
+};
+
+TEST(BestSubsets, AreThoseOfPlainEnumeration) {
+    for (unsigned seed = 1; seed <= 12; ++seed) {
+        SCOPED_TRACE(seed);
+        const RandomProblem problem(seed);
+        const auto expected = enumerate(problem.x(Util::all, Util::range(0, problem.independent)),
+                                        problem.y, problem.w, problem.intercept);
+        const int numSubsets = static_cast<int>(seed) % 4 + 1;
+        for (const bool exhaustive : {false, true}) {
+            const History best = LinearModel::OLS::Model::featureSelection(
+                Algorithm::bestSubsets, problem.x, problem.y, problem.w, problem.intercept, nullptr,
+                nullptr, &numSubsets, &exhaustive, 100);
+            int model = 0;
+            for (const auto& list : expected) {
+                const auto count = std::min(list.size(), static_cast<std::size_t>(numSubsets));
+                for (std::size_t i = 0; i < count; ++i, ++model) {
+                    ASSERT_LT(model, best.getNumModels());
+                    EXPECT_TRUE(isNear(best.getStatistics()[model], list[i], {1e-9}));
+                }
+            }
+            EXPECT_EQ(best.getNumModels(), model);
+            EXPECT_EQ(best.getSubsets().getNumCols(), 7 + (problem.intercept ? 1 : 0));
+        }
+    }
+}
+
+// The statistics of every recorded model are those of a fit of its own.
+TEST(FeatureSelection, StatisticsAreThoseOfFits) {
+    for (const unsigned seed : {2u, 3u, 7u, 8u}) {
+        const RandomProblem problem(seed);
+        const auto& [x, y, w, intercept, independent] = problem;
+        const double n = x.getNumRows();
+        const int first = intercept ? 1 : 0;
+        const auto full = LinearModel::OLS::Model().fit(x, y, w, intercept);
+        for (const Algorithm algorithm : kAll) {
+            const History history = LinearModel::OLS::Model::featureSelection(
+                algorithm, x, y, w, intercept, nullptr, nullptr, nullptr, nullptr, 5);
+            const ModelStatistics& found = history.getModelStatistics();
+            ASSERT_GT(history.getNumModels(), 1);
+            for (int m = first; m < history.getNumModels(); ++m) {
+                IntVector columns;
+                for (const int j : history.getColumns(m)) {
+                    if (j >= first) columns.push_back(j - first);
+                }
+                if (columns.empty()) continue;
+                const auto model =
+                    LinearModel::OLS::Model().fit(x(Util::all, columns), y, w, intercept);
+                const auto fit = model.computeFitEvaluation(y);
+                const double k = model.getRank();
+                const double cp = model.getANOVA().SSE / full.getANOVA().MSE - n + 2.0 * k;
+                const Tolerance within{1e-8, 1e-8};
+                EXPECT_TRUE(isNear(found.cp[m], cp, within));
+                EXPECT_TRUE(isNear(found.R2[m], fit.R2, within));
+                EXPECT_TRUE(isNear(found.adjustedR2[m], fit.adjustedR2, within));
+                EXPECT_TRUE(isNear(found.aic[m], -2 * fit.logLikelihood + 2 * (k + 1), within));
+                EXPECT_TRUE(
+                    isNear(found.bic[m], -2 * fit.logLikelihood + std::log(n) * (k + 1), within));
+            }
+        }
+    }
+}
+
+TEST(FeatureSelection, LogisticModelsAreRefitted) {
+    const RandomProblem problem(2);
+    Vector y = problem.y;
+    const double mean = Util::mean(y);
+    for (double& value : y) value = value > mean ? 1.0 : 0.0;
+    for (const Algorithm algorithm : kAll) {
+        const double fIn = 0.5;
+        const double fOut = 0.4;
+        const History history = LinearModel::Logistic::Model::featureSelection(
+            algorithm, problem.x, y, problem.w, 50, true, &fIn, &fOut, nullptr, nullptr, 4);
+        const ModelStatistics& found = history.getModelStatistics();
+        for (int m = 1; m < history.getNumModels(); ++m) {
+            IntVector columns;
+            for (const int j : history.getColumns(m)) {
+                if (j > 0) columns.push_back(j - 1);
+            }
+            const auto fit = LinearModel::Logistic::Model()
+                                 .fit(problem.x(Util::all, columns), y, problem.w, 50, true)
+                                 .computeFitEvaluation(y);
+            EXPECT_EQ(found.deviance[m], fit.residualDeviance);
+            EXPECT_EQ(found.pseudoR2[m], fit.pseudoR2);
+            EXPECT_DOUBLE_EQ(found.aic[m], fit.residualDeviance + 2.0 * history.getSizes()[m]);
+        }
+    }
+    // At the end of the full fit the working problem is the likelihood's own quadratic: the
+    // deviance that the loss of a weak column costs comes out nearly the same.
+    const History full = LinearModel::Logistic::Model::featureSelection(
+        Algorithm::backwardElimination, problem.x, y, problem.w, 50, true, nullptr, nullptr,
+        nullptr, nullptr, 6);
+    const ModelStatistics& found = full.getModelStatistics();
+    EXPECT_NEAR(found.residualSumOfSquares[1] - found.residualSumOfSquares[0],
+                found.deviance[1] - found.deviance[0], 0.05);
+}
+
+TEST(FeatureSelection, LimitsOfSize) {
+    const RandomProblem problem(4);
+    const Matrix s = crossProduct(problem.x, problem.y, true);
+    const auto sizes = [&](const std::function<History(Matrix&)>& search) {
+        Matrix work = s;
+        return search(work).getSizes();
+    };
+    const auto forward = [](double fIn, int maxSize) {
+        return [=](Matrix& m) { return forwardSelection(m, 24, fIn, true, maxSize); };
+    };
+    EXPECT_EQ(sizes(forward(0.0, 2)), (IntVector{1, 2, 3}));
+    EXPECT_EQ(sizes(forward(0.0, 0)), (IntVector{1}));
+    EXPECT_EQ(sizes(forward(0.0, 99)), (IntVector{1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(sizes(forward(1e9, 99)), (IntVector{1}));
+    EXPECT_EQ(sizes([](Matrix& m) { return sequentialReplacement(m, 24, true, 3); }),
+              (IntVector{2, 3, 4}));
+    EXPECT_EQ(sizes([](Matrix& m) { return backwardElimination(m, 24, 0.0, true, 6); }),
+              (IntVector{8, 7}));
+}
+
+TEST(FeatureSelection, HistoryRecordsAndFilters) {
+    History history(false, 9, 3);
+    history.addVariable(1, 5.0);
+    history.addVariable(2, 4.0);
+    history.removeVariable(1, 3.0);
+    history.recordFullModel(1.0);
+    history.recordSubset({0}, 2.0);
+    history.recordSubset({1}, 3.0);
+    EXPECT_EQ(history.getSizes(), (IntVector{1, 2, 1, 3, 1, 1}));
+    EXPECT_EQ(history.getColumns(2), (IntVector{2}));
+    EXPECT_TRUE(refuses([&] { history.addVariable(3, 0.0); }, "column 3"));
+    EXPECT_EQ(history.getNumModels(), 6);
+    history.filterSubsets(2);
+    EXPECT_EQ(history.getSizes(), (IntVector{1, 1, 2, 3}));
+    EXPECT_EQ(history.getStatistics(), (Vector{2, 3, 4, 1}));
+    EXPECT_EQ(history.getColumns(0), (IntVector{0}));
+    EXPECT_EQ(history.getColumns(1), (IntVector{2}));  // of equal ones the first
+}
+
+TEST(FeatureSelection, BadInputIsRefused) {
+    const RandomProblem problem(2);
+    const Matrix s = crossProduct(problem.x, problem.y, true);
+    const double one = 1.0;
+    const double two = 2.0;
+    const int none = 0;
+    const auto select = [&](Algorithm algorithm, const Vector& y, const Vector& w,
+                            const double* fIn, const double* fOut, const int* numSubsets,
+                            int maxSize) {
+        (void)LinearModel::OLS::Model::featureSelection(algorithm, problem.x, y, w, true, fIn, fOut,
+                                                        numSubsets, nullptr, maxSize);
+    };
+    const auto forward = Algorithm::forwardSelection;
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"F-out must be less than F-in.",
+         [&] { select(Algorithm::stepwiseRegression, problem.y, {}, &one, &two, nullptr, 3); }},
+        {"at least 0 expected",
+         [&] { select(forward, problem.y, {}, nullptr, nullptr, nullptr, -1); }},
+        {"0 subsets", [&] { select(Algorithm::bestSubsets, problem.y, {}, &one, &one, &none, 3); }},
+        {"algorithm", [&] { select(Algorithm(6), problem.y, {}, &one, &one, nullptr, 3); }},
+        {"23 responses",
+         [&] { select(forward, Vector(23), Vector(24, 1.0), &one, &one, nullptr, 3); }},
+        {"3 weights", [&] { select(forward, problem.y, Vector(3, 1.0), &one, &one, nullptr, 3); }},
+        {"0 or 1 expected", [&] {
+             (void)LinearModel::Logistic::Model::featureSelection(
+                 forward, problem.x, problem.y, {}, 9, true, &one, &one, nullptr, nullptr, 3);
+         }}};
+    for (const auto& [text, act] : cases) EXPECT_TRUE(refuses(act, text));
+    Matrix flat = s(Util::range(0, 4), Util::all);
+    EXPECT_THROW(forwardSelection(flat, 24, 1.0, true, 3), NumElementsMismatch);
+    Matrix aliased = crossProduct(RandomProblem(3).x, problem.y, false);
+    const Matrix before = aliased;
+    EXPECT_TRUE(refuses([&] { backwardElimination(aliased, 24, 3.0, false, 7); }, "column 6"));
+    EXPECT_TRUE(aliased.equalTo(before, 0.0));
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
