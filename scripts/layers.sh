@@ -44,9 +44,10 @@ if grep -rlE '^ *# *include +<(cpprest|pplx)/' --include='*.h' --include='*.cpp'
 fi
 
 # Families: the folder in the engine, and what its public headers are called.
-families=(supervised/LinearModel supervised/DA supervised/KNN supervised/DT unsupervised/KMC unsupervised/HC timeseries/ARIMA
-    timeseries/Smoothing)
-declare -A headers=([LinearModel]='LinearModel/' [DA]='DA\.h' [KNN]='KNN\.h' [DT]='DT(\.h|/)' [KMC]='KMC\.h' [HC]='HC\.h'
+families=(supervised/{LinearModel,DA,KNN,NaiveBayes,DT} unsupervised/{KMC,HC}
+    timeseries/{ARIMA,Smoothing})
+declare -A headers=([LinearModel]='LinearModel/' [DA]='DA\.h' [KNN]='KNN\.h'
+    [NaiveBayes]='NaiveBayes\.h' [DT]='DT(\.h|/)' [KMC]='KMC\.h' [HC]='HC\.h'
     [ARIMA]='TS/ARIMA/' [Smoothing]='TS/Smoothing(\.h|/)')
 for family in "${families[@]}"; do
     others='' name=${family##*/}

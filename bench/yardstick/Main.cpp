@@ -21,6 +21,7 @@ std::map<std::string, Setup> workloads() {
     addDistances(all);
     addNearestNeighbours(all);
     addGroups(all);
+    addNaiveBayes(all);
     addTrees(all);
     addKMeans(all);
     addHierarchical(all);

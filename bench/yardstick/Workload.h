@@ -27,6 +27,7 @@ void addLogistic(std::map<std::string, Setup>& all);
 void addDistances(std::map<std::string, Setup>& all);
 void addNearestNeighbours(std::map<std::string, Setup>& all);
 void addGroups(std::map<std::string, Setup>& all);
+void addNaiveBayes(std::map<std::string, Setup>& all);
 void addTrees(std::map<std::string, Setup>& all);
 void addKMeans(std::map<std::string, Setup>& all);
 void addHierarchical(std::map<std::string, Setup>& all);

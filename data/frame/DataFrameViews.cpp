@@ -11,6 +11,7 @@
 #include "data/containers/Checks.h"
 #include "data/frame/CellText.h"
 #include "data/frame/FrameContents.h"
+#include "support/NumberCodes.h"
 
 namespace Veltrix {
 namespace {
@@ -18,15 +19,20 @@ namespace {
 using Storage::Column;
 using Storage::TextColumn;
 
-/// The texts of a column of numbers, as a text column.
+/// The texts of a column of numbers, as a text column. Different numbers have different texts, so
+/// that a text is made once for each of them.
 template <class Numbers>
 TextColumn textOf(const Numbers& numbers) {
-    TextColumn result;
-    result.codes.reserve(numbers.size());
+    Support::NumberCodes known;
+    IntVector codes;
+    codes.reserve(numbers.size());
+    StringVector texts;
     for (const auto number : numbers) {
-        result.codes.push_back(result.encode(CellText::toString(number)));
+        const int code = known.findOrAdd(number);
+        codes.push_back(code);
+        if (known.size() > texts.size()) texts.push_back(CellText::toString(number));
     }
-    return result;
+    return {std::move(codes), std::move(texts)};
 }
 
 /// Writes the numbers of a text column; every level that occurs is converted once. Returns the row
@@ -261,10 +267,15 @@ StringVector ConstDataFrameColumn::getLevels(IntVector& codes) const {
 
 StringVector ConstDataFrameColumn::getTexts(IntVector& codes) const {
     const Column& column = DataFrame::Contents::of(*frame_).column(col_);
-    const auto* text = std::get_if<TextColumn>(&column);
-    if (text == nullptr) return getLevels(codes);
-    codes = text->codes;
-    return text->levels();
+    const auto take = [&codes](TextColumn text) {
+        codes = std::move(text.codes);
+        return text.levels();
+    };
+    if (const auto* whole = std::get_if<IntVector>(&column)) return take(textOf(*whole));
+    if (const auto* numbers = std::get_if<Vector>(&column)) return take(textOf(*numbers));
+    const auto& text = std::get<TextColumn>(column);
+    codes = text.codes;
+    return text.levels();
 }
 
 int ConstDataFrameRow::getNumCols() const noexcept { return frame_->getNumCols(); }

@@ -1,10 +1,10 @@
 #include "Veltrix/Engine/Roles.h"
 
-#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
 #include "Veltrix/Data/Util.h"
+#include "engine/core/MapLookup.h"
 
 namespace Veltrix::Engine {
 
@@ -121,12 +121,7 @@ Priorable& Priorable::fit(const StringVector& labels, const Vector& weights) {
     return *this;
 }
 
-double Priorable::getPrior(const WString& label) const {
-    const auto found = priors_.find(label);
-    // The text is the same on every platform.
-    if (found == priors_.end()) throw std::out_of_range("invalid unordered_map<K, T> key");
-    return found->second;
-}
+double Priorable::getPrior(const WString& label) const { return valueAt(priors_, label); }
 
 const Priorable::PriorMap& Priorable::getPriors() const { return priors_; }
 

@@ -51,6 +51,7 @@
 #include "Veltrix/Engine/LinearModel/Logistic.h"
 #include "Veltrix/Engine/LinearModel/Model.h"
 #include "Veltrix/Engine/LinearModel/OLS.h"
+#include "Veltrix/Engine/NaiveBayes.h"
 #include "Veltrix/Engine/Optimization.h"
 #include "Veltrix/Engine/Roles.h"
 #include "Veltrix/Engine/Sampling.h"

@@ -330,6 +330,39 @@ TEST(AllocationFailures, Discriminants) {
     }
 }
 
+TEST(AllocationFailures, NaiveBayes) {
+    namespace NaiveBayes = Classification::NaiveBayes::Engine;
+    using NaiveBayes::Model;
+    const Model::ClassValues priors{{kLow, 0.5}, {kHigh, 0.5}};
+    const auto count = [&](const Data& data, double alpha) {
+        return NaiveBayes::computeFrequency(data.mixed, kClasses, alpha, priors);
+    };
+    const auto score = [](Model& m) {
+        (void)NaiveBayes::computePosteriorProbability(m, kData.mixed, true);
+    };
+    const Model counts = count(kData, 1.0);
+    const Model model = NaiveBayes::frequencyToPriorConditionalProbability(counts);
+    for (const Model& from : {counts, model}) {
+        surviveStored(
+            from, count(kMore, 0.5),
+            {{"count", [&](Model& m) { m = count(kMore, 2.0); }},
+             {"smooth",
+              [](Model& m) { m = NaiveBayes::frequencyToPriorConditionalProbability(m); }},
+             {"feature", [](auto& m) { m.setFeatureValueClassCount(kOther, kOther, kOther, 1.0); }},
+             {"category",
+              [](auto& m) {
+                  m.setFeatureValueClassCount(kData.mixed.getColName(1), L"another category", kLow,
+                                              1.0);
+              }},
+             {"class", [](auto& m) { m.setTargetCount(kOther, 1); }},
+             {"priors",
+              [](auto& m) {
+                  m.setPriorProbs({{kOther, 1.0}});
+              }},
+             {"score", score}});
+    }
+}
+
 /// `values` are the response of `kMore` as numbers.
 template <class Tree>
 void surviveTree(int response, const Vector& values, Steps<Tree> steps) {

@@ -138,6 +138,19 @@ Engine::CatReducer fitted(unsigned seed) {
     return reducer;
 }
 
+using NaiveBayes = Classification::NaiveBayes::Engine::Model;
+template <>
+NaiveBayes fitted(unsigned seed) {
+    DataFrame features;
+    features.append(categories(seed), L"colour");
+    features.append(codes(seed));
+    DataFrame target;
+    target.append(labels(seed));
+    const Vector priors = Util::percentage(numbers(seed));
+    return Classification::NaiveBayes::Engine::computeFrequency(
+        features, target(Util::all, 0), 0.5, {{L"low", priors[0]}, {L"b", priors[1]}});
+}
+
 using Series = Engine::TS::ARIMA::Data;
 template <>
 Series fitted(unsigned seed) {
@@ -198,10 +211,10 @@ class StoredModels : public testing::Test {};
 
 using Models =
     testing::Types<Regression, Logistic, Clusters, Hierarchy, Neighbours, NumberNeighbours,
-                   Discriminant, ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series,
-                   Smoothing::MovingAverage, Smoothing::Exponential, Smoothing::DoubleExponential,
-                   Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
-                   Smoothing::NoTrendHoltWinters>;
+                   Discriminant, NaiveBayes, ClassTree, NumberTree, Engine::Encoder,
+                   Engine::CatReducer, Series, Smoothing::MovingAverage, Smoothing::Exponential,
+                   Smoothing::DoubleExponential, Smoothing::MulHoltWinters,
+                   Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {

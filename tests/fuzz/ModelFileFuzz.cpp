@@ -36,6 +36,7 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::HC::Model>,
     readModel<Engine::LinearModel::Logistic::Model>,
     readModel<Engine::DA::Model>,
+    readModel<Classification::NaiveBayes::Engine::Model>,
 };
 
 }  // namespace

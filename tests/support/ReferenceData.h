@@ -121,9 +121,14 @@ class ReferenceData {
     /// The elements row after row, where rows may have different lengths.
     std::vector<double> flattened(const std::string& quantity) const {
         std::vector<double> result;
-        for (const auto& [index, value] : find(quantity)) {
+        for (const std::string& value : flattenedTexts(quantity)) {
             result.push_back(Detail::toNumber(value, name_ + " " + quantity));
         }
+        return result;
+    }
+    std::vector<std::string> flattenedTexts(const std::string& quantity) const {
+        std::vector<std::string> result;
+        for (const auto& element : find(quantity)) result.push_back(element.second);
         return result;
     }
 

@@ -69,6 +69,7 @@ Arguments classOptions(const ReferenceData& reference) {
     std::vector<std::string> priors = reference.texts("classes");
     for (std::size_t k = 0; k < priors.size(); ++k) priors[k] += "=" + reference.texts("priors")[k];
     Arguments options{"--priors", joined(priors)};
+    if (!reference.has("success_class")) return options;
     const std::string success = reference.text("success_class");
     if (success.empty()) return options;
     return options + Arguments{"--success-class", success, "--cutoff", reference.text("cutoff")};
@@ -279,6 +280,47 @@ TEST(KnnCommand, RowsWithoutAPredictionAreToldAndLeftOut) {
     EXPECT_THAT(outputOf(start + Arguments{"y --regression"}),
                 AllOf(HasSubstr(R"(["training",3,0.75,0.25,0.5,0.5,)"),
                       HasSubstr("\"training: 2 records without")));
+}
+
+TEST(NaiveBayesCommand, ShowsTheReferenceNumbers) {
+    const TemporaryFolder folder;
+    const ReferenceData reference("learners/birthwt_nb.naivebayes");
+    const std::string model = folder.path("m.json");
+    const JsonReport report =
+        reportOf(Arguments{"naive-bayes --data", kLearners + reference.text("data"), "--target",
+                           reference.text("class"), "--alpha", reference.text("alpha"), "--save",
+                           model, "--predictors", joined(reference.texts("features"))} +
+                 classOptions(reference));
+    std::vector<double> counts, probabilities;
+    for (std::size_t k = 0; k < report.texts("Category counts", "Category").size(); ++k) {
+        const std::string item = "conditional." + std::to_string(k);
+        EXPECT_EQ(report.texts("Category counts", "Category")[k],
+                  reference.text(item + ".category"));
+        counts.push_back(reference.vector(item + ".counts")[1]);
+        probabilities.push_back(reference.vector(item + ".probabilities")[1]);
+    }
+    EXPECT_EQ(report.column("Category counts", "1"), counts);
+    EXPECT_TRUE(allNear(report.column("Conditional probabilities", "1"), probabilities, {1e-11}));
+    std::string records = joined(reference.texts("features"));
+    const auto cells = reference.flattenedTexts("scored_records");
+    for (std::size_t k = 0; k < cells.size(); ++k) records += (k % 6 == 0 ? "\n" : ",") + cells[k];
+    const JsonReport scored =
+        reportOf({"predict --model", model, "--data", folder.write("new.csv", records + "\n")});
+    EXPECT_TRUE(allNear(posteriorsOf(scored, "Predictions", reference),
+                        reference.flattened("posterior"), {1e-11, 0.0, NaNRule::EqualsNaN}));
+    EXPECT_TRUE(allNear(scored.column("Predictions", "Log likelihood"),
+                        reference.vector("log_likelihood"), {1e-11, 0.0, NaNRule::EqualsNaN}));
+    EXPECT_EQ(scored.entry("Rows without a prediction"), 1.0);
+}
+
+TEST(NaiveBayesCommand, TakesNumbersAsCategories) {
+    const TemporaryFolder folder;
+    std::string text = "x,c,part\n";
+    for (int i = 0; i < 101; ++i) text += fmt::format("{}.5,{},train\n", i, i % 2);
+    const std::string data = folder.write("data.csv", text + "7.50,1,valid\n999,0,valid\n");
+    EXPECT_THAT(outputOf({"naive-bayes --partition-column part --target c --data", data}),
+                AllOf(HasSubstr("\"x\" has 101 different numbers"),
+                      HasSubstr("1 record without a prediction")));
 }
 
 class TreeCommand : public testing::Test {

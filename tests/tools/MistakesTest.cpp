@@ -174,6 +174,10 @@ TEST_F(Mistakes, InOptionsOfFamilies) {
             {"x,w --quadratic", "\"x\" is constant in class \"3\""},
             {"x --partition-column part --priors 01=1", "--priors | \"2\" has none"},
             {"x --weights w", "--weights"}});
+    expect({"naive-bayes --data", data, "--target class"},
+           {{"--alpha -1", "--alpha | \"-1\" | at least 0"},
+            {"--alpha inf", "--alpha | \"inf\""},
+            {"--categorical kind", "--categorical"}});
     expect({"tree --data", data, "--target class --predictors x"},
            {{"--categorical kin", "--categorical | did you mean \"kind\""},
             {"--categorical kind", "--categorical | \"kind\" | no predictor"},

@@ -33,7 +33,7 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
         return splitAt(",", text);
     };
     for (const std::string name :
-         {"regress", "logistic", "knn", "tree", "discriminant", "kmeans"}) {
+         {"regress", "logistic", "knn", "naive-bayes", "tree", "discriminant", "kmeans"}) {
         const auto cells = cellsOf(predictionsOf(kModels + name + ".json", kModels + "new.csv"));
         const auto expected = cellsOf(contentOf(kModels + name + ".csv"));
         ASSERT_EQ(cells.size(), expected.size()) << name;
@@ -80,6 +80,9 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
         {"tree", "\"text\":[\"region", "\"text\":[\"size", "text | \"size\" is no"},
         {"discriminant", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model.priorLabels"},
         {"discriminant", "\"offsets\":[", "\"offsets\":[1,", "offsets | expected 2 values"},
+        {"naive-bayes", "\"state\":2", "\"state\":1", "model | probabilities"},
+        {"naive-bayes", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model | with priors"},
+        {"naive-bayes", "\"successClass\":\"yes", "\"successClass\":\"may", "successClass"},
         {"kmeans", "\"columns\":[\"size\",", "\"columns\":[", "columns | 1 columns, expected 2"}};
     const auto expect = [&](const std::string& text, const Words& words) {
         const std::string bad = folder.write("bad.json", text);

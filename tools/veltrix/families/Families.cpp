@@ -13,7 +13,7 @@ namespace Veltrix::Tool {
 namespace {
 
 constexpr std::unique_ptr<Family> (*kFamilies[])() = {
-    makeRegression,   makeLogistic, makeNeighbours,   makeTree,
+    makeRegression,   makeLogistic, makeNeighbours,   makeNaiveBayes,      makeTree,
     makeDiscriminant, makeKMeans,   makeHierarchical, makeAutocorrelations};
 
 }  // namespace

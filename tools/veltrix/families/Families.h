@@ -15,6 +15,8 @@ std::unique_ptr<Family> makeRegression();
 std::unique_ptr<Family> makeLogistic();
 /// Classes or numbers of records from the training records nearest to them.
 std::unique_ptr<Family> makeNeighbours();
+/// Classes from the frequencies of categories.
+std::unique_ptr<Family> makeNaiveBayes();
 /// Decision trees for classes or numbers, pruned on the validation part.
 std::unique_ptr<Family> makeTree();
 /// Linear and quadratic discriminant analysis.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <optional>
 
@@ -94,6 +95,16 @@ OptionGroup::Option OptionGroup::count(const std::string& name, std::int64_t& va
     return parsed(name, value, description, WholeNumber<std::int64_t>{least},
                   fmt::format("a whole number of at least {}", least))
         .placeholder("N");
+}
+
+OptionGroup::Option OptionGroup::number(const std::string& name, double& value,
+                                        const std::string& description, double least) {
+    const auto parse = [least](const std::string& text) {
+        const std::optional<double> number = Support::parseNumber(std::string_view(text));
+        return number && std::isfinite(*number) && *number >= least ? number : std::nullopt;
+    };
+    return parsed(name, value, description, parse, fmt::format("a number of at least {}", least))
+        .placeholder("X");
 }
 
 OptionGroup::Option OptionGroup::share(const std::string& name, double& value,

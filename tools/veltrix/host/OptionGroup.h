@@ -65,6 +65,9 @@ class OptionGroup {
                  int least = 0);
     Option count(const std::string& name, std::int64_t& value, const std::string& description,
                  std::int64_t least = 0);
+    /// A finite number of at least `least`.
+    Option number(const std::string& name, double& value, const std::string& description,
+                  double least);
     /// A number from 0 to 1.
     Option share(const std::string& name, double& value, const std::string& description);
     /// --confidence, a level inside (0, 1).

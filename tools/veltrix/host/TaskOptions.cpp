@@ -57,6 +57,7 @@ void TaskOptions::declareRecords(OptionGroup& options) {
     }
     if (needs.weights) options.column(kWeights, weights, "Column with record weights of 0 or more");
     if (needs.coding == Coding::Categories) {
+        if (needs.numbersAreCategories) return;
         options.list(kCategorical, categorical,
                      "Predictors of numbers that are names of categories; text columns always are");
     } else if (needs.coding != Coding::Numbers) {

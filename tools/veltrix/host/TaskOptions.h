@@ -27,6 +27,8 @@ struct Needs {
     bool weights = false;
     /// Its results come with limits at a confidence level.
     bool confidence = false;
+    /// Its columns of numbers are categories like those of text; none need be named.
+    bool numbersAreCategories = false;
     /// Its fitted models can be stored, and score.
     bool stored = true;
     bool scores = true;
