@@ -25,6 +25,7 @@ std::map<std::string, Setup> workloads() {
     addTrees(all);
     addKMeans(all);
     addHierarchical(all);
+    addArima(all);
     addSamples(all);
     addSmoothing(all);
     return all;

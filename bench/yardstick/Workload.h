@@ -31,6 +31,7 @@ void addNaiveBayes(std::map<std::string, Setup>& all);
 void addTrees(std::map<std::string, Setup>& all);
 void addKMeans(std::map<std::string, Setup>& all);
 void addHierarchical(std::map<std::string, Setup>& all);
+void addArima(std::map<std::string, Setup>& all);
 void addSamples(std::map<std::string, Setup>& all);
 void addSmoothing(std::map<std::string, Setup>& all);
 

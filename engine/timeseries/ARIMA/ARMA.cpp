@@ -12,6 +12,7 @@
 #include "Veltrix/Engine/Exceptions.h"
 #include "engine/core/Checks.h"
 #include "engine/timeseries/ARIMA/Likelihood.h"
+#include "engine/timeseries/ARIMA/Operations.h"
 #include "engine/timeseries/ARIMA/Polynomials.h"
 #include "engine/timeseries/ARIMA/Preliminary.h"
 #include "engine/timeseries/ARIMA/Search.h"
@@ -50,7 +51,7 @@ ARMA::ARMA() : lnL_(kNaN) {}
 
 ARMA::ARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t D, std::uint64_t period)
     : Model(p, q, Data(d, D, period)), depth_(std::max(p, q) + 1), lnL_(kNaN) {
-    if (D > 0) Checks::atLeast("ARIMA model", "period", static_cast<std::int64_t>(period), 2);
+    if (D > 0) checkPeriod("ARIMA model", period);
 }
 
 ARMA::ARMA(const std::vector<double>& ar, const std::vector<double>& ma)
@@ -110,9 +111,7 @@ ARMA& ARMA::loadData(std::vector<double> series) {
 }
 
 ARMA& ARMA::loadData(Data data) {
-    if (data.numSeasonalLags() > 0) {
-        Checks::atLeast("Loading a series", "period", static_cast<std::int64_t>(data.period()), 2);
-    }
+    if (data.numSeasonalLags() > 0) checkPeriod("Loading a series", data.period());
     Model::loadData(std::move(data));
     drop();
     if (!fixed_) std::ranges::fill(parameters_, 0.0);
@@ -271,7 +270,8 @@ void ARMA::checkEnough() const {
 
 ARMA& ARMA::fit() {
     // About as much work as one search takes on a long series, and at least some.
-    constexpr std::uint64_t kWork = 4000;
+    constexpr std::uint64_t kWork = 6000;
+    if (const char* e = getenv("VSPREAD")) return fitFrom(std::stoul(e));
     const std::uint64_t n = std::max<std::uint64_t>(data_.numProcessedRecords(), 1);
     return fitFrom(numVars() < 2 ? 2 : std::clamp<std::uint64_t>(kWork / n, 2, 24));
 }
@@ -281,7 +281,7 @@ ARMA& ARMA::fitFrom(std::size_t numSpread) {
     QuasiNewtonOptimizer& base = *this;
     Likelihood likelihood;
     Search best(*this, likelihood);
-    Vector solution = solve(likelihood, best, numSpread);
+    Vector solution = solve(best, numSpread);
     if (!follow(likelihood, solution)) {
         Checks::fail(ErrorCode::noConvergence, "ARIMA fit", "no stationary coefficients found");
     }
@@ -314,35 +314,40 @@ ARMA ARMA::quickFit(std::vector<double> series, std::uint64_t p, std::uint64_t q
     return model;
 }
 
-Vector ARMA::solve(Likelihood& likelihood, Search& best, std::size_t numSpread) {
+/// The estimates of the other method, and no dependence.
+void ARMA::addOtherStarts(const Search& search, std::vector<Vector>& starts) const {
+    using enum InitialEstimates;
+    if (sarOrder() + smaOrder() == 0) {
+        const Vector other =
+            preliminary(initialEstimates_ == innovations ? hannanRissanen : innovations);
+        if (!other.empty()) starts.push_back(search.variables(other));
+    }
+    starts.emplace_back(numVars(), 0.0);
+}
+
+Vector ARMA::solve(Search& best, std::size_t numSpread) {
     if (fixed_ || numVars() == 0) return parameters_;
     if (!(data_.variance() > 0.0)) return Vector(numVars(), 0.0);
     Vector initial = initialVector();
-    if (getMaxIterations() <= 0) return best.parameters(best.variables(initial));
-    using enum InitialEstimates;
     std::vector<Vector> starts{best.variables(initial)};
-    const Vector other =
-        preliminary(initialEstimates_ == innovations ? hannanRissanen : innovations);
-    if (!other.empty()) starts.push_back(best.variables(other));
-    starts.emplace_back(numVars(), 0.0);
+    if (getMaxIterations() <= 0) return best.parameters(starts[0]);
+    if (numSpread > 0) addOtherStarts(best, starts);
     for (std::size_t k = 0; k < numSpread; ++k) starts.push_back(best.spread(k));
 
     const double same = 1e-9 * static_cast<double>(data_.numProcessedRecords());
     double least = kOutside;
-    Vector solution = starts[0];
-    ProgressPhase phase("Maximising the likelihood", starts.size());
+    ProgressPhase phase("Maximising the likelihood", starts.size() + 1);
+    Vector nearest = starts[0];
     for (const Vector& start : starts) {
-        Search search(*this, likelihood);
-        const Vector end = search.minimize(start);
-        const double value = search.function(end);
-        if (value < least - same) {
-            least = value;
-            solution = end;
-            best = std::move(search);
-        }
+        if (starts.size() == 1) break;
+        const Vector end = Search(best).minimizeCoarsely(start);
+        const double value = best.function(end);
         phase.advance();
+        if (!(value < least - same)) continue;
+        least = value;
+        nearest = end;
     }
-    return best.parameters(solution);
+    return best.parameters(best.minimize(nearest));
 }
 
 }  // namespace Veltrix::Engine::TS::ARIMA

@@ -131,11 +131,13 @@ double OneStepFilter::advance(State<Real>& state, std::span<const double> series
     double squares = 0.0;
     for (std::size_t t = from; t < to; ++t) {
         const Real error = static_cast<Real>(series[t]) - s[0];
-        const Real partial = b[0] / variance;
-        const Real gain = error / variance;
+        const Real inverse = 1 / variance;
+        const Real partial = b[0] * inverse;
+        const Real gain = error * inverse;
         errors_[t] = static_cast<double>(error);
         variances_[t] = static_cast<double>(variance);
         squares += static_cast<double>(error * gain);
+        variance -= partial * b[0];
         for (const Term& term : ar_) {
             const Real value = static_cast<Real>(term.value);
             b[r] += value * b[r - term.lag];
@@ -149,10 +151,65 @@ double OneStepFilter::advance(State<Real>& state, std::span<const double> series
             a[i] = before - partial * ahead;
         }
         b[r] = s[r] = 0;
-        variance *= (1 - partial) * (1 + partial);
     }
     state.variance = variance;
     return squares;
+}
+
+template <std::size_t R>
+double OneStepFilter::advanceFew(std::span<const double> series, std::size_t from, std::size_t to) {
+    std::array<double, R> phi{};
+    for (const Term& term : ar_) phi[term.lag - 1] = term.value;
+    std::array<double, R + 1> a{};
+    std::array<double, R + 1> b{};
+    std::array<double, R + 1> s{};
+    std::copy_n(state_.a.begin(), R, a.begin());
+    std::copy_n(state_.b.begin(), R, b.begin());
+    std::copy_n(state_.prediction.begin(), R, s.begin());
+    double variance = state_.variance;
+    double squares = 0.0;
+    for (std::size_t t = from; t < to; ++t) {
+        const double error = series[t] - s[0];
+        const double inverse = 1.0 / variance;
+        const double partial = b[0] * inverse;
+        const double gain = error * inverse;
+        errors_[t] = error;
+        variances_[t] = variance;
+        squares += error * gain;
+        variance -= partial * b[0];
+        b[R] = s[R] = 0.0;
+        for (std::size_t j = R; j-- > 0;) {
+            b[R] += phi[j] * b[R - 1 - j];
+            s[R] += phi[j] * s[R - 1 - j];
+        }
+        for (std::size_t i = 0; i < R; ++i) {
+            const double ahead = b[i + 1];
+            const double before = a[i];
+            s[i] = s[i + 1] + before * gain;
+            b[i] = ahead - partial * before;
+            a[i] = before - partial * ahead;
+        }
+    }
+    std::copy_n(a.begin(), R, state_.a.begin());
+    std::copy_n(b.begin(), R, state_.b.begin());
+    std::copy_n(s.begin(), R, state_.prediction.begin());
+    state_.variance = variance;
+    return squares;
+}
+
+double OneStepFilter::advanceAny(std::span<const double> series, std::size_t from, std::size_t to) {
+    switch (order_) {
+        case 1:
+            return advanceFew<1>(series, from, to);
+        case 2:
+            return advanceFew<2>(series, from, to);
+        case 3:
+            return advanceFew<3>(series, from, to);
+        case 4:
+            return advanceFew<4>(series, from, to);
+        default:
+            return advance(state_, series, from, to);
+    }
 }
 
 bool OneStepFilter::settled() const {
@@ -191,7 +248,7 @@ OneStepFilter::Sums OneStepFilter::run(std::span<const double> series) {
         if (now && before) break;
         before = now;
         const std::size_t next = std::min(n, t + std::max<std::size_t>(order_, 16));
-        sums.squares += advance(state_, series, t, next);
+        sums.squares += advanceAny(series, t, next);
         phase.advance(next - t);
         t = next;
     }

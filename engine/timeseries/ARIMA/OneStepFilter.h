@@ -69,6 +69,10 @@ class OneStepFilter {
     template <class Real>
     double advance(State<Real>& state, std::span<const double> series, std::size_t from,
                    std::size_t to);
+    /// The same for small orders, with everything in registers.
+    template <std::size_t R>
+    double advanceFew(std::span<const double> series, std::size_t from, std::size_t to);
+    double advanceAny(std::span<const double> series, std::size_t from, std::size_t to);
     bool settled() const;
     void computeSteadyTerms();
     double steady(std::span<const double> series, std::size_t from, std::size_t to);

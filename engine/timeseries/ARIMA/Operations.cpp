@@ -1,5 +1,9 @@
 #include "engine/timeseries/ARIMA/Operations.h"
 
+#include <string>
+
+#include "engine/core/Checks.h"
+
 namespace Veltrix::Engine::TS::ARIMA {
 
 std::optional<std::size_t> lengthAfter(std::size_t length,
@@ -11,6 +15,12 @@ std::optional<std::size_t> lengthAfter(std::size_t length,
         length -= operation.count * operation.lag;
     }
     return length;
+}
+
+void checkPeriod(std::string_view operation, std::uint64_t period) {
+    if (period >= 2) return;
+    Checks::fail(ErrorCode::invalidArgument, operation,
+                 "period " + std::to_string(period) + ", at least 2 expected");
 }
 
 }  // namespace Veltrix::Engine::TS::ARIMA

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "engine/core/Checks.h"
+#include "engine/timeseries/ARIMA/Operations.h"
 #include "engine/timeseries/ARIMA/Polynomials.h"
 
 namespace Veltrix::Engine::TS::ARIMA {
@@ -31,7 +32,7 @@ Values phase(const Values& series, std::uint64_t first, std::uint64_t s, std::ui
 SARMA::SARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t P, std::uint64_t Q,
              std::uint64_t D, std::uint64_t period)
     : ARMA(p + P, q + Q, d, D, period), p_(p), q_(q), seasonalP_(P), seasonalQ_(Q) {
-    checkPeriod("Seasonal ARIMA model", period);
+    if (P + Q > 0) checkPeriod("Seasonal ARIMA model", period);
 }
 
 SARMA::SARMA(const Values& ar, const Values& ma, const Values& sar, const Values& sma)
@@ -56,18 +57,13 @@ SARMA& SARMA::setMultiplicativeMA(bool multiplicative) {
     return *this;
 }
 
-void SARMA::checkPeriod(const char* operation, std::uint64_t period) const {
-    if (seasonalP_ + seasonalQ_ == 0) return;
-    Checks::atLeast(operation, "period", static_cast<std::int64_t>(period), 2);
-}
-
 SARMA& SARMA::loadData(Values series) {
     ARMA::loadData(std::move(series));
     return *this;
 }
 
 SARMA& SARMA::loadData(Data data) {
-    checkPeriod("Loading a series", data.period());
+    if (seasonalP_ + seasonalQ_ > 0) checkPeriod("Loading a series", data.period());
     ARMA::loadData(std::move(data));
     return *this;
 }

@@ -12,6 +12,7 @@ namespace {
 
 /// The largest partial autocorrelation to start from; beyond it slopes are flat.
 constexpr double kStartLimit = 0.98;
+constexpr double kPi = 3.14159265358979323846;
 
 void negate(std::span<double> values) {
     for (double& value : values) value = -value;
@@ -100,7 +101,7 @@ Vector Search::spread(std::size_t k) const {
     for (std::size_t i = 0; i < m; ++i) {
         step /= root;
         const double place = 0.5 + step * static_cast<double>(k + 1);
-        result[i] = kStartLimit * (2.0 * (place - std::floor(place)) - 1.0);
+        result[i] = kStartLimit * std::cos(kPi * (place - std::floor(place)));
     }
     // These are partial autocorrelations.
     for (const Group& group : groups_) {
@@ -121,22 +122,36 @@ Vector Search::spread(std::size_t k) const {
 
 double Search::function(const Vector& variables) {
     install(variables);
-    return model_->relativeObjective(*likelihood_, parameters_);
+    last_ = variables;
+    lastValue_ = model_->relativeObjective(*likelihood_, parameters_);
+    return lastValue_;
+}
+
+Vector Search::minimizeCoarsely(const Vector& start) {
+    constexpr double kTolerance = 0.1;
+    const double tolerance = getGradiendTolerance();
+    setGradientTolerance(std::max(tolerance, kTolerance));
+    coarse_ = true;
+    Vector end = minimize(start);
+    coarse_ = false;
+    setGradientTolerance(tolerance);
+    return end;
 }
 
 Vector Search::getGradient(const Vector& variables) {
     constexpr double kStep = 1e-3;  // of about a standard error
     Vector gradient(variables.size());
     Vector at = variables;
+    const double here = !coarse_ || last_ == variables ? lastValue_ : function(variables);
     ProgressPhase phase("Differentiating", variables.size());
     for (std::uint64_t i = 0; i < variables.size(); ++i) {
         at[i] = variables[i] + kStep;
         const double ahead = function(at);
         at[i] = variables[i] - kStep;
-        const double behind = function(at);
+        const double behind = coarse_ ? here : function(at);
         at[i] = variables[i];
         const bool isInside = ahead < kOutside && behind < kOutside;
-        gradient[i] = isInside ? (ahead - behind) / (2.0 * kStep) : 0.0;
+        if (isInside) gradient[i] = (ahead - behind) / (coarse_ ? kStep : 2.0 * kStep);
         phase.advance();
     }
     return gradient;

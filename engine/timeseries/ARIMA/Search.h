@@ -24,8 +24,13 @@ class Search final : public Optimization::QuasiNewtonOptimizer {
 
     /// The objective less what does not depend on the parameters.
     double function(const Vector& variables) override;
-    /// Central differences with a step that suits variables of scale 1.
+    /// Differences with a step that suits variables of scale 1: central ones, or forward ones when
+    /// the search is coarse.
     Vector getGradient(const Vector& variables) override;
+
+    /// A minimum to about the second decimal place of the objective, at half the cost: enough to
+    /// tell maxima of the likelihood apart.
+    Vector minimizeCoarsely(const Vector& start);
 
     /// The variables of coefficients, moved inside the region where they are not.
     Vector variables(const Vector& parameters) const;
@@ -48,6 +53,9 @@ class Search final : public Optimization::QuasiNewtonOptimizer {
     Vector scale_;
     Vector parameters_;
     std::vector<double> partials_;
+    bool coarse_ = false;
+    Vector last_;  ///< where the objective was evaluated last
+    double lastValue_ = 0.0;
 };
 
 }  // namespace Veltrix::Engine::TS::ARIMA

@@ -264,7 +264,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     virtual bool isMovingAverageFactored() const { return true; }
     /// The estimates of a method; nothing when it cannot say.
     virtual Vector preliminary(InitialEstimates method) const;
-    /// The fit with that many starting points beside the preliminary estimates and 0.
+    /// The fit with that many spread starting points; with 0 of them from the preliminary estimates
+    /// alone.
     ARMA& fitFrom(std::size_t numSpread);
     /// The ARMA(p, q) fit of a series as it is, with no spread starting points; coefficients 0 when
     /// the series is too short.
@@ -288,7 +289,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     double relativeObjective(Likelihood& likelihood, const Vector& parameters) const;
     void checkEnough() const;
     Vector initialVector();
-    Vector solve(Likelihood& likelihood, Search& best, std::size_t numSpread);
+    void addOtherStarts(const Search& search, std::vector<Vector>& starts) const;
+    Vector solve(Search& best, std::size_t numSpread);
     std::vector<double> forecastProcessed(const Data& data, std::size_t horizon) const;
     std::vector<double> stdDevs(std::size_t horizon, bool integratedWeights) const;
     ModelParts parts(const Vector& values, double constant) const;

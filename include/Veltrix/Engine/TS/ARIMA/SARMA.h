@@ -83,8 +83,6 @@ class VELTRIX_ENGINE_API SARMA : public ARMA {
   private:
     friend struct Stored<SARMA>;
 
-    void checkPeriod(const char* operation, std::uint64_t period) const;
-
     std::uint64_t p_ = 0;
     std::uint64_t q_ = 0;
     std::uint64_t seasonalP_ = 0;
