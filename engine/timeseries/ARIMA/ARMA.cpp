@@ -269,11 +269,14 @@ void ARMA::checkEnough() const {
 }
 
 ARMA& ARMA::fit() {
-    // About as much work as one search takes on a long series, and at least some.
-    constexpr std::uint64_t kWork = 6000;
-    if (const char* e = getenv("VSPREAD")) return fitFrom(std::stoul(e));
-    const std::uint64_t n = std::max<std::uint64_t>(data_.numProcessedRecords(), 1);
-    return fitFrom(numVars() < 2 ? 2 : std::clamp<std::uint64_t>(kWork / n, 2, 24));
+    // The more coefficients, the more maxima; the longer the series, the fewer and the dearer.
+    constexpr std::uint64_t kPerCoefficient = 12;
+    constexpr std::uint64_t kMost = 48;
+    constexpr std::uint64_t kShort = 200;
+    const std::uint64_t n = data_.numProcessedRecords();
+    const std::uint64_t wanted =
+        std::min(kPerCoefficient * (std::max<std::uint64_t>(numVars(), 1) - 1), kMost);
+    return fitFrom(std::max<std::uint64_t>(wanted * kShort / std::max(n, kShort), 2));
 }
 
 ARMA& ARMA::fitFrom(std::size_t numSpread) {
@@ -334,20 +337,49 @@ Vector ARMA::solve(Search& best, std::size_t numSpread) {
     if (numSpread > 0) addOtherStarts(best, starts);
     for (std::size_t k = 0; k < numSpread; ++k) starts.push_back(best.spread(k));
 
-    const double same = 1e-9 * static_cast<double>(data_.numProcessedRecords());
-    double least = kOutside;
+    if (starts.size() == 1) return best.parameters(best.minimize(starts[0]));
+
+    std::vector<std::pair<double, Vector>> ends;
     ProgressPhase phase("Maximising the likelihood", starts.size() + 1);
-    Vector nearest = starts[0];
     for (const Vector& start : starts) {
-        if (starts.size() == 1) break;
         const Vector end = Search(best).minimizeCoarsely(start);
-        const double value = best.function(end);
+        ends.emplace_back(best.function(end), end);
         phase.advance();
-        if (!(value < least - same)) continue;
-        least = value;
-        nearest = end;
     }
-    return best.parameters(best.minimize(nearest));
+    // Of ends at one maximum the first counts, whatever the last digits say.
+    const double same = 1e-9 * static_cast<double>(data_.numProcessedRecords());
+    std::size_t first = 0;
+    for (std::size_t k = 1; k < ends.size(); ++k) {
+        if (ends[k].first < ends[first].first - same) first = k;
+    }
+    const Vector solution = best.minimize(ends[first].second);
+    return best.parameters(isMovingAverageFactored() ? solution : invertible(best, solution, ends));
 }
 
+/// Where the search lets MA parts leave the invertible processes, a maximum has a mirror image of
+/// the same likelihood: the invertible one of the two, if a search came near it.
+Vector ARMA::invertible(Search& best, const Vector& solution,
+                        const std::vector<std::pair<double, Vector>>& ends) const {
+    constexpr double kNear = 0.1;
+    constexpr double kSame = 1e-6;
+    std::vector<double> ar;
+    std::vector<double> ma;
+    const auto isInvertible = [&](const Vector& parameters) {
+        expand(parameters, ar, ma);
+        for (double& value : ma) value = -value;
+        ar.resize(ma.size());
+        return toPartials(ma, ar);
+    };
+    if (isInvertible(best.parameters(solution))) return solution;
+    const double least = best.function(solution);
+    for (const auto& [value, end] : ends) {
+        if (value > least + kNear || !isInvertible(best.parameters(end))) continue;
+        Search other(best);
+        const Vector refined = other.minimize(end);
+        if (other.function(refined) > least + kSame) continue;
+        best = std::move(other);
+        return refined;
+    }
+    return solution;
+}
 }  // namespace Veltrix::Engine::TS::ARIMA

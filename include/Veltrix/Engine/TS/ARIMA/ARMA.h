@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Veltrix/Data/DataFrame.h"
@@ -289,6 +290,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     double relativeObjective(Likelihood& likelihood, const Vector& parameters) const;
     void checkEnough() const;
     Vector initialVector();
+    Vector invertible(Search& best, const Vector& solution,
+                      const std::vector<std::pair<double, Vector>>& ends) const;
     void addOtherStarts(const Search& search, std::vector<Vector>& starts) const;
     Vector solve(Search& best, std::size_t numSpread);
     std::vector<double> forecastProcessed(const Data& data, std::size_t horizon) const;
