@@ -396,6 +396,39 @@ TEST(AllocationFailures, Trees) {
     surviveTree<Engine::DT::Regression::Model>(1, kMore.numbers, {});
 }
 
+/// Everything a model of a series can be asked for.
+template <class Model>
+void surviveSeries(const Model& from, const Model& other) {
+    const std::vector<double> series{3, 1, 4, 1, 5, 9, 2, 6, 5, 3, 5, 8, 9, 7, 9, 3, 2, 3, 8, 4};
+    surviveStored(from, other,
+                  {{"load", [&](auto& m) { m.loadData(series); }},
+                   {"preprocess", [&](auto& m) { Model(m).loadData(series).preprocess(); }},
+                   {"fit", [](auto& m) { m.fit(); }},
+                   {"estimates", [](auto& m) { m.computeInitialEstimates(); }},
+                   {"details", [](auto& m) { m.computeModelDetails(); }},
+                   {"fitted values", [](auto& m) { m.computeFittedValues(); }},
+                   {"forecast", [](auto& m) { m.forecast(5); }},
+                   {"standard deviations", [](auto& m) { m.computeIntegratedForecastsStdDev(); }},
+                   {"test", [](auto& m) { m.performLjungBoxTest(); }},
+                   {"likelihood", [](auto& m) { m.function(m.parameters()); }},
+                   {"frames", [](auto& m) {
+                        m.getForecastFrame(3), m.getFittedFrame(), m.getCoefficientFrame();
+                    }}});
+}
+
+TEST(AllocationFailures, SeriesModels) {
+    using Engine::TS::ARIMA::ARMA;
+    using Engine::TS::ARIMA::SARMA;
+    const std::vector<double> series{2, 7, 1, 8, 2, 8, 1, 8, 2, 8, 4, 5, 9, 0, 4, 5, 2, 3, 5, 3, 6};
+    ARMA plain(1, 1, 1);
+    plain.setMaxIterations(3);
+    SARMA seasonal(0, 1, 1, 0, 1, 0, 2);
+    seasonal.setMaxIterations(3);
+    const ARMA fitted = ARMA(plain).loadData(series).preprocess().fit();
+    surviveSeries(fitted, plain);
+    surviveSeries(SARMA(seasonal).loadData(series).preprocess().fit(), seasonal);
+}
+
 TEST(AllocationFailures, Clusters) {
     using Clusters = Engine::KMC::Model;
     Clusters given({1, 2, 5, 7});

@@ -206,15 +206,59 @@ Smoothing::NoTrendHoltWinters fitted(unsigned seed) {
     return seasonal(Smoothing::NoTrendHoltWinters(numbers(seed), 0.5, 0.125, 4));
 }
 
+/// A series and a model without search.
+template <class Model>
+Model fittedTo(unsigned seed, std::uint64_t order) {
+    const Vector values = numbers(seed);
+    Model model(order);
+    model.loadData(std::vector<double>(values.begin(), values.end())).preprocess().fit();
+    return model;
+}
+
+using Autoregression = Engine::TS::ARIMA::AR;
+template <>
+Autoregression fitted(unsigned seed) {
+    return fittedTo<Autoregression>(seed, 3);
+}
+
+using MovingAverage = Engine::TS::ARIMA::MA;
+template <>
+MovingAverage fitted(unsigned seed) {
+    return fittedTo<MovingAverage>(seed, 2);
+}
+
+using Arma = Engine::TS::ARIMA::ARMA;
+using Seasonal = Engine::TS::ARIMA::SARMA;
+void computeAll(Arma& model, unsigned seed) {
+    const Vector values = numbers(seed);
+    model.loadData(std::vector<double>(values.begin(), values.end())).preprocess().fit();
+    model.computeModelDetails().computeFittedValues().forecast(3);
+    model.computeForecastsStdDev().computeIntegratedForecastsStdDev().computePsi(4);
+    model.performLjungBoxTest();
+}
+template <>
+Arma fitted(unsigned seed) {
+    Arma model(1, 1, 1);
+    computeAll(model, seed);
+    return model;
+}
+template <>
+Seasonal fitted(unsigned seed) {
+    Seasonal model(1, 0, 0, 0, 1, 1, 4);
+    computeAll(model, seed);
+    return model;
+}
+
 template <class Model>
 class StoredModels : public testing::Test {};
 
 using Models =
     testing::Types<Regression, Logistic, Clusters, Hierarchy, Neighbours, NumberNeighbours,
                    Discriminant, NaiveBayes, ClassTree, NumberTree, Engine::Encoder,
-                   Engine::CatReducer, Series, Smoothing::MovingAverage, Smoothing::Exponential,
-                   Smoothing::DoubleExponential, Smoothing::MulHoltWinters,
-                   Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters>;
+                   Engine::CatReducer, Series, Autoregression, MovingAverage, Arma, Seasonal,
+                   Smoothing::MovingAverage, Smoothing::Exponential, Smoothing::DoubleExponential,
+                   Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
+                   Smoothing::NoTrendHoltWinters>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {
