@@ -420,9 +420,9 @@ TEST(AllocationFailures, SeriesModels) {
     using Engine::TS::ARIMA::ARMA;
     using Engine::TS::ARIMA::SARMA;
     const std::vector<double> series{2, 7, 1, 8, 2, 8, 1, 8, 2, 8, 4, 5, 9, 0, 4, 5, 2, 3, 5, 3, 6};
-    ARMA plain(1, 1, 1);
+    ARMA plain(0, 1, 1);
     plain.setMaxIterations(3);
-    SARMA seasonal(0, 1, 1, 0, 1, 0, 2);
+    SARMA seasonal(0, 0, 1, 0, 1, 0, 2);
     seasonal.setMaxIterations(3);
     const ARMA fitted = ARMA(plain).loadData(series).preprocess().fit();
     surviveSeries(fitted, plain);

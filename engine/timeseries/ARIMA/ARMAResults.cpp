@@ -103,6 +103,14 @@ std::vector<double> pValues(const std::vector<double>& estimates,
     return result;
 }
 
+ModelParts pValues(const ModelParts& b, const ModelParts& e) {
+    ModelParts result;
+    result.constant(pValue(b.constant(), e.constant()));
+    result.ar(pValues(b.ar(), e.ar())).ma(pValues(b.ma(), e.ma()));
+    result.sar(pValues(b.sar(), e.sar())).sma(pValues(b.sma(), e.sma()));
+    return result;
+}
+
 }  // namespace
 
 void ARMA::checkFitted(const char* operation) const {
@@ -176,20 +184,16 @@ ARMA& ARMA::computeModelDetails() {
     }
     ModelParts details = parts(parameters_, mean * rest);
     ModelParts standardErrors = parts(errors, constantError);
+    ModelParts probabilities = ARIMA::pValues(details, standardErrors);
     covarMatrix_ = std::move(covariance);
     details_ = std::move(details);
     standardErrors_ = std::move(standardErrors);
-    return computePValues();
+    pValues_ = std::move(probabilities);
+    return *this;
 }
 
 ARMA& ARMA::computePValues() {
-    const ModelParts& b = details_;
-    const ModelParts& e = standardErrors_;
-    ModelParts result;
-    result.constant(pValue(b.constant(), e.constant()));
-    result.ar(ARIMA::pValues(b.ar(), e.ar())).ma(ARIMA::pValues(b.ma(), e.ma()));
-    result.sar(ARIMA::pValues(b.sar(), e.sar())).sma(ARIMA::pValues(b.sma(), e.sma()));
-    pValues_ = std::move(result);
+    pValues_ = ARIMA::pValues(details_, standardErrors_);
     return *this;
 }
 

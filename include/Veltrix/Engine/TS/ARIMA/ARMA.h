@@ -158,8 +158,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
 
     /// Coefficients, their standard errors and p-values: constant = mean (1 − Σφ) with standard
     /// error √(γ(0)/N) |1 − Σφ|, N the length of the original series, 0 without autocovariances.
-    /// Throws `Exception` when the model is not fitted (given coefficients count as fitted). Runs
-    /// `computeCoeffsCovarMatrix` and `computePValues`.
+    /// Throws `Exception` when the model is not fitted (given coefficients count as fitted).
+    /// Computes the covariance and the p-values as well.
     virtual ARMA& computeModelDetails();
     /// Covariance of the coefficients: the inverse of half the Hessian of the objective at the
     /// solution, by central differences with steps of a hundredth of a standard error, at which the
