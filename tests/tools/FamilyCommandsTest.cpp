@@ -175,6 +175,38 @@ TEST(LogisticCommand, ModelsTheSuccessClass) {
               static_cast<double>(std::ranges::count_if(p, [](double q) { return q >= 0.99; })));
 }
 
+TEST(SelectCommand, ShowsTheReferenceNumbersAndFitsTheChosenModel) {
+    const TemporaryFolder folder;
+    const ReferenceData reference("learners/cement.selection");
+    const std::string model = folder.path("m.json");
+    const Arguments data{"select --target y --data", kLearners + reference.text("data")};
+    const JsonReport best = reportOf(data + Arguments{"--subsets 3 --use 5 --save", model});
+    expectShown(best, reference,
+                {{"Models",
+                  "RSS = best_subsets.0.rss + best_subsets.1.rss + best_subsets.2.rss + "
+                  "best_subsets.3.rss"}});
+    EXPECT_EQ(best.column("Models", "Size"), (std::vector<double>{1, 1, 1, 2, 2, 2, 3, 3, 3, 4}));
+    // The fifth is that of x1 and x4.
+    const JsonReport fitted = reportOf(
+        {"regress --target y --predictors x1,x4 --data", kLearners + reference.text("data")});
+    EXPECT_EQ(best.table("Coefficients").toJson(), fitted.table("Coefficients").toJson());
+    EXPECT_THAT(
+        predictionsOf(model, folder.write("new.csv", "x4,x3,x2,x1\n0,1,2,0\n")),
+        HasSubstr(fmt::format("\n1,{}\n", fitted.column("Coefficients", "Estimate").at(0))));
+    const JsonReport forward = reportOf(data + Arguments{"--method forward --f-in 4"});
+    const auto f = forward.column("Models", "F");
+    EXPECT_TRUE(allNear(std::vector<double>(f.begin() + 1, f.end()),
+                        reference.vector("forward.0.f"), {1e-9}));
+    EXPECT_EQ(forward.entry("Chosen model"), 4.0);  // of least Cp
+    const JsonReport logistic =
+        reportOf({"select --model logistic --method backward --target low --data",
+                  kLearners + "birthwt_low.csv", "--report", folder.path("r.xlsx")});
+    const auto aic = logistic.column("Models", "AIC");
+    const auto chosen = static_cast<std::size_t>(logistic.entry("Chosen model")) - 1;
+    EXPECT_EQ(aic.at(chosen), std::ranges::min(aic));
+    EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart2.xml"));
+}
+
 TEST(KnnCommand, ShowsTheReferenceNumbersAndSearches) {
     const TemporaryFolder folder;
     const ReferenceData reference("learners/painters_weighted.knn");

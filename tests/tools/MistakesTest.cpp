@@ -178,6 +178,13 @@ TEST_F(Mistakes, InOptionsOfFamilies) {
            {{"--alpha -1", "--alpha | \"-1\" | at least 0"},
             {"--alpha inf", "--alpha | \"inf\""},
             {"--categorical kind", "--categorical"}});
+    expect({"select --data", data, "--target x --predictors z,w"},
+           {{"--method stepwise --f-out 5 --f-in 4.5", "--f-out: 5 | at most --f-in, 4.5"},
+            {"--use 9", "--use: 9 | number of models, 1"},
+            {"--no-intercept --method forward --f-in 1e9", "--f-in: 1000000000 | no column"},
+            {"--model logistic", "--target | classes | expected 2"},
+            {"--f-in -1", "--f-in: \"-1\" | at least 0"},
+            {"--method all", "--method: all | sequential"}});
     expect({"tree --data", data, "--target class --predictors x"},
            {{"--categorical kin", "--categorical | did you mean \"kind\""},
             {"--categorical kind", "--categorical | \"kind\" | no predictor"},

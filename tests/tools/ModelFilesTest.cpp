@@ -119,6 +119,8 @@ TEST(ModelFiles, PredictAsTheReportDoes) {
                  {"knn --target price --regression --k 3", "Prediction", {}},
                  {"knn --target sold --max-k 5", "P(yes)", {}},
                  {"logistic --target sold", "P(yes)", {}},
+                 {"select --target price --use 2", "Prediction", {}},
+                 {"select --target sold --model logistic --use 1", "P(yes)", {}},
                  {"tree --target sold --min-records 1", "P(yes)", {}},
                  {"tree --target price --regression --min-records 2", "Prediction", {}}};
     for (const auto& [command, column, both] : cases) {

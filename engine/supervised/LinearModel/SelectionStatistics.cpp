@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -33,8 +34,8 @@ SweptModel fullModel(const Problem& problem) {
 
 double probabilityAgainstFull(double rss, double size, double fullRss, double fullSize, double n) {
     if (size >= fullSize) return 1.0;
-    const double F = ((rss - fullRss) / (fullSize - size)) / (fullRss / (n - fullSize));
-    return Distributions::fUpperTail(std::max(F, 0.0), fullSize - size, n - fullSize);
+    const double ratio = ((rss - fullRss) / (fullSize - size)) / (fullRss / (n - fullSize));
+    return Distributions::fUpperTail(std::max(ratio, 0.0), fullSize - size, n - fullSize);
 }
 
 void checkSame(const Problem& problem, const History& history) {

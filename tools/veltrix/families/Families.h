@@ -13,6 +13,8 @@ namespace Veltrix::Tool {
 std::unique_ptr<Family> makeRegression();
 /// Probabilities of two classes by logistic regression.
 std::unique_ptr<Family> makeLogistic();
+/// Choice of predictors for linear and logistic regression.
+std::unique_ptr<Family> makeSelection();
 /// Classes or numbers of records from the training records nearest to them.
 std::unique_ptr<Family> makeNeighbours();
 /// Classes from the frequencies of categories.

@@ -1,16 +1,12 @@
-#include <algorithm>
 #include <cstdint>
 
 #include <fmt/format.h>
 
-#include "Veltrix/Data/Convert.h"
-#include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/LinearModel/Logistic.h"
+#include "tools/veltrix/families/BinaryTarget.h"
 #include "tools/veltrix/families/Families.h"
 #include "tools/veltrix/families/LinearTables.h"
 #include "tools/veltrix/host/StoredRoles.h"
-#include "tools/veltrix/host/UserError.h"
-#include "tools/veltrix/report/NumberFormat.h"
 
 namespace Veltrix::Tool {
 
@@ -42,8 +38,8 @@ class LogisticRegression : public StoredFamily<LogisticRegression> {
 
     void fit(const Prepared& data) override {
         const PartData& training = data.training();
-        takeRoles(data);
-        const Vector y = response(data);
+        roles_ = binaryRoles(data);
+        const Vector y = successes(data, roles_);
         if (training.weights.empty()) {
             model_.fit(training.records.x, y, maxIterations_, !noIntercept_);
         } else {
@@ -66,19 +62,18 @@ class LogisticRegression : public StoredFamily<LogisticRegression> {
 
     void describe(ReportBuilder& report, const Prepared& data) const override {
         addFit(report, data);
-        addCoefficients(report.table("Coefficients"), data);
-        addCollinearity(report.table("Collinearity diagnostics"), model_, data);
+        const std::vector<std::string> names = coefficientNames(model_, data.coding.columnNames());
+        addCoefficients(report.table("Coefficients"), model_, names, data.training().records.x,
+                        data.confidence)
+            .note(data.coding.baseNotes());
+        addCollinearity(report.table("Collinearity diagnostics"), model_, names,
+                        data.training().records.x);
     }
 
     ClassRoles roles() const override { return roles_; }
 
     Scores score(const Records& records, double /*confidence*/) const override {
-        // The success class comes first in the matrix; the frame has the order of the classes.
-        const bool reversed = roles_.classes[0] != roles_.successClass;
-        const Matrix probabilities = model_.posteriorProbability(records.x);
-        const IntVector order = reversed ? IntVector{1, 0} : IntVector{0, 1};
-        return classScores(
-            Convert::toDataFrame(probabilities(Selection::all, order), roles_.classes), roles_);
+        return binaryScores(model_.posteriorProbability(records.x), roles_);
     }
 
     int numColumns() const override {
@@ -86,44 +81,13 @@ class LogisticRegression : public StoredFamily<LogisticRegression> {
     }
 
     static void describeFields(auto& a, auto& self) {
-        storedRoles(a, self.roles_);
-        a.check(
-            "classes", [&] { return self.roles_.classes.size() == 2; }, "expected 2 classes");
-        a.check(
-            "successClass", [&] { return !self.roles_.successClass.empty(); },
-            "expected one of the classes");
+        storedBinaryRoles(a, self.roles_);
         storedModel(a, "model", self.model_);
     }
 
   private:
-    /// Classes, with their shares of the training records unless there are priors.
-    void takeRoles(const Prepared& data) {
-        if (data.roles.classes.size() != 2) {
-            throw UserError(fmt::format("{}: {} classes in the training rows, expected 2",
-                                        TaskOptions::kTarget, data.roles.classes.size()));
-        }
-        Engine::Classification::Modelable shares;
-        setRoles(shares, data.roles);
-        shares.fit(data.labelsOf(data.training()), data.training().weights);
-        roles_ = rolesOf(shares);
-        if (roles_.successClass.empty()) roles_.successClass = roles_.classes[1];
-    }
-
-    /// 1 for training records of the success class.
-    Vector response(const Prepared& data) const {
-        const IntVector& labels = data.training().labels;
-        Vector y;
-        y.reserve(labels.size());
-        for (const int label : labels) {
-            const bool success =
-                data.labels[static_cast<std::uint64_t>(label)] == roles_.successClass;
-            y.push_back(success ? 1.0 : 0.0);
-        }
-        return y;
-    }
-
     void addFit(ReportBuilder& report, const Prepared& data) const {
-        const Logistic::FitEvaluation fit = model_.computeFitEvaluation(response(data));
+        const Logistic::FitEvaluation fit = model_.computeFitEvaluation(successes(data, roles_));
         const double nullDf = fit.residualDf + model_.getNumCols() - (noIntercept_ ? 0 : 1);
         Table& table = report.table("Deviances");
         table.text("Source", std::vector<std::string>{"Null", "Residual"})
@@ -148,21 +112,6 @@ class LogisticRegression : public StoredFamily<LogisticRegression> {
             if (p(i, 0) * p(i, 1) > kUndecided) return false;
         }
         return true;
-    }
-
-    void addCoefficients(Table& table, const Prepared& data) const {
-        Logistic::CoefficientInfo info =
-            model_.computeCoefficientInfo(data.training().records.x, data.confidence);
-        const std::string level = percentText(data.confidence);
-        table.text("Name", coefficientNames(model_, data))
-            .numbers("Estimate", std::move(info.estimates))
-            .numbers("Std. error", std::move(info.standardErrors))
-            .numbers("Wald chi-square", std::move(info.waldStatistics))
-            .probability("p-value", std::move(info.pValues))
-            .numbers("Lower " + level, std::move(info.lowerConfidenceLimits))
-            .numbers("Upper " + level, std::move(info.upperConfidenceLimits))
-            .numbers("Odds", std::move(info.odds));
-        addRemarks(table, model_, data);
     }
 
     int maxIterations_ = 50;

@@ -73,8 +73,11 @@ class Regression : public StoredFamily<Regression> {
 
     void describe(ReportBuilder& report, const Prepared& data) const override {
         addAnova(report.table("Analysis of variance"));
-        addCoefficients(report.table("Coefficients"), data);
-        addCollinearity(report.table("Collinearity diagnostics"), model_, data);
+        const std::vector<std::string> names = coefficientNames(model_, data.coding.columnNames());
+        addCoefficients(report.table("Coefficients"), model_, names, data.confidence)
+            .note(data.coding.baseNotes());
+        addCollinearity(report.table("Collinearity diagnostics"), model_, names,
+                        data.training().records.x);
         addRecords(report, data);
     }
 
@@ -108,19 +111,6 @@ class Regression : public StoredFamily<Regression> {
             .numbers("Mean square", {anova.MSR, anova.MSE, anova.MST})
             .cells("F", {anova.F, {}, {}})
             .cells("p-value", {anova.pValue, {}, {}}, NumberStyle::Probability);
-    }
-
-    void addCoefficients(Table& table, const Prepared& data) const {
-        Engine::LinearModel::CoefficientInfo info = model_.computeCoefficientInfo(data.confidence);
-        const std::string level = percentText(data.confidence);
-        table.text("Name", coefficientNames(model_, data))
-            .numbers("Estimate", std::move(info.estimates))
-            .numbers("Std. error", std::move(info.standardErrors))
-            .numbers("t", std::move(info.tStatistics))
-            .probability("p-value", std::move(info.pValues))
-            .numbers("Lower " + level, std::move(info.lowerConfidenceLimits))
-            .numbers("Upper " + level, std::move(info.upperConfidenceLimits));
-        addRemarks(table, model_, data);
     }
 
     void addRecords(ReportBuilder& report, const Prepared& data) const {

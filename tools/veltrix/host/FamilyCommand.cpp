@@ -61,7 +61,7 @@ void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
         summary.entry(options_.isSeries() ? "Series" : "Columns", joined(data.coding.predictors()));
         if (!data.leftOut.empty()) summary.entry("Text columns left out", joined(data.leftOut));
     }
-    if (options_.needs.target == TargetKind::Either) {
+    if (options_.hasRegressionOption()) {
         summary.entry("Task", options_.regression ? "regression" : "classification");
     }
     summary.entry("Rows read", data.rowsRead)

@@ -119,12 +119,11 @@ void checkClasses(const StringVector& classes, std::uint64_t numRows, const Task
             TaskOptions::kTarget, Tool::quoted(options.target), Tool::quoted(classes[0].toUtf8())));
     }
     if (classes.size() <= kFew || 2 * classes.size() <= numRows) return;
-    throw UserError(
-        fmt::format("{}: column {} holds {} different texts in {} training rows, "
-                    "expected classes{}",
-                    TaskOptions::kTarget, Tool::quoted(options.target), classes.size(), numRows,
-                    options.needs.target == TargetKind::Either ? ", or --regression for numbers"
-                                                               : " that repeat"));
+    throw UserError(fmt::format(
+        "{}: column {} holds {} different texts in {} training rows, "
+        "expected classes{}",
+        TaskOptions::kTarget, Tool::quoted(options.target), classes.size(), numRows,
+        options.hasRegressionOption() ? ", or --regression for numbers" : " that repeat"));
 }
 
 void checkWeights(const Prepared& data, const std::string& name) {
@@ -185,7 +184,7 @@ void fillParts(Prepared& data, const std::array<IntVector, kParts.size()>& rows,
         part.rowNumbers = pick(selection.rowNumbers, rows[k]);
         if (weights != nullptr) part.weights = pick(weights->numbers, rows[k]);
         if (options.hasClasses()) part.labels = pick(target->codes, rows[k]);
-        if (target != nullptr && options.regression) {
+        if (target != nullptr && options.predictsNumbers()) {
             part.numbers = pick(target->numbers, rows[k]);
         }
         if (rows[k].size() == selection.rowNumbers.size()) {

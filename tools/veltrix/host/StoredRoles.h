@@ -41,4 +41,14 @@ void storedRoles(Archive& a, auto& roles) {
         "none of the classes");
 }
 
+/// The same of two classes, one of which is the success class.
+template <class Archive>
+void storedBinaryRoles(Archive& a, auto& roles) {
+    storedRoles(a, roles);
+    a.check(
+        "classes", [&] { return roles.classes.size() == 2; }, "expected 2 classes");
+    a.check(
+        "successClass", [&] { return !roles.successClass.empty(); }, "expected one of the classes");
+}
+
 }  // namespace Veltrix::Tool

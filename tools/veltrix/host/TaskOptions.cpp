@@ -3,7 +3,7 @@
 namespace Veltrix::Tool {
 
 void TaskOptions::declareTarget(OptionGroup& options) {
-    const bool either = needs.target == TargetKind::Either;
+    const bool either = hasRegressionOption();
     options
         .column(kTarget, target,
                 either ? "Column to explain: classes, or numbers with --regression"
@@ -32,7 +32,7 @@ void TaskOptions::declareClasses(OptionGroup& options) {
     options.share("--cutoff", classes.cutoff, "Least probability at which it is")
         .needs(ClassOptions::kSuccessClass)
         .shown("0.5");
-    if (needs.target != TargetKind::Either) return;
+    if (!hasRegressionOption()) return;
     priors.excludes("--regression");
     success.excludes("--regression");
 }

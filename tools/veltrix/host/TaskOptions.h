@@ -34,6 +34,8 @@ struct Needs {
     bool scores = true;
     /// It has tables of its own for the training records and how well they are met.
     bool describesTraining = false;
+    /// For either kind of target: what an option of the family's own says in place of --regression.
+    const bool* numbers = nullptr;
 };
 
 /// What a family can be fitted to.
@@ -59,7 +61,12 @@ struct TaskOptions {
 
     bool isSeries() const { return needs.target == TargetKind::Series; }
     bool hasTarget() const { return needs.target != TargetKind::None && !isSeries(); }
-    bool hasClasses() const { return hasTarget() && !regression; }
+    bool hasClasses() const { return hasTarget() && !predictsNumbers(); }
+    bool predictsNumbers() const { return needs.numbers == nullptr ? regression : *needs.numbers; }
+    /// The family leaves it to --regression.
+    bool hasRegressionOption() const {
+        return needs.target == TargetKind::Either && needs.numbers == nullptr;
+    }
     /// The option that names the predictors.
     const char* predictorOption() const {
         return hasTarget() ? "--predictors" : isSeries() ? "--column" : "--columns";
