@@ -49,14 +49,21 @@ bool equalWithoutCase(const WString& a, const WString& b) {
                       [](wchar_t x, wchar_t y) { return folded(x) == folded(y); });
 }
 
+/// Sum of what `term` makes of each record, without the rounding errors of a running sum.
+template <class Term>
+double sumOf(std::uint64_t numRecords, Term term) {
+    Vector terms(numRecords, Storage::kUnfilled);
+    for (std::uint64_t i = 0; i < numRecords; ++i) terms[i] = term(i);
+    return Util::sum(terms);
+}
+
 /// Mean of what `error` makes of each actual and predicted value; 0/0 is NaN.
 template <class Error>
 double meanError(const char* operation, const Vector& actual, const Vector& predicted,
                  Error error) {
     Checks::counts(operation, actual.size(), "actual values", predicted.size(), "predicted");
-    double sum = 0.0;
-    for (std::uint64_t i = 0; i < actual.size(); ++i) sum += error(actual[i], predicted[i]);
-    return sum / static_cast<double>(actual.size());
+    return sumOf(actual.size(), [&](std::uint64_t i) { return error(actual[i], predicted[i]); }) /
+           static_cast<double>(actual.size());
 }
 
 /// The same of 0/1 outcomes and their probabilities.
@@ -111,8 +118,8 @@ double Metrics::MAPE(const Vector& actual, const Vector& predicted) {
 double Metrics::R2(const Vector& actual, const Vector& predicted) {
     Checks::counts("R2", actual.size(), "actual values", predicted.size(), "predicted");
     const double mean = Util::mean(actual);
-    double total = 0.0;
-    for (const double y : actual) total += square(y - mean);
+    const double total =
+        sumOf(actual.size(), [&](std::uint64_t i) { return square(actual[i] - mean); });
     if (total == 0.0) return std::nan("");
     return 1.0 - MSE(actual, predicted) * static_cast<double>(actual.size()) / total;
 }
@@ -159,10 +166,9 @@ double Metrics::accuracy(const StringVector& actual, const StringVector& predict
 
 double Metrics::logLoss(const IntVector& actual, const Matrix& posteriors) {
     checkClasses("Log loss", actual, posteriors);
-    double sum = 0.0;
-    for (std::uint64_t i = 0; i < actual.size(); ++i) {
-        sum += surprise(actual[i] < 0 ? 0.0 : posteriors(static_cast<int>(i), actual[i]));
-    }
+    const double sum = sumOf(actual.size(), [&](std::uint64_t i) {
+        return surprise(actual[i] < 0 ? 0.0 : posteriors(static_cast<int>(i), actual[i]));
+    });
     return sum / static_cast<double>(actual.size());
 }
 
@@ -170,10 +176,9 @@ double Metrics::brierScore(const IntVector& actual, const Matrix& posteriors) {
     checkClasses("Brier score", actual, posteriors);
     double sum = 0.0;
     for (int j = 0; j < posteriors.getNumCols(); ++j) {
-        for (int i = 0; i < posteriors.getNumRows(); ++i) {
-            const bool own = actual[static_cast<std::uint64_t>(i)] == j;
-            sum += square(posteriors(i, j) - (own ? 1.0 : 0.0));
-        }
+        sum += sumOf(actual.size(), [&](std::uint64_t i) {
+            return square(posteriors(static_cast<int>(i), j) - (actual[i] == j ? 1.0 : 0.0));
+        });
     }
     // A class without a column was given no probability.
     sum += static_cast<double>(std::count(actual.begin(), actual.end(), -1));

@@ -83,12 +83,16 @@ double RankedOutcomes::area() const {
 
 RocCurve RankedOutcomes::rocCurve(int maxPoints) const {
     checkBinary("ROC curve");
+    Checks::notNegative("ROC curve", "number of points", maxPoints);
     RocCurve curve;
     if (numRecords_ == 0) return curve;
     const double successes = total();
     const double others = static_cast<double>(numRecords_) - successes;
-    // Lengths along the sides of the steps; the whole curve is 2 long.
-    const double least = maxPoints > 2 ? 2.0 / (maxPoints - 2) : 0.0;
+    // Lengths along the sides of the steps; the whole curve is 2 long, or 1 when all records are of
+    // one kind.
+    const double least = maxPoints > 0 ? 2.0 / std::max(1, maxPoints - 2) : 0.0;
+    const double perOther = others > 0.0 ? 1.0 / others : 0.0;
+    const double perSuccess = successes > 0.0 ? 1.0 / successes : 0.0;
     double last = 0.0;
     const auto add = [&](double cutoff, double records, double found) {
         curve.cutoffs.push_back(cutoff);
@@ -97,7 +101,7 @@ RocCurve RankedOutcomes::rocCurve(int maxPoints) const {
     };
     add(std::numeric_limits<double>::infinity(), 0.0, 0.0);
     for (std::uint64_t g = 0; g < counts_.size(); ++g) {
-        const double length = (counts_[g] - totals_[g]) / others + totals_[g] / successes;
+        const double length = (counts_[g] - totals_[g]) * perOther + totals_[g] * perSuccess;
         if (length - last < least && g + 1 < counts_.size()) continue;
         last = length;
         add(scores_[g], counts_[g], totals_[g]);

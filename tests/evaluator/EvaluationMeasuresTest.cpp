@@ -160,6 +160,8 @@ TEST(EvaluationMeasures, whatCannotBeComputedIsNaN) {
     }
     EXPECT_EQ(Metrics::MAPE({0, 1}, {1, 1}), INFINITY);
     EXPECT_EQ(RankedOutcomes().lift().records.size(), 0U);
+    EXPECT_EQ(
+        RankedOutcomes(Vector(9, 1.0), {1, 2, 3, 4, 5, 6, 7, 8, 9}).rocCurve(6).cutoffs.size(), 3U);
     EXPECT_TRUE(
         isNear(Metrics::logLoss(IntVector{-1}, Matrix(1, 2, 0.5)), -std::log(2.2204e-16), {1e-5}));
     // Without a prediction: an error of the class, as if predicted as a class of its own.

@@ -19,42 +19,7 @@ namespace {
 using Veltrix::Engine::valueAt;
 
 constexpr std::size_t kUnknown = std::numeric_limits<std::size_t>::max();
-
-/// The cells of a column as positions in a list of the model's categories: none or a null pointer
-/// where the model lacks the category.
-struct CodedColumn {
-    IntVector codes;
-    std::vector<const Model::ClassValues*> categories;
-
-    CodedColumn(const ConstDataFrameColumn& column, const Model::CategoryMap& known) {
-        if (column.getKind() == ColumnKind::text) {
-            codeTexts(column, known);
-        } else {
-            codeNumbers(column, known);
-        }
-    }
-
-  private:
-    void codeTexts(const ConstDataFrameColumn& column, const Model::CategoryMap& known) {
-        for (const WString& text : column.getTexts(codes)) {
-            const auto category = known.find(text);
-            categories.push_back(category == known.end() ? nullptr : &category->second);
-        }
-    }
-    /// A cell has the text of a category when it is the number that the text is of: no texts are
-    /// made, however many different numbers there are.
-    void codeNumbers(const ConstDataFrameColumn& column, const Model::CategoryMap& known) {
-        Support::NumberCodes numbers;
-        for (const auto& [text, values] : known) {
-            const auto number = Support::parseNumber(text.view());
-            if (!number || Convert::toString(*number) != text) continue;
-            numbers.findOrAdd(*number);
-            categories.push_back(&values);
-        }
-        codes.reserve(static_cast<std::uint64_t>(column.getNumRows()));
-        for (const double cell : column.toDoubleVector()) codes.push_back(numbers.find(cell));
-    }
-};
+constexpr std::size_t kNotYet = kUnknown - 1;
 
 /// Sums log probabilities feature by feature.
 class LogSums {
@@ -65,18 +30,10 @@ class LogSums {
           unknown_(static_cast<std::size_t>(numRecords)) {}
 
     void add(const ConstDataFrameColumn& column, const Model::CategoryMap& known) {
-        const CodedColumn cells(column, known);
-        const std::vector<std::size_t> places = tabulate(cells);
-        const std::size_t width = classes_.size();
-        double* row = sums_.data();
-        for (std::size_t i = 0; i < unknown_.size(); ++i, row += width) {
-            const int code = cells.codes[i];
-            const std::size_t place = code < 0 ? kUnknown : places[static_cast<std::size_t>(code)];
-            if (place == kUnknown) {
-                unknown_[i] = 1;
-            } else {
-                for (std::size_t c = 0; c < width; ++c) row[c] += logs_[place + c];
-            }
+        if (column.getKind() == ColumnKind::text) {
+            addTexts(column, known);
+        } else {
+            addNumbers(column, known);
         }
     }
     void addPriors(const Model::ClassValues& priors) {
@@ -104,22 +61,63 @@ class LogSums {
     }
 
   private:
-    /// Fills the table of logarithms, a row for each category that occurs; returns where they
-    /// start.
-    std::vector<std::size_t> tabulate(const CodedColumn& cells) {
-        std::vector<std::size_t> places(cells.categories.size(), kUnknown);
+    void addTexts(const ConstDataFrameColumn& column, const Model::CategoryMap& known) {
+        IntVector codes;
+        std::vector<const Model::ClassValues*> categories;
+        for (const WString& text : column.getTexts(codes)) {
+            const auto category = known.find(text);
+            categories.push_back(category == known.end() ? nullptr : &category->second);
+        }
+        addCells(categories, [&](std::size_t i) { return codes[i]; });
+    }
+
+    /// A cell has the text of a category when it is the number that the text is of: no texts are
+    /// made, however many different numbers there are.
+    void addNumbers(const ConstDataFrameColumn& column, const Model::CategoryMap& known) {
+        Support::NumberCodes numbers;
+        std::vector<const Model::ClassValues*> categories;
+        for (const auto& [text, values] : known) {
+            const auto number = Support::parseNumber(text.view());
+            if (!number || Convert::toString(*number) != text) continue;
+            numbers.findOrAdd(*number);
+            categories.push_back(&values);
+        }
+        const Vector cells = column.toDoubleVector();
+        addCells(categories, [&](std::size_t i) { return numbers.find(cells[i]); });
+    }
+
+    /// Adds what each cell's category says; its code is negative, or the category a null pointer,
+    /// where the model has none.
+    template <class CodeOf>
+    void addCells(const std::vector<const Model::ClassValues*>& categories, CodeOf codeOf) {
+        const std::size_t width = classes_.size();
+        std::vector<std::size_t> places(categories.size(), kNotYet);
         logs_.clear();
-        for (const int code : cells.codes) {
-            if (code < 0) continue;
-            const auto category = static_cast<std::size_t>(code);
-            if (places[category] != kUnknown || cells.categories[category] == nullptr) continue;
-            places[category] = logs_.size();
-            for (const WString& cls : classes_) {
-                logs_.push_back(valueAt(*cells.categories[category], cls));
+        double* row = sums_.data();
+        for (std::size_t i = 0; i < unknown_.size(); ++i, row += width) {
+            const int code = codeOf(i);
+            std::size_t place = kUnknown;
+            if (code >= 0) {
+                std::size_t& known = places[static_cast<std::size_t>(code)];
+                if (known == kNotYet) known = tabulate(categories[static_cast<std::size_t>(code)]);
+                place = known;
+            }
+            if (place == kUnknown) {
+                unknown_[i] = 1;
+            } else {
+                for (std::size_t c = 0; c < width; ++c) row[c] += logs_[place + c];
             }
         }
-        Support::ln(logs_.data(), logs_.data(), static_cast<std::int64_t>(logs_.size()));
-        return places;
+    }
+
+    /// Appends the logarithms of a category that occurs; returns where they start.
+    std::size_t tabulate(const Model::ClassValues* category) {
+        if (category == nullptr) return kUnknown;
+        const std::size_t place = logs_.size();
+        for (const WString& cls : classes_) logs_.push_back(valueAt(*category, cls));
+        double* const first = logs_.data() + place;
+        Support::ln(first, first, static_cast<std::int64_t>(classes_.size()));
+        return place;
     }
 
     const StringVector& classes_;

@@ -82,6 +82,7 @@ Model computeFrequency(const DataFrame& features, const ConstDataFrameColumn& ta
 
 Model frequencyToPriorConditionalProbability(Model model) {
     if (model.state == Model::kProbabilities) return model;
+    ProgressPhase phase("Smoothing", model.featureValueClassCount.size());
     for (auto& feature : model.featureValueClassCount) {
         const double smoothing = model.alpha * static_cast<double>(feature.second.size());
         for (auto& category : feature.second) {
@@ -90,6 +91,7 @@ Model frequencyToPriorConditionalProbability(Model model) {
                 value = (value + model.alpha) / (records + smoothing);
             }
         }
+        phase.advance();
     }
     model.state = Model::kProbabilities;
     return model;

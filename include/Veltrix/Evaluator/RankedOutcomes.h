@@ -53,8 +53,9 @@ class VELTRIX_EVALUATOR_API RankedOutcomes {
     /// success has the larger score, ties counted half (the Mann-Whitney statistic over the number
     /// of pairs; Hanley and McNeil 1982), from whole counts. NaN unless there are both.
     [[nodiscard]] double area() const;
-    /// At most about `maxPoints` points with even distances along the curve; 0 = all. A rate whose
-    /// class has no record is NaN.
+    /// At most about `maxPoints` points with even distances along the curve; 0 = all, a negative
+    /// number throws `Exception` (code 3). Rates of successes or others that there are none of are
+    /// NaN.
     [[nodiscard]] RocCurve rocCurve(int maxPoints = 0) const;
     /// @}
 
