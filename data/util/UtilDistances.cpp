@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 
 #include "Veltrix/Data/PackedDistances.h"
 #include "Veltrix/Data/Progress.h"
@@ -127,41 +128,39 @@ void computeDistances(const Points& outer, const Points& inner, StripKernel kern
     }
 }
 
-/// The same for all pairs of rows i < j of one set, row by row of the triangle above the diagonal.
-/// A sum runs over all coordinates at once, which rounds as sums that are continued do.
+/// The distances of all pairs of rows i < j of one set, block by block. A sum runs over all
+/// coordinates at once, which rounds as sums that are continued do.
 template <class Finish>
-void computePacked(const Points& rows, StripKernel kernel, double* result, Finish finish) {
+void visitPairs(const Points& rows, StripKernel kernel, Finish finish,
+                const std::function<void(const DistanceBlock&)>& visit) {
     const std::int64_t depth = std::max<std::int64_t>(rows.dimensions, 1);
-    const std::int64_t block =
+    const std::int64_t width =
         std::min(roundUp(rows.count, kInnerPanel),
                  std::clamp(kInnerBlockSize / depth / kInnerPanel * kInnerPanel, kInnerPanel,
                             kLargestInnerBlock));
-    Vector innerPanels(static_cast<std::uint64_t>(block * depth), Storage::kUnfilled);
+    Vector innerPanels(static_cast<std::uint64_t>(width * depth), Storage::kUnfilled);
     Vector outerPanel(static_cast<std::uint64_t>(kOuterPanel * depth), Storage::kUnfilled);
-    Vector distances(static_cast<std::uint64_t>(kOuterPanel * block), Storage::kUnfilled);
+    Vector distances(static_cast<std::uint64_t>(kOuterPanel * width), Storage::kUnfilled);
     DistanceStrip strip{};
     strip.depth = rows.dimensions;
     strip.outer = outerPanel.data();
     strip.outerWidth = kOuterPanel;
     strip.inner = innerPanels.data();
     strip.target = distances.data();
-    strip.targetStep = block;
+    strip.targetStep = width;
     ProgressPhase phase("Computing distances", static_cast<std::uint64_t>(rows.count * rows.count));
-    for (std::int64_t i = 0; i < rows.count; i += block) {
-        strip.innerCount = std::min(block, rows.count - i);
+    for (std::int64_t i = 0; i < rows.count; i += width) {
+        strip.innerCount = std::min(width, rows.count - i);
         pack(rows, i, strip.innerCount, 0, rows.dimensions, kInnerPanel, innerPanels.data());
         const std::int64_t endLine = i + strip.innerCount;
         for (std::int64_t l = 0; l < endLine; l += kOuterPanel) {
             strip.outerCount = std::min(kOuterPanel, endLine - l);
             pack(rows, l, strip.outerCount, 0, rows.dimensions, kOuterPanel, outerPanel.data());
             kernel(strip);
-            for (std::int64_t r = l; r < l + strip.outerCount; ++r) {
-                double* line = distances.data() + (r - l) * block;
-                finish(line, strip.innerCount, r, i);
-                const std::int64_t first = std::max(i, r + 1);
-                std::copy(line + (first - i), line + strip.innerCount,
-                          result + packedIndex(rows.count, r, first));
+            for (std::int64_t r = 0; r < strip.outerCount; ++r) {
+                finish(strip.target + r * width, strip.innerCount, l + r, i);
             }
+            visit({l, strip.outerCount, i, strip.innerCount, strip.target, width});
             phase.advance(static_cast<std::uint64_t>(strip.outerCount * strip.innerCount));
         }
         // What lies below the diagonal comes for nothing.
@@ -304,13 +303,27 @@ Matrix Util::pairwiseDistance(const Matrix& a, bool squared, DissimilarityType t
     return result;
 }
 
+void visitDistances(const Matrix& a, bool squared, DissimilarityType type,
+                    const std::function<void(const DistanceBlock&)>& visit) {
+    distancesOfRows(a, squared, type,
+                    [&](const Points& rows, StripKernel kernel, const auto& finish) {
+                        visitPairs(rows, kernel, finish, visit);
+                    });
+}
+
 Vector packedDistances(const Matrix& a, DissimilarityType type) {
     Checks::enumerator("Pairwise distance", "dissimilarity type", type, 1, 7);
-    Vector result(packedSize(a.getNumRows()), Storage::kUnfilled);
-    distancesOfRows(a, false, type,
-                    [&](const Points& rows, StripKernel kernel, const auto& finish) {
-                        computePacked(rows, kernel, result.data(), finish);
-                    });
+    const std::int64_t n = a.getNumRows();
+    Vector result(packedSize(n), Storage::kUnfilled);
+    visitDistances(a, false, type, [&](const DistanceBlock& block) {
+        for (std::int64_t r = 0; r < block.numRows; ++r) {
+            const std::int64_t row = block.firstRow + r;
+            const std::int64_t first = std::max(block.firstColumn, row + 1);
+            const double* line = block.values + r * block.step;
+            std::copy(line + (first - block.firstColumn), line + block.numColumns,
+                      result.data() + packedIndex(n, row, first));
+        }
+    });
     return result;
 }
 

@@ -52,6 +52,19 @@ void updateByWard(int64_t n, double* __restrict first, const double* __restrict 
     for (; k < n; ++k) updatedByWard(first[k], second[k], clusterSizes[k], merged);
 }
 
-constexpr Veltrix::Kernels::LinkageUpdates kLinkageUpdates = {update, updateByWard};
+void keepTwoSmallest(int64_t n, const double* __restrict x, double place, double* __restrict least,
+                     double* __restrict second, double* __restrict places) {
+    for (int64_t k = 0; k < n; ++k) {
+        const double value = x[k];
+        const bool nearer = value < least[k];
+        const double other = nearer ? least[k] : value;
+        second[k] = other < second[k] ? other : second[k];
+        least[k] = nearer ? value : least[k];
+        places[k] = nearer ? place : places[k];
+    }
+}
+
+constexpr Veltrix::Kernels::LinkageUpdates kLinkageUpdates = {update, keepTwoSmallest,
+                                                              updateByWard};
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "Veltrix/Data/PackedDistances.h"
 #include "Veltrix/Data/Progress.h"
+#include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "support/kernels/Arrays.h"
 #include "support/kernels/LinkageUpdates.h"
@@ -45,20 +46,21 @@ LinkageCoefficients coefficientsOf(std::int32_t linkage, double first, double se
     }
 }
 
-/// The clusters in ascending order of their labels, and for each the nearest of those after it.
+/// The clusters in places, and for each the nearest of those after it.
 ///
 /// A cluster's `bound_` is the distance to the one in `nearest_`, the first of them on ties, or,
 /// where that is unknown, no more than the least distance. So the pair to merge is found among the
 /// clusters of least bound: the first one, once its nearest is known, is the first of all pairs in
-/// the order of (distance, first label, second label).
+/// the order of (distance, first place, second place). Places in the order of labels stay so.
 ///
 /// Clusters that were merged into others keep their place until less than half of the places are in
 /// use; then the triangle moves together, which keeps what follows in the cache. Distances to such
 /// places are infinite or NaN in the rows of those in use, so that no search finds them.
 class Agglomeration {
   public:
-    Agglomeration(Vector distances, std::int32_t n, std::int32_t linkage);
-    MergingHistory run();
+    Agglomeration(Clusters clusters, std::int32_t linkage);
+    /// Nothing when `stopAtTies` and two pairs are nearest.
+    std::optional<MergingHistory> run(bool stopAtTies);
 
   private:
     static std::size_t place(std::int64_t i) { return static_cast<std::size_t>(i); }
@@ -70,11 +72,13 @@ class Agglomeration {
     void layOut();
     void moveTogether();
     std::int32_t nearestPair();
+    bool isTied(std::int32_t i);
     void search(std::int32_t i);
     void merge(std::int32_t i, std::int32_t j);
     void updateBefore(std::int32_t i, std::int32_t j);
     void updateBetween(std::int32_t i, std::int32_t j);
     void update(std::int64_t n, double* first, const double* second, const double* sizes) const;
+    void forget(std::int32_t k);
     void offer(std::int32_t k, std::int32_t i, std::int32_t j, double distance);
 
     Vector distances_;
@@ -84,6 +88,7 @@ class Agglomeration {
     std::vector<std::int32_t> labels_;
     Vector sizes_;
     Vector bounds_;
+    Vector seconds_;  // no more than the distances to all but the nearest
     std::vector<std::int32_t> nearest_;
     std::vector<std::int32_t> inUse_;  // places, ascending
     Vector toFirst_;                   // distances to the clusters that merge, gathered
@@ -93,20 +98,20 @@ class Agglomeration {
     WardSizes ward_{};
 };
 
-Agglomeration::Agglomeration(Vector distances, std::int32_t n, std::int32_t linkage)
-    : distances_(std::move(distances)),
+Agglomeration::Agglomeration(Clusters clusters, std::int32_t linkage)
+    : distances_(std::move(clusters.distances)),
       linkage_(linkage),
-      width_(n),
-      rowStart_(place(n)),
-      labels_(place(n)),
-      sizes_(place(n), 1.0),
-      bounds_(place(n), kInfinity),
-      nearest_(place(n), kUnknown),
-      inUse_(place(n)),
-      toFirst_(place(n)),
-      toSecond_(place(n)),
-      gatheredSizes_(place(n)) {
-    std::iota(labels_.begin(), labels_.end(), 1);
+      width_(static_cast<std::int32_t>(clusters.labels.size())),
+      rowStart_(clusters.labels.size()),
+      labels_(std::move(clusters.labels)),
+      sizes_(std::move(clusters.sizes)),
+      bounds_(std::move(clusters.bounds)),
+      seconds_(labels_.size(), 0.0),
+      nearest_(labels_.size(), kUnknown),
+      inUse_(labels_.size()),
+      toFirst_(labels_.size()),
+      toSecond_(labels_.size()),
+      gatheredSizes_(labels_.size()) {
     layOut();
 }
 
@@ -118,23 +123,32 @@ void Agglomeration::layOut() {
     std::iota(inUse_.begin(), inUse_.end(), 0);
 }
 
-MergingHistory Agglomeration::run() {
-    const std::int32_t n = width_;
+std::optional<MergingHistory> Agglomeration::run(bool stopAtTies) {
+    const auto merges = static_cast<std::size_t>(width_ - 1);
     MergingHistory history;
-    history.reserve(place(n - 1));
-    // A search passes over a row, a merge over four.
-    ProgressPhase phase("Merging clusters", 3 * packedSize(n));
-    for (std::int32_t i = 0; i + 1 < n; ++i) {
+    history.reserve(merges);
+    const bool bounded = !bounds_.empty();
+    ProgressPhase phase("Merging clusters", packedSize(width_) * (bounded ? 3 : 4));
+    if (!bounded) bounds_ = Vector(labels_.size(), kInfinity);
+    bounds_.back() = kInfinity;
+    for (std::int32_t i = 0; !bounded && i + 1 < width_; ++i) {
         search(i);
-        phase.advance(place(n - 1 - i));
+        phase.advance(place(width_ - i - 1));
     }
     while (inUse_.size() > 1) {
         if (4 * inUse_.size() <= 3 * place(width_)) moveTogether();
         const std::int32_t i = nearestPair();
+        if (i == kUnknown) {
+            if (stopAtTies) return std::nullopt;
+            throw HierarchicalClusteringDistanceMatrixInvalid();
+        }
+        if (stopAtTies && isTied(i)) return std::nullopt;
         const std::int32_t j = nearest_[place(i)];
-        history.push_back({labels_[place(i)], labels_[place(j)], bounds_.data()[i]});
+        const auto [first, second] = std::minmax(labels_[place(i)], labels_[place(j)]);
+        history.push_back({first, second, bounds_.data()[i]});
+        labels_[place(i)] = history.back().first;
         merge(i, j);
-        phase.advance(2 * inUse_.size());
+        phase.advance(3 * inUse_.size());
     }
     return history;
 }
@@ -152,6 +166,7 @@ void Agglomeration::moveTogether() {
         labels_[r] = labels_[old];
         sizes_.data()[r] = sizes_.data()[old];
         bounds_.data()[r] = bounds_.data()[old];
+        seconds_.data()[r] = seconds_.data()[old];
         const std::int32_t nearest = nearest_[old];
         const auto found = std::lower_bound(inUse_.begin(), inUse_.end(), nearest);
         nearest_[r] =
@@ -161,11 +176,12 @@ void Agglomeration::moveTogether() {
     layOut();
 }
 
-/// The first cluster of the pair to merge; its nearest is the second.
+/// The first cluster of the pair to merge; its nearest is the second. Unknown when no distance is
+/// finite.
 std::int32_t Agglomeration::nearestPair() {
     for (;;) {
         const double least = Kernels::arrays().smallest(width_, bounds_.data());
-        if (!(least < kInfinity)) throw HierarchicalClusteringDistanceMatrixInvalid();
+        if (!(least < kInfinity)) return kUnknown;
         const double* const found = std::find(bounds_.data(), bounds_.data() + width_, least);
         const auto i = static_cast<std::int32_t>(found - bounds_.data());
         if (nearest_[place(i)] != kUnknown) return i;
@@ -173,16 +189,51 @@ std::int32_t Agglomeration::nearestPair() {
     }
 }
 
-/// Looks the nearest of the clusters after i up; a bound of infinity says that there is none at a
-/// finite distance.
+/// Whether, beside the pair of i and its nearest, another pair is as near.
+bool Agglomeration::isTied(std::int32_t i) {
+    const double least = bounds_.data()[i];
+    const auto isAsNear = [least](double other) {
+        return other < least || Veltrix::Util::equal(other, least);
+    };
+    if (isAsNear(seconds_.data()[i])) search(i);
+    if (isAsNear(seconds_.data()[i])) return true;
+    for (;;) {
+        bounds_.data()[i] = kInfinity;
+        const double other = Kernels::arrays().smallest(width_, bounds_.data());
+        const double* const found = std::find(bounds_.data(), bounds_.data() + width_, other);
+        bounds_.data()[i] = least;
+        if (!isAsNear(other)) return false;
+        const auto k = static_cast<std::int32_t>(found - bounds_.data());
+        if (nearest_[place(k)] != kUnknown) return true;
+        search(k);
+    }
+}
+
+/// Looks the nearest of the clusters after i up, and the distance to the next nearest. A bound of
+/// infinity says that there is none at a finite distance.
 void Agglomeration::search(std::int32_t i) {
-    const double* const first = entry(i, i + 1);
-    const double* const end = first + (width_ - i - 1);
-    const double least = Kernels::arrays().smallest(end - first, first);
-    const bool finite = least < kInfinity;
-    bounds_.data()[i] = finite ? least : kInfinity;
-    nearest_[place(i)] =
-        finite ? static_cast<std::int32_t>(std::find(first, end, least) - first) + i + 1 : kUnknown;
+    double* const first = entry(i, i + 1);
+    const std::int64_t count = width_ - i - 1;
+    const double least = Kernels::arrays().smallest(count, first);
+    bounds_.data()[i] = kInfinity;
+    seconds_.data()[i] = kInfinity;
+    nearest_[place(i)] = kUnknown;
+    if (!(least < kInfinity)) return;
+    double* const found = std::find(first, first + count, least);
+    *found = kInfinity;
+    const double second = Kernels::arrays().smallest(count, first);
+    *found = least;
+    bounds_.data()[i] = least;
+    if (second < kInfinity) seconds_.data()[i] = second;
+    nearest_[place(i)] = static_cast<std::int32_t>(found - first) + i + 1;
+}
+
+/// The nearest of k is not what it was; what is known is that the others are no nearer than the
+/// next nearest.
+void Agglomeration::forget(std::int32_t k) {
+    double& bound = bounds_.data()[k];
+    bound = std::max(bound, seconds_.data()[k]);
+    nearest_[place(k)] = kUnknown;
 }
 
 void Agglomeration::merge(std::int32_t i, std::int32_t j) {
@@ -222,15 +273,25 @@ void Agglomeration::updateBefore(std::int32_t i, std::int32_t j) {
 /// Cluster k, before i, now has that distance to i; j is gone.
 void Agglomeration::offer(std::int32_t k, std::int32_t i, std::int32_t j, double distance) {
     double& bound = bounds_.data()[k];
+    double& second = seconds_.data()[k];
     std::int32_t& nearest = nearest_[place(k)];
+    const bool known = nearest != kUnknown;
+    const bool wasOneOfThem = nearest == i || nearest == j;
     if (distance < bound) {
+        if (!wasOneOfThem) second = std::min(second, bound);
         bound = distance;
         nearest = i;
-    } else if (distance == bound && nearest != kUnknown) {
-        // What stood between i and j was farther than what now is the first of equals.
-        if (nearest == j || nearest > i) nearest = i;
-    } else if (nearest == i || nearest == j) {
-        nearest = kUnknown;
+    } else if (wasOneOfThem && (distance == bound || distance < second)) {
+        // Of equals there is none before: what stood between i and j was farther.
+        bound = distance;
+        nearest = i;
+    } else {
+        if (distance < second) second = distance;
+        if (wasOneOfThem) {
+            forget(k);
+        } else if (known && distance == bound && nearest > i) {
+            nearest = i;
+        }
     }
 }
 
@@ -240,7 +301,7 @@ void Agglomeration::updateBetween(std::int32_t i, std::int32_t j) {
     for (auto k = std::upper_bound(inUse_.begin(), inUse_.end(), i); k != inUse_.end() && *k < j;
          ++k) {
         toSecond_.data()[*k - i - 1] = std::exchange(*entry(*k, j), kInfinity);
-        if (nearest_[place(*k)] == j) nearest_[place(*k)] = kUnknown;
+        if (nearest_[place(*k)] == j) forget(*k);
     }
     update(j - i - 1, entry(i, i + 1), toSecond_.data(), sizes_.data() + i + 1);
 }
@@ -257,8 +318,19 @@ void Agglomeration::update(std::int64_t n, double* first, const double* second,
 
 }  // namespace
 
-MergingHistory agglomerate(Vector distances, std::int32_t n, std::int32_t linkage) {
-    return Agglomeration(std::move(distances), n, linkage).run();
+Clusters recordsAsClusters(Vector distances, std::int32_t n) {
+    const auto count = static_cast<std::size_t>(n);
+    Clusters clusters{std::move(distances), std::vector<std::int32_t>(count), Vector(count, 1.0)};
+    std::iota(clusters.labels.begin(), clusters.labels.end(), 1);
+    return clusters;
+}
+
+MergingHistory agglomerate(Clusters clusters, std::int32_t linkage) {
+    return *Agglomeration(std::move(clusters), linkage).run(false);
+}
+
+std::optional<MergingHistory> agglomerateUnlessTied(Clusters clusters, std::int32_t linkage) {
+    return Agglomeration(std::move(clusters), linkage).run(true);
 }
 
 }  // namespace Veltrix::Engine::HC

@@ -12,6 +12,7 @@
 #include "Veltrix/Engine/Exceptions.h"
 #include "engine/core/Checks.h"
 #include "engine/unsupervised/HC/Agglomeration.h"
+#include "engine/unsupervised/HC/Arrangement.h"
 #include "engine/unsupervised/HC/History.h"
 #include "engine/unsupervised/HC/SpanningTree.h"
 
@@ -19,7 +20,6 @@ namespace Veltrix::Engine::HC {
 namespace {
 
 constexpr const char* kFit = "Hierarchical clustering";
-constexpr std::int32_t kSingle = 1;
 constexpr std::int32_t kMedian = 5;
 constexpr std::int32_t kWard = 7;
 constexpr std::int32_t kEuclidean = 1;
@@ -32,6 +32,14 @@ void checkMemory(int records, std::int64_t limit) {
                  "the distances of " + std::to_string(records) + " records take " +
                      std::to_string(bytes) + " bytes, at most " + std::to_string(limit) +
                      " expected");
+}
+
+/// Quicker ways, which do not know what to do with ties, for records.
+std::optional<MergingHistory> mergeWithoutTies(const Matrix& x, DissimilarityType type,
+                                               std::int32_t linkage) {
+    constexpr std::int32_t kSingle = 1;
+    if (linkage == kSingle && type == DissimilarityType::euclidean) return mergeBySpanningTree(x);
+    return mergeArranged(x, type, linkage);
 }
 
 }  // namespace
@@ -84,15 +92,16 @@ void Model::validate(const Matrix& x) const {
 Model& Model::fit(const Matrix& x) {
     validate(x);
     const bool isGiven = params_.inputType == kDistanceMatrix;
-    if (params_.linkage == kSingle && params_.dissimilarity == kEuclidean && !isGiven) {
-        if (std::optional<MergingHistory> history = mergeBySpanningTree(x)) {
-            mergingHistory_ = std::move(*history);
-            return *this;
-        }
-    }
     const auto type = static_cast<DissimilarityType>(params_.dissimilarity);
-    mergingHistory_ = agglomerate(isGiven ? packedUpperTriangle(x) : packedDistances(x, type),
-                                  x.getNumRows(), params_.linkage);
+    std::optional<MergingHistory> history;
+    if (!isGiven) history = mergeWithoutTies(x, type, params_.linkage);
+    if (!history) {
+        history = agglomerate(
+            recordsAsClusters(isGiven ? packedUpperTriangle(x) : packedDistances(x, type),
+                              x.getNumRows()),
+            params_.linkage);
+    }
+    mergingHistory_ = std::move(*history);
     return *this;
 }
 

@@ -67,10 +67,12 @@ struct Dendrogram {
 /// between records are those of `Util::pairwiseDistance(X, false, dissimilarity)`.
 ///
 /// A fit needs 8·n(n − 1)/2 bytes for the distances beside X, refused beyond `setMemoryLimit`, and
-/// usually time in n². Single linkage of records by Euclidean distance goes along a minimum
-/// spanning tree (Prim 1957) in a few numbers a record, unless two of its merges are as near as
-/// `Util::equal` tells; otherwise each cluster keeps its nearest later one (Anderberg 1973), looked
-/// up anew only when it may be the next to merge.
+/// usually time in n². Each cluster keeps its nearest later one (Anderberg 1973), looked up anew
+/// only when it may be the next to merge. Records none of whose merges are as near to each other as
+/// `Util::equal` tells take quicker ways, whose distances differ by rounding only: single linkage
+/// by Euclidean distance goes along a minimum spanning tree (Prim 1957) in a few numbers a record;
+/// the others keep records together that merge early and, but for median and centroid, merge those
+/// that are each other's nearest before any other distance is stored (Bruynooghe 1977).
 ///
 /// A fit throws, and leaves the model as it was,
 /// - `HCIncompatibleDissimilarity` for the linkages 5 to 7 with a dissimilarity other than 1;
