@@ -10,6 +10,7 @@
 #include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Exceptions.h"
+#include "engine/unsupervised/HC/Bounds.h"
 #include "support/kernels/Arrays.h"
 #include "support/kernels/LinkageUpdates.h"
 
@@ -48,12 +49,12 @@ LinkageCoefficients coefficientsOf(std::int32_t linkage, double first, double se
 
 /// The clusters in places, and for each the nearest of those after it.
 ///
-/// A cluster's `bound_` is the distance to the one in `nearest_`, the first of them on ties, or,
+/// A cluster's bound is the distance to the one in `nearest_`, the first of them on ties, or,
 /// where that is unknown, no more than the least distance. So the pair to merge is found among the
 /// clusters of least bound: the first one, once its nearest is known, is the first of all pairs in
 /// the order of (distance, first place, second place). Places in the order of labels stay so.
 ///
-/// Clusters that were merged into others keep their place until less than half of the places are in
+/// Clusters that were merged into others keep their place until a quarter of the places is not in
 /// use; then the triangle moves together, which keeps what follows in the cache. Distances to such
 /// places are infinite or NaN in the rows of those in use, so that no search finds them.
 class Agglomeration {
@@ -87,7 +88,8 @@ class Agglomeration {
     std::vector<std::int64_t> rowStart_;  // d(i, j) stands at rowStart_[i] + j
     std::vector<std::int32_t> labels_;
     Vector sizes_;
-    Vector bounds_;
+    bool bounded_;
+    Bounds bounds_;
     Vector seconds_;  // no more than the distances to all but the nearest
     std::vector<std::int32_t> nearest_;
     std::vector<std::int32_t> inUse_;  // places, ascending
@@ -105,7 +107,8 @@ Agglomeration::Agglomeration(Clusters clusters, std::int32_t linkage)
       rowStart_(clusters.labels.size()),
       labels_(std::move(clusters.labels)),
       sizes_(std::move(clusters.sizes)),
-      bounds_(std::move(clusters.bounds)),
+      bounded_(!clusters.bounds.empty()),
+      bounds_(bounded_ ? std::move(clusters.bounds) : Vector(labels_.size(), kInfinity)),
       seconds_(labels_.size(), 0.0),
       nearest_(labels_.size(), kUnknown),
       inUse_(labels_.size()),
@@ -127,11 +130,9 @@ std::optional<MergingHistory> Agglomeration::run(bool stopAtTies) {
     const auto merges = static_cast<std::size_t>(width_ - 1);
     MergingHistory history;
     history.reserve(merges);
-    const bool bounded = !bounds_.empty();
-    ProgressPhase phase("Merging clusters", packedSize(width_) * (bounded ? 3 : 4));
-    if (!bounded) bounds_ = Vector(labels_.size(), kInfinity);
-    bounds_.back() = kInfinity;
-    for (std::int32_t i = 0; !bounded && i + 1 < width_; ++i) {
+    ProgressPhase phase("Merging clusters", packedSize(width_) * (bounded_ ? 3 : 4));
+    bounds_.set(width_ - 1, kInfinity);
+    for (std::int32_t i = 0; !bounded_ && i + 1 < width_; ++i) {
         search(i);
         phase.advance(place(width_ - i - 1));
     }
@@ -145,7 +146,7 @@ std::optional<MergingHistory> Agglomeration::run(bool stopAtTies) {
         if (stopAtTies && isTied(i)) return std::nullopt;
         const std::int32_t j = nearest_[place(i)];
         const auto [first, second] = std::minmax(labels_[place(i)], labels_[place(j)]);
-        history.push_back({first, second, bounds_.data()[i]});
+        history.push_back({first, second, bounds_[i]});
         labels_[place(i)] = history.back().first;
         merge(i, j);
         phase.advance(3 * inUse_.size());
@@ -165,7 +166,7 @@ void Agglomeration::moveTogether() {
         const std::size_t old = place(inUse_[r]);
         labels_[r] = labels_[old];
         sizes_.data()[r] = sizes_.data()[old];
-        bounds_.data()[r] = bounds_.data()[old];
+        bounds_.set(static_cast<std::int64_t>(r), bounds_[inUse_[r]]);
         seconds_.data()[r] = seconds_.data()[old];
         const std::int32_t nearest = nearest_[old];
         const auto found = std::lower_bound(inUse_.begin(), inUse_.end(), nearest);
@@ -173,6 +174,7 @@ void Agglomeration::moveTogether() {
             nearest == kUnknown ? kUnknown : static_cast<std::int32_t>(found - inUse_.begin());
     }
     width_ = static_cast<std::int32_t>(count);
+    bounds_.resize(count);
     layOut();
 }
 
@@ -180,10 +182,8 @@ void Agglomeration::moveTogether() {
 /// finite.
 std::int32_t Agglomeration::nearestPair() {
     for (;;) {
-        const double least = Kernels::arrays().smallest(width_, bounds_.data());
-        if (!(least < kInfinity)) return kUnknown;
-        const double* const found = std::find(bounds_.data(), bounds_.data() + width_, least);
-        const auto i = static_cast<std::int32_t>(found - bounds_.data());
+        const auto i = static_cast<std::int32_t>(bounds_.placeOfLeast());
+        if (!(bounds_[i] < kInfinity)) return kUnknown;
         if (nearest_[place(i)] != kUnknown) return i;
         search(i);
     }
@@ -191,19 +191,15 @@ std::int32_t Agglomeration::nearestPair() {
 
 /// Whether, beside the pair of i and its nearest, another pair is as near.
 bool Agglomeration::isTied(std::int32_t i) {
-    const double least = bounds_.data()[i];
+    const double least = bounds_[i];
     const auto isAsNear = [least](double other) {
         return other < least || Veltrix::Util::equal(other, least);
     };
     if (isAsNear(seconds_.data()[i])) search(i);
     if (isAsNear(seconds_.data()[i])) return true;
     for (;;) {
-        bounds_.data()[i] = kInfinity;
-        const double other = Kernels::arrays().smallest(width_, bounds_.data());
-        const double* const found = std::find(bounds_.data(), bounds_.data() + width_, other);
-        bounds_.data()[i] = least;
-        if (!isAsNear(other)) return false;
-        const auto k = static_cast<std::int32_t>(found - bounds_.data());
+        const auto k = static_cast<std::int32_t>(bounds_.placeOfLeast(i));
+        if (k == i || !isAsNear(bounds_[k])) return false;
         if (nearest_[place(k)] != kUnknown) return true;
         search(k);
     }
@@ -215,7 +211,7 @@ void Agglomeration::search(std::int32_t i) {
     double* const first = entry(i, i + 1);
     const std::int64_t count = width_ - i - 1;
     const double least = Kernels::arrays().smallest(count, first);
-    bounds_.data()[i] = kInfinity;
+    bounds_.set(i, kInfinity);
     seconds_.data()[i] = kInfinity;
     nearest_[place(i)] = kUnknown;
     if (!(least < kInfinity)) return;
@@ -223,7 +219,7 @@ void Agglomeration::search(std::int32_t i) {
     *found = kInfinity;
     const double second = Kernels::arrays().smallest(count, first);
     *found = least;
-    bounds_.data()[i] = least;
+    bounds_.set(i, least);
     if (second < kInfinity) seconds_.data()[i] = second;
     nearest_[place(i)] = static_cast<std::int32_t>(found - first) + i + 1;
 }
@@ -231,14 +227,13 @@ void Agglomeration::search(std::int32_t i) {
 /// The nearest of k is not what it was; what is known is that the others are no nearer than the
 /// next nearest.
 void Agglomeration::forget(std::int32_t k) {
-    double& bound = bounds_.data()[k];
-    bound = std::max(bound, seconds_.data()[k]);
+    bounds_.set(k, std::max(bounds_[k], seconds_.data()[k]));
     nearest_[place(k)] = kUnknown;
 }
 
 void Agglomeration::merge(std::int32_t i, std::int32_t j) {
     double* const sizes = sizes_.data();
-    const double distance = bounds_.data()[i];
+    const double distance = bounds_[i];
     coefficients_ = coefficientsOf(linkage_, sizes[i], sizes[j], distance);
     ward_ = {sizes[j], sizes[i], distance};
     inUse_.erase(std::lower_bound(inUse_.begin(), inUse_.end(), j));
@@ -246,7 +241,7 @@ void Agglomeration::merge(std::int32_t i, std::int32_t j) {
     updateBetween(i, j);
     update(width_ - j - 1, entry(i, j + 1), entry(j, j + 1), sizes + j + 1);
     *entry(i, j) = kInfinity;
-    bounds_.data()[j] = kInfinity;
+    bounds_.set(j, kInfinity);
     nearest_[place(j)] = kUnknown;
     sizes[i] += sizes[j];
     search(i);
@@ -272,18 +267,18 @@ void Agglomeration::updateBefore(std::int32_t i, std::int32_t j) {
 
 /// Cluster k, before i, now has that distance to i; j is gone.
 void Agglomeration::offer(std::int32_t k, std::int32_t i, std::int32_t j, double distance) {
-    double& bound = bounds_.data()[k];
+    const double bound = bounds_[k];
     double& second = seconds_.data()[k];
     std::int32_t& nearest = nearest_[place(k)];
     const bool known = nearest != kUnknown;
     const bool wasOneOfThem = nearest == i || nearest == j;
     if (distance < bound) {
         if (!wasOneOfThem) second = std::min(second, bound);
-        bound = distance;
+        bounds_.set(k, distance);
         nearest = i;
     } else if (wasOneOfThem && (distance == bound || distance < second)) {
         // Of equals there is none before: what stood between i and j was farther.
-        bound = distance;
+        bounds_.set(k, distance);
         nearest = i;
     } else {
         if (distance < second) second = distance;
