@@ -26,6 +26,7 @@ std::map<std::string, Setup> workloads() {
     addKMeans(all);
     addHierarchical(all);
     addArima(all);
+    addRules(all);
     addSamples(all);
     addSmoothing(all);
     return all;

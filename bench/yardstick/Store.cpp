@@ -60,4 +60,16 @@ void Store::read(const std::string& file, void* target, std::size_t bytes) const
     if (!stream) throw std::runtime_error("Cannot read all of " + file);
 }
 
+std::vector<std::vector<std::uint64_t>> Store::lists(const std::string& file) const {
+    std::ifstream in(directory_ + "/" + file);
+    if (!in) throw std::runtime_error("no file " + file);
+    std::vector<std::vector<std::uint64_t>> all;
+    for (std::string line; std::getline(in, line);) {
+        std::istringstream numbers(line);
+        all.emplace_back();
+        for (std::uint64_t number = 0; numbers >> number;) all.back().push_back(number);
+    }
+    return all;
+}
+
 }  // namespace Veltrix::Yardstick

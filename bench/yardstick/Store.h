@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Veltrix/Data/Matrix.h"
 #include "Veltrix/Data/Vector.h"
@@ -20,6 +22,8 @@ class Store {
     Matrix matrixByRows(const std::string& file) const;
     Vector vector(const std::string& file) const;
     IntVector integers(const std::string& file) const;
+    /// Whole numbers from 0 on, a list a line.
+    std::vector<std::vector<std::uint64_t>> lists(const std::string& file) const;
 
   private:
     std::pair<int, int> shape(const std::string& file) const;

@@ -32,6 +32,7 @@ void addTrees(std::map<std::string, Setup>& all);
 void addKMeans(std::map<std::string, Setup>& all);
 void addHierarchical(std::map<std::string, Setup>& all);
 void addArima(std::map<std::string, Setup>& all);
+void addRules(std::map<std::string, Setup>& all);
 void addSamples(std::map<std::string, Setup>& all);
 void addSmoothing(std::map<std::string, Setup>& all);
 

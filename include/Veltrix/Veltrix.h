@@ -34,6 +34,7 @@
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Data/WString.h"
+#include "Veltrix/Engine/AR.h"
 #include "Veltrix/Engine/CatReducer.h"
 #include "Veltrix/Engine/ClassPrediction.h"
 #include "Veltrix/Engine/DA.h"

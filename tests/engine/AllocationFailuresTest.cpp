@@ -1,4 +1,5 @@
 // Whatever allocation fails, alone or with all later ones, the engine's objects are as they were.
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <vector>
@@ -458,6 +459,47 @@ TEST(AllocationFailures, Clusters) {
         if (status != 0) throw std::exception();
     };
     EXPECT_TRUE(survivesFailures(IntVector(12, -7), run));
+}
+
+/// Memory for transactions fails in the miners' own words.
+template <class Step>
+void asBadAlloc(const Step& step) {
+    try {
+        step();
+    } catch (const Engine::ItemsetsTooLargeForArchitecture&) {
+        throw std::bad_alloc();
+    }
+}
+
+template <class Miner>
+void surviveMiner() {
+    using Engine::AR::Data;
+    const std::vector<std::wstring> names{L"an item with a long name", L"another such item", L"c"};
+    Data data(names);
+    for (const std::uint64_t k : {0U, 1U, 2U, 0U, 1U, 0U}) {
+        data.append(std::vector<std::uint64_t>{k, (k + 1) % 3, 2});
+    }
+    const std::vector<std::uint64_t> items(99, 1);
+    surviveAll(data,
+               Steps<Data>{{"append", [&](auto& d) { asBadAlloc([&] { d.append(items); }); }}},
+               [](const Data& a, const Data& b) {
+                   return a.getNumTransactions() == b.getNumTransactions() &&
+                          std::ranges::equal(a.getOccurrences(), b.getOccurrences());
+               });
+    const DataFrame frame = Convert::toDataFrame(kData.x(Util::all, Util::range(1, 2)));
+    Miner fitted(1);
+    fitted.fit(data).generate(names, 0.1);
+    Miner other(2);
+    other.fit(frame);
+    surviveStored(fitted, other,
+                  {{"fit", [&](auto& m) { m.fit(data); }},
+                   {"fit a frame", [&](auto& m) { asBadAlloc([&] { m.fit(frame); }); }},
+                   {"generate", [&](auto& m) { m.generate(names, 0.2); }}});
+}
+
+TEST(AllocationFailures, Rules) {
+    surviveMiner<Engine::AR::TTree>();
+    surviveMiner<Engine::AR::Apriori>();
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // What every stored model promises: the text reads back to the same text, from a string and from a
 // file; damage names its key and changes nothing; copies and moved models are values.
+#include <cmath>
 #include <functional>
 #include <string>
 #include <utility>
@@ -249,6 +250,35 @@ Seasonal fitted(unsigned seed) {
     return model;
 }
 
+/// Items of which the last are rare.
+template <class Miner>
+Miner mined(unsigned seed) {
+    Engine::AR::Data data({L"milk", L"bread\"", L"\u00e4", L"eggs"});
+    for (const double code : numbers(seed)) {
+        const auto bits = static_cast<std::uint64_t>(std::abs(code) * 7.0);
+        std::vector<std::uint64_t> items;
+        for (std::uint64_t j = 0; j < 4; ++j) {
+            if (bits % (j + 2) == 0) items.push_back(j);
+        }
+        data.append(items);
+    }
+    Miner miner(3);
+    miner.fit(data).generate(data.getItemNames(), 0.2);
+    return miner;
+}
+
+using RuleTree = Engine::AR::TTree;
+template <>
+RuleTree fitted(unsigned seed) {
+    return mined<RuleTree>(seed);
+}
+
+using RuleLevels = Engine::AR::Apriori;
+template <>
+RuleLevels fitted(unsigned seed) {
+    return mined<RuleLevels>(seed);
+}
+
 template <class Model>
 class StoredModels : public testing::Test {};
 
@@ -258,7 +288,7 @@ using Models =
                    Engine::CatReducer, Series, Autoregression, MovingAverage, Arma, Seasonal,
                    Smoothing::MovingAverage, Smoothing::Exponential, Smoothing::DoubleExponential,
                    Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
-                   Smoothing::NoTrendHoltWinters>;
+                   Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {
