@@ -37,6 +37,8 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::LinearModel::Logistic::Model>,
     readModel<Engine::DA::Model>,
     readModel<Classification::NaiveBayes::Engine::Model>,
+    readModel<Engine::AR::TTree>,
+    readModel<Engine::AR::Apriori>,
 };
 
 }  // namespace

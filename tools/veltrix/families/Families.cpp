@@ -13,8 +13,8 @@ namespace Veltrix::Tool {
 namespace {
 
 constexpr std::unique_ptr<Family> (*kFamilies[])() = {
-    makeRegression, makeLogistic,     makeSelection, makeNeighbours,   makeNaiveBayes,
-    makeTree,       makeDiscriminant, makeKMeans,    makeHierarchical, makeAutocorrelations};
+    makeRegression,   makeLogistic, makeSelection,    makeNeighbours, makeNaiveBayes,      makeTree,
+    makeDiscriminant, makeKMeans,   makeHierarchical, makeRules,      makeAutocorrelations};
 
 }  // namespace
 

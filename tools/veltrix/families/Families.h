@@ -28,6 +28,8 @@ std::unique_ptr<Family> makeKMeans();
 /// Trees of clusters, of rows or of items with distances between them.
 std::unique_ptr<Family> makeHierarchical();
 
+/// Itemsets that are frequent in transactions, and rules of them.
+std::unique_ptr<Family> makeRules();
 /// Autocorrelations of a series, differenced on demand.
 std::unique_ptr<Family> makeAutocorrelations();
 

@@ -116,6 +116,32 @@ OptionGroup::Option OptionGroup::share(const std::string& name, double& value,
     return parsed(name, value, description, parse, "a number from 0 to 1").placeholder("SHARE");
 }
 
+std::int64_t CountOrShare::of(std::int64_t total) const {
+    if (count > 0) return count;
+    // A product that is whole but for its rounding is whole.
+    constexpr double kRounding = 1e-12;
+    const double exact = percent * static_cast<double>(total) / 100.0;
+    return std::max<std::int64_t>(1, std::llround(std::ceil(exact * (1.0 - kRounding))));
+}
+
+OptionGroup::Option OptionGroup::countOrShare(const std::string& name, CountOrShare& value,
+                                              const std::string& description) {
+    const auto parse = [](const std::string& text) -> std::optional<CountOrShare> {
+        if (!text.ends_with('%')) {
+            const auto count = WholeNumber<std::int64_t>{1}(text);
+            if (!count) return std::nullopt;
+            return CountOrShare{*count, 0.0};
+        }
+        const auto percent =
+            Support::parseNumber(std::string_view(text).substr(0, text.size() - 1));
+        if (!percent || !(*percent > 0.0 && *percent <= 100.0)) return std::nullopt;
+        return CountOrShare{0, *percent};
+    };
+    return parsed(name, value, description, parse,
+                  "a whole number from 1, or a percentage from above 0% to 100%")
+        .placeholder("N|P%");
+}
+
 OptionGroup::Option OptionGroup::confidence(double& level) {
     const auto parse = [](const std::string& text) {
         const std::optional<double> number = Support::parseNumber(std::string_view(text));

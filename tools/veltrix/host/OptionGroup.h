@@ -17,6 +17,15 @@ namespace Veltrix::Tool {
 
 struct FileOption;
 
+/// A whole number of at least 1, or a share of a total that is known later.
+struct CountOrShare {
+    std::int64_t count = 0;  ///< 0 for a share
+    double percent = 0.0;
+
+    /// The least count that is not below it.
+    std::int64_t of(std::int64_t total) const;
+};
+
 inline constexpr std::uint32_t kDefaultSeed = 12345;
 
 /// Names of values in options and files, the usual one first.
@@ -68,6 +77,9 @@ class OptionGroup {
     /// A finite number of at least `least`.
     Option number(const std::string& name, double& value, const std::string& description,
                   double least);
+    /// A whole number of at least 1, or a percentage above 0 as "1%".
+    Option countOrShare(const std::string& name, CountOrShare& value,
+                        const std::string& description);
     /// A number from 0 to 1.
     Option share(const std::string& name, double& value, const std::string& description);
     /// --confidence, a level inside (0, 1).

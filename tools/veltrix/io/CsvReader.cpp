@@ -11,12 +11,11 @@
 #include <unordered_set>
 #include <utility>
 
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Progress.h"
-#include "support/Files.h"
 #include "support/NumberText.h"
 #include "tools/veltrix/host/UserError.h"
 #include "tools/veltrix/io/CsvSettings.h"
+#include "tools/veltrix/io/TextLines.h"
 #include "tools/veltrix/io/TextPool.h"
 
 namespace Veltrix::Tool {
@@ -53,31 +52,6 @@ struct ColumnBuilder {
     }
 };
 
-/// The lines of a text, one after another.
-class Lines {
-  public:
-    explicit Lines(std::string_view text)
-        : text_(text), lineFeed_(text.find('\n')), carriageReturn_(text.find('\r')) {}
-
-    /// The next line with its end (LF, CR LF or CR); empty behind the last one.
-    std::string_view next() {
-        const std::size_t start = start_;
-        if (lineFeed_ < start) lineFeed_ = text_.find('\n', start);
-        if (carriageReturn_ < start) carriageReturn_ = text_.find('\r', start);
-        const std::size_t end = std::min(lineFeed_, carriageReturn_);
-        start_ = end == std::string_view::npos           ? text_.size()
-                 : text_.substr(end).starts_with("\r\n") ? end + 2
-                                                         : end + 1;
-        return text_.substr(start, start_ - start);
-    }
-
-  private:
-    std::string_view text_;
-    std::size_t start_ = 0;
-    std::size_t lineFeed_;
-    std::size_t carriageReturn_;
-};
-
 bool isBlank(std::string_view line, char delimiter) {
     return std::ranges::all_of(line, [delimiter](char c) {
         return c == '\n' || c == '\r' || ((c == ' ' || c == '\t') && c != delimiter);
@@ -91,7 +65,7 @@ std::string placeOf(std::string_view text, char delimiter, std::size_t columns,
     std::int64_t row = -1;
     std::int64_t number = 0;
     bool quoted = false;
-    Lines lines(text);
+    TextLines lines(text);
     for (std::string_view line = lines.next(); !line.empty(); line = lines.next()) {
         ++number;
         const bool counts = !isBlank(line, delimiter) || (columns == 1 && row >= 0);
@@ -303,18 +277,6 @@ class CsvPass {
     std::exception_ptr error_;
 };
 
-/// The text without its byte order mark.
-std::string_view checkedText(const std::string& file, std::string_view text) {
-    if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
-        throw UserError(file + ": UTF-16 text, expected UTF-8");
-    }
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-    if (text.find('\0') != std::string_view::npos) {
-        throw UserError(file + ": holds a NUL byte, which no text file does");
-    }
-    return text;
-}
-
 void checkNames(const std::string& file, const std::vector<ColumnBuilder>& columns) {
     std::unordered_set<std::string_view> names;
     for (std::size_t j = 0; j < columns.size(); ++j) {
@@ -324,16 +286,6 @@ void checkNames(const std::string& file, const std::vector<ColumnBuilder>& colum
             throw UserError(where + ": the name " + Tool::quoted(columns[j].name) +
                             " stands there a second time");
         }
-    }
-}
-
-/// Text from UTF-8; `where` says where it stands when it is none.
-template <class Where>
-WString decode(std::string_view text, Where where) {
-    try {
-        return WString::fromUtf8(text);
-    } catch (const Exception& exception) {
-        throw UserError(where() + ": " + oneLine(exception.what()));
     }
 }
 
@@ -407,14 +359,6 @@ void appendTo(DataFrame& frame, const std::string& file, std::string_view text,
         }));
     }
     frame.append(name, std::move(column.codes), std::move(levels));
-}
-
-std::string readText(const std::string& path) {
-    try {
-        return Support::readFile(path);
-    } catch (const Support::FileError& error) {
-        throw UserError(oneLine(error.what()));
-    }
 }
 
 }  // namespace

@@ -28,14 +28,16 @@ using Names = std::vector<std::wstring>;
 using Items = std::vector<std::uint64_t>;
 
 /// Rules and itemsets as the reference writes them.
+std::string joined(const Names& names) {
+    std::string text;
+    for (const std::wstring& name : names) {
+        if (!text.empty()) text += ' ';
+        text += WString(name).toUtf8();
+    }
+    return text;
+}
+
 std::string ruleText(const Rule& rule) {
-    const auto joined = [](const Names& names) {
-        std::string text;
-        for (const std::wstring& name : names) {
-            text += (text.empty() ? "" : " ") + WString(name).toUtf8();
-        }
-        return text;
-    };
     std::string confidence = Support::numberText(rule.confidence);
     if (confidence == "1") confidence = "1.0";
     return joined(rule.antecedent) + "|" + joined(rule.consequent) + "|" + confidence + "|" +
@@ -133,12 +135,10 @@ Items itemsOf(unsigned bits) {
     return items;
 }
 
-std::string textOf(unsigned bits) {
-    std::string text;
-    for (const std::uint64_t item : itemsOf(bits)) {
-        text += (text.empty() ? "" : " ") + std::to_string(item);
-    }
-    return text;
+Names namesOf(unsigned bits) {
+    Names names;
+    for (const std::uint64_t item : itemsOf(bits)) names.push_back(std::to_wstring(item));
+    return names;
 }
 
 /// Sets of items by size, then by their items.
@@ -176,14 +176,14 @@ TYPED_TEST(Rules, AreThoseOfAllSubsetsInOrder) {
         for (const unsigned set : subsets) {
             if (supports[set] < std::max<std::uint64_t>(least, 1)) continue;
             if (most > 0 && static_cast<unsigned>(std::popcount(set)) > most) continue;
-            itemsets.push_back(textOf(set) + "|" + std::to_string(supports[set]));
+            itemsets.push_back(joined(namesOf(set)) + "|" + std::to_string(supports[set]));
             for (const unsigned part : subsets) {
                 const double share =
                     static_cast<double>(supports[set]) / static_cast<double>(supports[part]);
                 if (part == set || (part & set) != part || share < confidence) continue;
                 const unsigned rest = set & ~part;
-                const Rule rule{share, supports[part], supports[rest], supports[set], {}, {}};
-                rules.push_back(textOf(part) + "|" + textOf(rest) + ruleText(rule).substr(1));
+                rules.push_back(ruleText({share, supports[part], supports[rest], supports[set],
+                                          namesOf(part), namesOf(rest)}));
             }
         }
         TypeParam model(least);
