@@ -223,7 +223,7 @@ Apriori& Apriori::generate(const std::vector<std::wstring>& itemNames, double mi
     Items antecedent;
     Items consequent;
     std::uint64_t count = 0;
-    forEachRule(forEachItemset, supports, minConfidence, [&](const FoundRule& rule) {
+    forEachRule(forEachItemset, supports, minConfidence, phase, [&](const FoundRule& rule) {
         extractRule(rule, antecedent, consequent);
         made.add(antecedent, consequent, itemNames, supports[rule.antecedent],
                  supports[rule.consequent], supports[rule.antecedent | rule.consequent],

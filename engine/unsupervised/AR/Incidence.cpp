@@ -41,8 +41,8 @@ Incidence::Incidence(const Data& data, std::uint64_t minSupport) {
         addTransaction(data.getTransaction(t), [&](std::uint32_t item) { return rankOf[item]; });
         if (t % kStride == kStride - 1) phase.advance(kStride);
     }
-    findPlaces();
-    fillRows();
+    findPlaces(phase);
+    fillRows(phase);
 }
 
 Incidence::Incidence(const Incidence& whole, std::uint32_t first,
@@ -57,8 +57,8 @@ Incidence::Incidence(const Incidence& whole, std::uint32_t first,
         while (*end != kEnd) ++end;
         addTransaction(std::span(ranks, end), [&](std::uint32_t rank) { return rankOf[rank]; });
     });
-    findPlaces();
-    fillRows();
+    findPlaces(phase);
+    fillRows(phase);
 }
 
 template <class Items, class RankOf>
@@ -73,7 +73,7 @@ void Incidence::addTransaction(const Items& items, const RankOf& rankOf) {
     ++numTransactions_;
 }
 
-void Incidence::findPlaces() {
+void Incidence::findPlaces(ProgressPhase& phase) {
     std::vector<std::uint32_t> next(items_.size() + 1);
     for (const std::uint32_t rank : ranks_) {
         if (rank != kEnd) ++next[rank + 1];
@@ -92,10 +92,11 @@ void Incidence::findPlaces() {
             places_[--next[rank + 1]] = static_cast<std::uint32_t>(place);
             later_[rank] += later++;
         }
+        if (place % kStride == 0) phase.advance(0);
     }
 }
 
-void Incidence::fillRows() {
+void Incidence::fillRows(ProgressPhase& phase) {
     words_ = wordsFor(numTransactions_);
     const std::uint64_t size = items_.size() * static_cast<std::uint64_t>(words_);
     bool any = false;
@@ -105,7 +106,7 @@ void Incidence::fillRows() {
     std::uint64_t transaction = 0;
     for (const std::uint32_t rank : ranks_) {
         if (rank == kEnd) {
-            ++transaction;
+            if (++transaction % kStride == 0) phase.advance(0);
         } else {
             setBit(rows_.data() + rank * static_cast<std::uint64_t>(words_), transaction);
         }

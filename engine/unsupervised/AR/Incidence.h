@@ -74,8 +74,8 @@ class Incidence {
     /// Appends a transaction that is given by ranks, or `kEnd`, for its items.
     template <class Items, class RankOf>
     void addTransaction(const Items& items, const RankOf& rankOf);
-    void findPlaces();
-    void fillRows();
+    void findPlaces(ProgressPhase& phase);
+    void fillRows(ProgressPhase& phase);
     /// Whether an item is in a quarter of the transactions.
     bool isCommon(std::uint32_t rank) const {
         return 4 * std::uint64_t{numPlaces(rank)} >= numTransactions_;

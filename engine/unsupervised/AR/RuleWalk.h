@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "Veltrix/Data/Progress.h"
+
 namespace Veltrix::Engine::AR {
 
 /// Calls visit(mask) for the non-empty proper subsets of k things by size and then in
@@ -53,12 +55,13 @@ struct FoundRule {
 /// support of one of its subsets.
 template <class ForEachItemset, class Supports, class Visit>
 void forEachRule(const ForEachItemset& forEachItemset, Supports& supports, double minConfidence,
-                 const Visit& visit) {
+                 ProgressPhase& phase, const Visit& visit) {
     forEachItemset([&](std::span<const std::uint64_t> items) {
         supports.find(items);
         const std::uint64_t all = (std::uint64_t{1} << items.size()) - 1;
         const auto support = static_cast<double>(supports[all]);
         forEachSubset(items.size(), [&](std::uint64_t mask) {
+            if (mask % 1024 == 1023) phase.advance(0);
             const double confidence = support / static_cast<double>(supports[mask]);
             if (confidence >= minConfidence) visit(FoundRule{items, mask, all & ~mask, confidence});
         });

@@ -64,7 +64,7 @@ TTree& TTree::generate(const std::vector<std::wstring>& itemNames, double minCon
     std::uint64_t count = 0;
     std::vector<std::uint64_t> antecedent;
     std::vector<std::uint64_t> consequent;
-    forEachRule(forEachItemset, supports, minConfidence, [&](const FoundRule& rule) {
+    forEachRule(forEachItemset, supports, minConfidence, phase, [&](const FoundRule& rule) {
         pick(rule.items, rule.antecedent, antecedent);
         subtract(rule.items, antecedent, consequent);
         made.add(antecedent, consequent, itemNames, supports[rule.antecedent],
