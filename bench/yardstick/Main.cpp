@@ -20,7 +20,7 @@ std::map<std::string, Setup> workloads() {
     addLogistic(all);
     addDistances(all);
     addNearestNeighbours(all);
-    addGroups(all);
+    addDirections(all);
     addNaiveBayes(all);
     addTrees(all);
     addKMeans(all);

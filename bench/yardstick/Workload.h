@@ -26,7 +26,7 @@ void addLeastSquares(std::map<std::string, Setup>& all);
 void addLogistic(std::map<std::string, Setup>& all);
 void addDistances(std::map<std::string, Setup>& all);
 void addNearestNeighbours(std::map<std::string, Setup>& all);
-void addGroups(std::map<std::string, Setup>& all);
+void addDirections(std::map<std::string, Setup>& all);
 void addNaiveBayes(std::map<std::string, Setup>& all);
 void addTrees(std::map<std::string, Setup>& all);
 void addKMeans(std::map<std::string, Setup>& all);

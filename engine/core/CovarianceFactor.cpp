@@ -48,6 +48,12 @@ Matrix covarianceFactor(std::string_view operation, const Matrix& covariance, co
                          " columns is singular with " + std::to_string(freedom) +
                          " degrees of freedom, at least as many as columns expected");
     }
+    for (int k = 0; k < cols; ++k) {
+        if (covariance(k, k) != 0.0) continue;
+        Checks::fail(ErrorCode::notPositiveDefinite, operation,
+                     "the covariance matrix is singular, column " + std::to_string(k) +
+                         " (counted from 0) does not vary");
+    }
     Matrix factor(cols, cols, factorOf(operation, covariance), MatrixOrderType::columnMajor);
     for (int k = 0; k < cols; ++k) {
         const double left = Veltrix::Util::sqr(factor(k, k));

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::unique_ptr<Family> (*kFamilies[])() = {
     makeRegression,   makeLogistic, makeSelection,    makeNeighbours, makeNaiveBayes,      makeTree,
-    makeDiscriminant, makeKMeans,   makeHierarchical, makeRules,      makeAutocorrelations};
+    makeDiscriminant, makeKMeans,   makeHierarchical, makePrincipalComponents, makeCanonicalVariates, makeRules,      makeAutocorrelations};
 
 }  // namespace
 

@@ -30,6 +30,11 @@ std::unique_ptr<Family> makeHierarchical();
 
 /// Itemsets that are frequent in transactions, and rules of them.
 std::unique_ptr<Family> makeRules();
+/// Principal components of the columns.
+std::unique_ptr<Family> makePrincipalComponents();
+/// Directions in which classes differ most.
+std::unique_ptr<Family> makeCanonicalVariates();
+
 /// Autocorrelations of a series, differenced on demand.
 std::unique_ptr<Family> makeAutocorrelations();
 

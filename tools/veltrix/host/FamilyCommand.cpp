@@ -92,7 +92,7 @@ Report FamilyCommand::makeReport(const Prepared& data) const {
     if (hasParts) addParts(report, data);
     addClasses(report, data, records_->roles());
     records_->describe(report, data);
-    if (options_.hasTarget()) addEvaluation(report, data, *records_);
+    if (options_.hasTarget() && options_.needs.predicts) addEvaluation(report, data, *records_);
     return report.take();
 }
 

@@ -107,13 +107,28 @@ OptionGroup::Option OptionGroup::number(const std::string& name, double& value,
         .placeholder("X");
 }
 
+namespace {
+
+/// The number of a text when it lies between 0 and `most`.
+auto numberUpTo(double most) {
+    return [most](const std::string& text) {
+        const std::optional<double> number = Support::parseNumber(std::string_view(text));
+        return number && *number >= 0.0 && *number <= most ? number : std::nullopt;
+    };
+}
+
+}  // namespace
+
 OptionGroup::Option OptionGroup::share(const std::string& name, double& value,
                                        const std::string& description) {
-    const auto parse = [](const std::string& text) {
-        const std::optional<double> number = Support::parseNumber(std::string_view(text));
-        return number && *number >= 0.0 && *number <= 1.0 ? number : std::nullopt;
-    };
-    return parsed(name, value, description, parse, "a number from 0 to 1").placeholder("SHARE");
+    return parsed(name, value, description, numberUpTo(1.0), "a number from 0 to 1")
+        .placeholder("SHARE");
+}
+
+OptionGroup::Option OptionGroup::percentage(const std::string& name, double& value,
+                                            const std::string& description) {
+    return parsed(name, value, description, numberUpTo(100.0), "a number from 0 to 100")
+        .placeholder("PERCENT");
 }
 
 std::int64_t CountOrShare::of(std::int64_t total) const {

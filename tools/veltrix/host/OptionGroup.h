@@ -82,6 +82,8 @@ class OptionGroup {
                         const std::string& description);
     /// A number from 0 to 1.
     Option share(const std::string& name, double& value, const std::string& description);
+    /// A number from 0 to 100.
+    Option percentage(const std::string& name, double& value, const std::string& description);
     /// --confidence, a level inside (0, 1).
     Option confidence(double& level);
     /// --seed, a whole number from 0 to 4294967295.

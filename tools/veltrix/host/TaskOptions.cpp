@@ -12,6 +12,7 @@ void TaskOptions::declareTarget(OptionGroup& options) {
     options.list(predictorOption(), predictors,
                  "Columns that explain it, separated by commas; may be repeated, also for a name "
                  "that holds a comma. All other columns when left out");
+    if (!needs.predicts) return;
     options.column(kPartitionColumn, partitionColumn,
                    "Column that says train, valid or test, as veltrix partition writes it; all "
                    "rows train when left out");

@@ -36,6 +36,8 @@ struct Needs {
     bool describesTraining = false;
     /// For either kind of target: what an option of the family's own says in place of --regression.
     const bool* numbers = nullptr;
+    /// Its scores are predictions of the target, which are evaluated in parts.
+    bool predicts = true;
 };
 
 /// What a family can be fitted to.
