@@ -364,6 +364,23 @@ TEST(AllocationFailures, NaiveBayes) {
     }
 }
 
+TEST(AllocationFailures, ComponentsAndVariates) {
+    using Components = Engine::PCA::Model;
+    surviveStored(Components({1}).fit(kData.numeric), Components({0}).fit(kMore.x),
+                  {{"fit", [](auto& m) { m.fit(kMore.x); }},
+                   {"fit a frame", [](auto& m) { m.fit(kMore.numeric); }},
+                   {"scores", [](auto& m) { m.tStat(m.transform(kMore.x, 2)); }},
+                   {"scores of a frame", [](auto& m) { m.transform(kMore.numeric, 2); }}});
+    using Variates = Engine::CVA::Model;
+    const DataFrame two = kMore.numeric(Util::all, IntVector{0, 1});
+    const IntVector classes(kMore.codes.begin(), kMore.codes.end());
+    surviveStored(Variates().fit(two, kClasses),
+                  Variates().fit(kData.x(Util::all, IntVector{1, 2}), classes),
+                  {{"fit", [&](auto& m) { m.fit(Convert::toMatrix(two), classes); }},
+                   {"fit a frame", [&](auto& m) { m.fit(two, kClasses); }},
+                   {"scores", [&](auto& m) { m.transform(two); }}});
+}
+
 /// `values` are the response of `kMore` as numbers.
 template <class Tree>
 void surviveTree(int response, const Vector& values, Steps<Tree> steps) {

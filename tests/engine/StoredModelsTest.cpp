@@ -98,6 +98,19 @@ Discriminant fitted(unsigned seed) {
     return Discriminant().setQuadratic(seed % 2 == 0).fit(predictors(seed), labels(seed));
 }
 
+using Components = Engine::PCA::Model;
+template <>
+Components fitted(unsigned seed) {
+    return Components({static_cast<int>(seed % 2)}).fit(predictors(seed));
+}
+
+using Variates = Engine::CVA::Model;
+template <>
+Variates fitted(unsigned seed) {
+    const Vector classes = codes(seed);
+    return Variates().fit(predictors(seed), IntVector(classes.begin(), classes.end()));
+}
+
 Engine::DT::Params growth() {
     Engine::DT::Params params;
     params.maxSplits = params.maxLevels = params.maxNodes = 99;
@@ -289,6 +302,10 @@ using Models =
                    Smoothing::MovingAverage, Smoothing::Exponential, Smoothing::DoubleExponential,
                    Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
                    Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels>;
+Discriminant, Components, Variates, NaiveBayes, ClassTree, NumberTree, Engine::Encoder,
+    Engine::CatReducer, Series, Smoothing::MovingAverage, Smoothing::Exponential,
+    Smoothing::DoubleExponential, Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
+    Smoothing::NoTrendHoltWinters > ;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {

@@ -39,6 +39,8 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Classification::NaiveBayes::Engine::Model>,
     readModel<Engine::AR::TTree>,
     readModel<Engine::AR::Apriori>,
+    readModel<Engine::PCA::Model>,
+    readModel<Engine::CVA::Model>,
 };
 
 }  // namespace

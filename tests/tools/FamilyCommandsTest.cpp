@@ -271,6 +271,69 @@ TEST(DiscriminantCommand, ShowsTheReferenceNumbers) {
               reference.scalar("misclassified"));
 }
 
+TEST(PcaCommand, ShowsTheReferenceNumbersAndScoresAboutTheMean) {
+    const TemporaryFolder folder;
+    const ReferenceData reference("learners/mtcars_corr_raw.pca");
+    const std::string model = folder.path("m.json");
+    const std::string data = kLearners + reference.text("data");
+    const JsonReport report = reportOf({"pca --correlation --variance 88 --data", data, "--save",
+                                        model, "--report", folder.path("r.xlsx")});
+    expectShown(report, reference,
+                {{"Eigenvalues",
+                  "Eigenvalue = eigenvalues | Explained variance, % = explained_percent | "
+                  "Cumulative variance, % = cumulative_percent"}});
+    EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart2.xml"));
+    EXPECT_EQ(report.entry("Components"), 2.0);
+    // Standardised scores have the eigenvalue for their variance, T² the number of components for
+    // its mean (times (n - 1)/n), and Q what is left.
+    const std::vector<double> eigenvalues = reference.vector("eigenvalues");
+    const auto meanSquare = [](std::vector<double> values) {
+        double sum = 0.0;
+        for (const double value : values) sum += value * value;
+        return sum / static_cast<double>(values.size() - 1);
+    };
+    const auto sumOf = [](const std::vector<double>& values) {
+        double sum = 0.0;
+        for (const double value : values) sum += value;
+        return sum;
+    };
+    EXPECT_NEAR(meanSquare(report.column("Scores", "Component 2")), eigenvalues[1], 1e-9);
+    EXPECT_NEAR(sumOf(report.column("Scores", "T²")), 2.0 * 31, 1e-9);
+    EXPECT_NEAR(sumOf(report.column("Scores", "Q")), 31 * (6.0 - eigenvalues[0] - eigenvalues[1]),
+                1e-8);
+    const JsonReport predicted =
+        JsonReport(outputOf({"predict --format json --model", model, "--data", data}));
+    EXPECT_EQ(predicted.column("Predictions", "T²"), report.column("Scores", "T²"));
+}
+
+TEST(CvaCommand, ShowsTheReferenceNumbersLargestFirst) {
+    const TemporaryFolder folder;
+    const ReferenceData reference("learners/crabs_groups.cva");
+    const std::string model = folder.path("m.json");
+    const std::string data = kLearners + reference.text("data");
+    const JsonReport report = reportOf(
+        {"cva --data", data, "--target code --save", model, "--report", folder.path("r.xlsx")});
+    const std::vector<double> ascending = reference.vector("eigenvalues");
+    EXPECT_TRUE(allNear(report.column("Eigenvalues", "Eigenvalue"),
+                        std::vector<double>(ascending.rbegin(), ascending.rend()), {1e-8, 0.0}));
+    EXPECT_NEAR(report.column("Eigenvalues", "Share, %")[0], 68.61217, 1e-4);
+    for (const auto& [table, quantity] :
+         {std::pair("Coefficients", "coefficients"), std::pair("Scores", "scores")}) {
+        const Table expected = reference.matrix(quantity);
+        for (std::size_t j = 0; j < 3; ++j) {
+            const auto found = report.column(table, fmt::format("Variate {}", 3 - j));
+            const double sign = found[0] * expected(0, j) < 0.0 ? -1.0 : 1.0;
+            for (std::size_t i = 0; i < found.size(); ++i) {
+                EXPECT_NEAR(sign * found[i], expected(i, j), 1e-9) << quantity;
+            }
+        }
+    }
+    EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart1.xml"));
+    const JsonReport predicted =
+        JsonReport(outputOf({"predict --format json --model", model, "--data", data}));
+    EXPECT_EQ(predicted.column("Predictions", "Variate 1"), report.column("Scores", "Variate 1"));
+}
+
 TEST(KnnCommand, TellsPartsClassesAndErrors) {
     const TemporaryFolder folder;
     const std::string model = folder.path("m.json");

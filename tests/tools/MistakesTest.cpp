@@ -185,6 +185,16 @@ TEST_F(Mistakes, InOptionsOfFamilies) {
             {"--model logistic", "--target | classes | expected 2"},
             {"--f-in -1", "--f-in: \"-1\" | at least 0"},
             {"--method all", "--method: all | sequential"}});
+    expect({"pca --data", data, "--columns"},
+           {{"x,z --correlation", "--columns | \"z\" is constant | --correlation"},
+            {"x,w --components 3", "--components: 3 | number of columns, 2"},
+            {"x,w --components 1 --variance 50", "--variance | excludes | --components"},
+            {"x,w --variance 101", "--variance | \"101\" | 0 to 100"},
+            {"kind", "--columns | \"kind\" | \"a\""}});
+    expect({"cva --data", data, "--target"},
+           {{"z --predictors x", "--target | \"z\" | holds only \"0\""},
+            {"class --predictors x,z", "--predictors | column 1 | does not vary"},
+            {"class --predictors x --priors 01=1", "--priors"}});
     expect({"tree --data", data, "--target class --predictors x"},
            {{"--categorical kin", "--categorical | did you mean \"kind\""},
             {"--categorical kind", "--categorical | \"kind\" | no predictor"},

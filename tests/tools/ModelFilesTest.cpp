@@ -32,8 +32,8 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
         std::ranges::replace(text, '\n', ',');
         return splitAt(",", text);
     };
-    for (const std::string name :
-         {"regress", "logistic", "knn", "naive-bayes", "tree", "discriminant", "kmeans"}) {
+    for (const std::string name : {"regress", "logistic", "knn", "naive-bayes", "tree",
+                                   "discriminant", "pca", "cva", "kmeans"}) {
         const auto cells = cellsOf(predictionsOf(kModels + name + ".json", kModels + "new.csv"));
         const auto expected = cellsOf(contentOf(kModels + name + ".csv"));
         ASSERT_EQ(cells.size(), expected.size()) << name;
@@ -83,6 +83,9 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
         {"naive-bayes", "\"state\":2", "\"state\":1", "model | probabilities"},
         {"naive-bayes", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model | with priors"},
         {"naive-bayes", "\"successClass\":\"yes", "\"successClass\":\"may", "successClass"},
+        {"pca", "\"components\":", "\"components\":-", "components | 1 to the number"},
+        {"pca", "\"scale\":[", "\"scale\":[-", "scale | above 0"},
+        {"cva", "\"numColumns\":", "\"numColumns\":1", "coefficients | a row for each"},
         {"kmeans", "\"columns\":[\"size\",", "\"columns\":[", "columns | 1 columns, expected 2"}};
     const auto expect = [&](const std::string& text, const Words& words) {
         const std::string bad = folder.write("bad.json", text);

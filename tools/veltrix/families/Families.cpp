@@ -13,8 +13,13 @@ namespace Veltrix::Tool {
 namespace {
 
 constexpr std::unique_ptr<Family> (*kFamilies[])() = {
-    makeRegression,   makeLogistic, makeSelection,    makeNeighbours, makeNaiveBayes,      makeTree,
-    makeDiscriminant, makeKMeans,   makeHierarchical, makePrincipalComponents, makeCanonicalVariates, makeRules,      makeAutocorrelations};
+    makeRegression,        makeLogistic,
+    makeSelection,         makeNeighbours,
+    makeNaiveBayes,        makeTree,
+    makeDiscriminant,      makeKMeans,
+    makeHierarchical,      makePrincipalComponents,
+    makeCanonicalVariates, makeRules,
+    makeAutocorrelations};
 
 }  // namespace
 
