@@ -11,6 +11,7 @@
 #include "data/containers/Lines.h"
 #include "data/factorisations/Spectra.h"
 #include "data/matrix/Symmetric.h"
+#include "data/util/ProgressMeter.h"
 #include "support/LinearAlgebra.h"
 #include "support/kernels/Arrays.h"
 
@@ -19,6 +20,7 @@ namespace {
 
 /// Doubles in a block of centred rows: large enough for the matrix product to run at full speed.
 constexpr std::int64_t kBlockSize = 131072;
+constexpr const char* kMeans = "Averaging groups";
 constexpr const char* kPhase = "Summing products of columns";
 
 /// Rows of a matrix, each with the centre that is taken from it: a column of `centres` (p × G,
@@ -133,10 +135,12 @@ struct GroupMeans {
     void sumRows() {
         const std::int64_t cols = a.getNumCols();
         const std::int64_t size = sizeOf(means);
+        ProgressMeter meter(kMeans, static_cast<std::uint64_t>(a.getNumRows()));
         for (std::int64_t i = 0; i < a.getNumRows(); ++i) {
             const std::int64_t place = grouping.groupOfRow.data()[i] * cols;
             Kernels::arrays().addTo(cols, a.data() + i * cols, means.data() + place,
                                     rests.data() + place);
+            meter.add(static_cast<std::uint64_t>(cols), 1);
         }
         for (std::int64_t k = 0; k < size; ++k) {
             divide(k / cols, k % cols, {means.data()[k], rests.data()[k]});
@@ -145,6 +149,7 @@ struct GroupMeans {
 
     void sumColumns() {
         Vector column(grouping.order.size());  // group by group
+        ProgressPhase phase(kMeans, static_cast<std::uint64_t>(a.getNumCols()));
         for (std::int64_t j = 0; j < a.getNumCols(); ++j) {
             const double* values = a.data() + j * a.getNumRows();
             std::ranges::transform(grouping.order, column.begin(),
@@ -154,6 +159,7 @@ struct GroupMeans {
                 const double* first = column.data() + grouping.starts.data()[g];
                 divide(g, j, Kernels::arrays().sum(size, first));
             }
+            phase.advance();
         }
     }
 

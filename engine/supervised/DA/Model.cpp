@@ -27,7 +27,7 @@ StringVector numberedClasses(int count) {
     return classes;
 }
 
-/// One more than the largest code, but no more than can have records.
+/// One more than the largest code, at least 1 and no more than can have records.
 int countGroups(const IntVector& groups) {
     const int largest = Veltrix::Util::maxValue(groups);
     const auto size = static_cast<std::int64_t>(groups.size());
@@ -36,7 +36,7 @@ int countGroups(const IntVector& groups) {
                      "group code " + std::to_string(largest) + " with " + std::to_string(size) +
                          " records, expected 0 to G - 1 with a record for each group");
     }
-    return largest + 1;
+    return std::max(largest, 0) + 1;
 }
 
 /// Places of labels in the class list; labels are given as places among `levels`.

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Veltrix/Data/Convert.h"
+#include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "engine/core/Checks.h"
 #include "engine/core/Projection.h"
@@ -49,6 +50,7 @@ Matrix symmetricOf(const Matrix& x, const Params& params, const StringVector& na
 
 /// Adds the squares of a matrix' rows, each divided by what belongs to its column.
 void addSquares(const Matrix& a, const Vector& divisors, Vector& sums) {
+    ProgressPhase phase("Summing squares", static_cast<std::uint64_t>(a.getNumCols()));
     for (int j = 0; j < a.getNumCols(); ++j) {
         const double divisor = divisors[static_cast<std::uint64_t>(j)];
         if (Veltrix::Util::isZero(divisor)) continue;
@@ -58,6 +60,7 @@ void addSquares(const Matrix& a, const Vector& divisors, Vector& sums) {
             sum += *value * *value / divisor;
             ++value;
         }
+        phase.advance();
     }
 }
 
