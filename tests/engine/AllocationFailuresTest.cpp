@@ -338,29 +338,21 @@ TEST(AllocationFailures, NaiveBayes) {
     const auto count = [&](const Data& data, double alpha) {
         return NaiveBayes::computeFrequency(data.mixed, kClasses, alpha, priors);
     };
-    const auto score = [](Model& m) {
-        (void)NaiveBayes::computePosteriorProbability(m, kData.mixed, true);
-    };
     const Model counts = count(kData, 1.0);
     const Model model = NaiveBayes::frequencyToPriorConditionalProbability(counts);
+    const WString known = kData.mixed.getColName(1);
     for (const Model& from : {counts, model}) {
         surviveStored(
             from, count(kMore, 0.5),
-            {{"count", [&](Model& m) { m = count(kMore, 2.0); }},
-             {"smooth",
-              [](Model& m) { m = NaiveBayes::frequencyToPriorConditionalProbability(m); }},
-             {"feature", [](auto& m) { m.setFeatureValueClassCount(kOther, kOther, kOther, 1.0); }},
-             {"category",
-              [](auto& m) {
-                  m.setFeatureValueClassCount(kData.mixed.getColName(1), L"another category", kLow,
-                                              1.0);
-              }},
+            {{"count", [&](auto& m) { m = count(kMore, 2.0); }},
+             {"smooth", [](auto& m) { m = NaiveBayes::frequencyToPriorConditionalProbability(m); }},
+             {"feature", [](auto& m) { m.setFeatureValueClassCount(kOther, kLow, kLow, 1.0); }},
+             {"category", [&](auto& m) { m.setFeatureValueClassCount(known, L"new", kLow, 1.0); }},
              {"class", [](auto& m) { m.setTargetCount(kOther, 1); }},
-             {"priors",
-              [](auto& m) {
-                  m.setPriorProbs({{kOther, 1.0}});
-              }},
-             {"score", score}});
+             {"priors", [&](auto& m) { m.setPriorProbs(priors); }},
+             {"score", [](auto& m) {
+                  (void)NaiveBayes::computePosteriorProbability(m, kData.mixed, true);
+              }}});
     }
 }
 

