@@ -296,16 +296,12 @@ template <class Model>
 class StoredModels : public testing::Test {};
 
 using Models =
-    testing::Types<Regression, Logistic, Clusters, Hierarchy, Neighbours, NumberNeighbours,
-                   Discriminant, NaiveBayes, ClassTree, NumberTree, Engine::Encoder,
-                   Engine::CatReducer, Series, Autoregression, MovingAverage, Arma, Seasonal,
-                   Smoothing::MovingAverage, Smoothing::Exponential, Smoothing::DoubleExponential,
-                   Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
-                   Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels>;
-Discriminant, Components, Variates, NaiveBayes, ClassTree, NumberTree, Engine::Encoder,
-    Engine::CatReducer, Series, Smoothing::MovingAverage, Smoothing::Exponential,
-    Smoothing::DoubleExponential, Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
-    Smoothing::NoTrendHoltWinters > ;
+    testing::Types<Regression, Logistic, Clusters, Hierarchy, Components, Variates, Neighbours,
+                   NumberNeighbours, Discriminant, NaiveBayes, ClassTree, NumberTree,
+                   Engine::Encoder, Engine::CatReducer, Series, Autoregression, MovingAverage, Arma,
+                   Seasonal, Smoothing::MovingAverage, Smoothing::Exponential,
+                   Smoothing::DoubleExponential, Smoothing::MulHoltWinters,
+                   Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {
