@@ -41,6 +41,9 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::AR::Apriori>,
     readModel<Engine::PCA::Model>,
     readModel<Engine::CVA::Model>,
+    readModel<Engine::TS::Smoothing::MovingAverage>,
+    readModel<Engine::TS::Smoothing::DoubleExponential>,
+    readModel<Engine::TS::Smoothing::MulHoltWinters>,
 };
 
 }  // namespace

@@ -156,6 +156,40 @@ TEST_F(Mistakes, InDistances) {
     expect({"hierarchical"}, {{{}, "--data | --distance-matrix"}});
 }
 
+TEST_F(Mistakes, InOptionsOfSeries) {
+    const std::string file = folder.write("s.csv", "t,x,gap,late\n1,5,1,1\n2,7,,2\n3,6,3,2\n");
+    const Arguments smooth{"smooth --data", file, "--column x --method"};
+    expect(smooth, {{"average", "--method | average | moving"},
+                    {"moving", "--window | not given"},
+                    {"moving --window 4", "--window | 4 | at most | 3"},
+                    {"moving --window 2 --search", "--search | moving"},
+                    {"exponential", "--alpha | --search"},
+                    {"exponential --alpha 1.5", "--alpha | \"1.5\""},
+                    {"exponential --alpha 1 --beta 1", "--beta | exponential"},
+                    {"exponential --alpha 1 --period 2", "--period | exponential"},
+                    {"exponential --alpha 1 --search", "--search | excludes | --alpha"},
+                    {"exponential --search --measure rmse", "--measure | rmse | mse"},
+                    {"additive --search", "--period | not given"},
+                    {"additive --search --period 4", "--period | 4 | at most | 3"},
+                    {"additive --search --period 0", "--period | \"0\""},
+                    {"double --search --holdout 3", "--holdout | 3 | less than"},
+                    {"double --search --time late", "--time | \"late\" | row 3 | more than 2"},
+                    {"double --search --time gap", "--time | \"gap\" | row 2 | no time"},
+                    {"double --search --time x", "--time | \"x\" | holds the series"},
+                    {"double --search --forecast -1", "--forecast | \"-1\""}});
+    expect({"smooth --search --method double --data", file, "--column"},
+           {{"gap", "--column | \"gap\" | row 2 | without gaps"}});
+    expect({"arima --data", file, "--column x --order"},
+           {{"1,1", "--order | \"1,1\" | three"},
+            {"1,0.5,0", "--order | \"1,0.5,0\" | whole"},
+            {"1,3,0", "--order | 3 values | (1,3,0)"},
+            {"0,3,0 --auto", "--auto | 3 values | every"},
+            {"1,0,0 --seasonal 1,0,0", "--period | not given"},
+            {"1,0,0 --period 4", "--period | --seasonal"},
+            {"1,0,0 --seasonal 1,0,0 --period 1", "--period | \"1\" | at least 2"},
+            {"1,0,0 --textbook-ma", "--textbook-ma | requires | --seasonal"}});
+}
+
 TEST_F(Mistakes, InOptionsOfFamilies) {
     expect({"knn --data", data, "--target class"},
            {{{}, "--k | not given | --max-k"},

@@ -32,9 +32,12 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
         std::ranges::replace(text, '\n', ',');
         return splitAt(",", text);
     };
+    const std::string series = std::string(kTestData) + "/timeseries/series/strikes.csv";
     for (const std::string name : {"regress", "logistic", "knn", "naive-bayes", "tree",
-                                   "discriminant", "pca", "cva", "kmeans"}) {
-        const auto cells = cellsOf(predictionsOf(kModels + name + ".json", kModels + "new.csv"));
+                                   "discriminant", "pca", "cva", "kmeans", "smooth", "arima"}) {
+        const bool ofSeries = name == "smooth" || name == "arima";
+        const auto cells = cellsOf(
+            predictionsOf(kModels + name + ".json", ofSeries ? series : kModels + "new.csv"));
         const auto expected = cellsOf(contentOf(kModels + name + ".csv"));
         ASSERT_EQ(cells.size(), expected.size()) << name;
         for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -86,7 +89,12 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
         {"pca", "\"components\":", "\"components\":-", "components | 1 to the number"},
         {"pca", "\"scale\":[", "\"scale\":[-", "scale | above 0"},
         {"cva", "\"numColumns\":", "\"numColumns\":1", "coefficients | a row for each"},
-        {"kmeans", "\"columns\":[\"size\",", "\"columns\":[", "columns | 1 columns, expected 2"}};
+        {"kmeans", "\"columns\":[\"size\",", "\"columns\":[", "columns | 1 columns, expected 2"},
+        {"smooth", "\"method\":\"additive", "\"method\":\"double", "model | type"},
+        {"smooth", "\"method\":\"additive", "\"method\":\"none", "method | \"none\""},
+        {"smooth", "\"forecast\":3", "\"forecast\":-3", "forecast | number of steps"},
+        {"smooth", "\"alpha\":0.5", "\"alpha\":5", "model | alpha"},
+        {"arima", "\"seasonal\":true", "\"seasonal\":false", "model | type"}};
     const auto expect = [&](const std::string& text, const Words& words) {
         const std::string bad = folder.write("bad.json", text);
         expectMistake(run({"predict --model", bad, "--data", kModels + "houses.csv", "--output",

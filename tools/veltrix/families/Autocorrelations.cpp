@@ -1,25 +1,19 @@
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
 
-#include "Veltrix/Engine/Distributions.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "Veltrix/Engine/TS/ARIMA/Data.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/host/SeriesReport.h"
 #include "tools/veltrix/host/UserError.h"
-#include "tools/veltrix/report/NumberFormat.h"
 
 namespace Veltrix::Tool {
 
 namespace {
 
 using Engine::TS::ARIMA::Data;
-
-constexpr const char* kLags = "Autocorrelations";
 
 class Autocorrelations : public ReportingFamily {
   public:
@@ -82,43 +76,14 @@ class Autocorrelations : public ReportingFamily {
     }
 
     void describe(ReportBuilder& report, const Prepared& data) const override {
-        const std::vector<double>& acvf = series_.acvf();
-        const double limit = Engine::Distributions::normalQuantile((1.0 + data.confidence) / 2.0) /
-                             std::sqrt(static_cast<double>(series_.numProcessedRecords()));
-        Vector acf(acvf.begin(), acvf.end());
-        acf /= acvf.front();
-        const std::string lower = "Lower " + percentText(data.confidence);
-        const std::string upper = "Upper " + percentText(data.confidence);
-        report.table(kLags)
-            .counted("Lag", acvf.size(), 0)
-            .series("Autocovariance", Vector(acvf.begin(), acvf.end()))
-            .series("ACF", std::move(acf))
-            .series("PACF", Vector(series_.pacf().begin(), series_.pacf().end()))
-            .series(lower, Vector(acvf.size(), -limit))
-            .series(upper, Vector(acvf.size(), limit))
-            .note(
-                "Limits for both functions at lags above 0 when the processed series is white "
-                "noise.");
-        if (!(acvf.front() > 0.0)) return;  // a constant has no autocorrelations
-        // A stem for every lag between the limits of white noise.
-        for (const auto& [chart, column] : {std::pair("Autocorrelations", "ACF"),
-                                            std::pair("Partial autocorrelations", "PACF")}) {
-            report.chart(chart)
-                .x(kLags, "Lag")
-                .y(kLags, column)
-                .line(kLags, lower)
-                .line(kLags, upper)
-                .stems();
-        }
+        addCorrelogram(report, "Autocorrelations", {"Autocorrelations", "Partial autocorrelations"},
+                       series_, data.confidence);
     }
 
   private:
     std::uint64_t chooseLags(std::uint64_t numProcessed) const {
         const std::uint64_t largest = numProcessed - 1;
-        if (lags_ == 0) {
-            const double usual = 10.0 * std::log10(static_cast<double>(numProcessed));
-            return std::min(largest, static_cast<std::uint64_t>(usual));
-        }
+        if (lags_ == 0) return usualLags(numProcessed);
         const auto lags = static_cast<std::uint64_t>(lags_);
         if (lags <= largest) return lags;
         throw UserError(fmt::format(

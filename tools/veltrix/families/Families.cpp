@@ -19,7 +19,8 @@ constexpr std::unique_ptr<Family> (*kFamilies[])() = {
     makeDiscriminant,      makeKMeans,
     makeHierarchical,      makePrincipalComponents,
     makeCanonicalVariates, makeRules,
-    makeAutocorrelations};
+    makeAutocorrelations,  makeArima,
+    makeSmoothing};
 
 }  // namespace
 

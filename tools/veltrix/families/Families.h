@@ -37,5 +37,9 @@ std::unique_ptr<Family> makeCanonicalVariates();
 
 /// Autocorrelations of a series, differenced on demand.
 std::unique_ptr<Family> makeAutocorrelations();
+/// ARIMA and seasonal ARIMA models of a series.
+std::unique_ptr<Family> makeArima();
+/// Smoothed values and forecasts of a series.
+std::unique_ptr<Family> makeSmoothing();
 
 }  // namespace Veltrix::Tool

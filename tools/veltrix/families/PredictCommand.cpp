@@ -66,9 +66,10 @@ void PredictCommand::run() {
     const DataFile data(data_.path, stored.coding.csvOptions());
     const RowSelection selection = selectRows(data, stored.coding.used(data_.option));
 
+    if (stored.family->needs().target == TargetKind::Series) checkSeries(selection);
     progress.stage("Scoring");
-    const std::vector<Column> scores =
-        stored.family->score(stored.coding.encode(selection), confidence_).columns();
+    const Records records = stored.coding.encode(selection);
+    const std::vector<Column> scores = stored.family->score(records, confidence_).columns();
     ReportBuilder report("Predictions of " + stored.target);
     Table& summary = report.table("Summary");
     summary.entry("Data file", data_.path)
@@ -83,6 +84,7 @@ void PredictCommand::run() {
     Table& predictions = report.records("Predictions");
     predictions.counted("Row", static_cast<std::uint64_t>(selection.rowsRead));
     for (const Column& scored : scores) predictions.add(inPlace(scored, selection));
+    stored.family->addBeyond(report, records, confidence_);
     progress.stage("Writing");
     output_.deliver(report.take());
 }

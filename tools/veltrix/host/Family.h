@@ -68,6 +68,9 @@ class RecordFamily : public Family {
     virtual ClassRoles roles() const { return {}; }
     /// Says of every record what the fitted model makes of it.
     virtual Scores score(const Records& records, double confidence) const = 0;
+    /// Appends what the model says beyond the records, as forecasts of a series are.
+    virtual void addBeyond(ReportBuilder& /*report*/, const Records& /*records*/,
+                           double /*confidence*/) const {}
     /// Columns that the model was fitted to, 0 before; a file that says otherwise is refused.
     virtual int numColumns() const = 0;
 };

@@ -104,7 +104,7 @@ FamilyCommand::Results FamilyCommand::runRecords(ProgressLine& progress) {
     Results results{makeReport(data), {}};
     if (!options_.save.path.empty()) {
         const std::string target =
-            options_.hasTarget() ? options_.target : family_->names().product;
+            options_.subject().empty() ? family_->names().product : options_.subject();
         results.model = writeModel(target, data.coding, *family_);
     }
     return results;

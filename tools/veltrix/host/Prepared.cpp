@@ -70,22 +70,6 @@ void choosePredictors(Prepared& data, const DataFile& file, const TaskOptions& o
                        splitNames(file, options.categorical));
 }
 
-/// Lags count rows, so no value may be missing between the first and the last.
-void checkSeries(const RowSelection& selection) {
-    const std::vector<std::int64_t>& rows = selection.rowNumbers;
-    const UsedColumn& column = selection.columns.front().used;
-    if (rows.empty()) {
-        throw UserError(fmt::format("{}: column {} holds no value, expected a series",
-                                    column.option, Tool::quoted(column.name)));
-    }
-    const auto gap = std::ranges::adjacent_find(
-        rows, [](std::int64_t row, std::int64_t next) { return next != row + 1; });
-    if (gap == rows.end()) return;
-    throw UserError(
-        fmt::format("{}: column {}, row {} holds no value, expected a series without gaps",
-                    column.option, Tool::quoted(column.name), *gap + 1));
-}
-
 /// The elements at these positions.
 template <class List>
 List pick(const List& list, const IntVector& rows) {
@@ -214,6 +198,21 @@ StringVector Prepared::labelsOf(const PartData& part) const {
     return texts;
 }
 
+void checkSeries(const RowSelection& selection) {
+    const std::vector<std::int64_t>& rows = selection.rowNumbers;
+    const UsedColumn& column = selection.columns.front().used;
+    if (rows.empty()) {
+        throw UserError(fmt::format("{}: column {} holds no value, expected a series",
+                                    column.option, Tool::quoted(column.name)));
+    }
+    const auto gap = std::ranges::adjacent_find(
+        rows, [](std::int64_t row, std::int64_t next) { return next != row + 1; });
+    if (gap == rows.end()) return;
+    throw UserError(
+        fmt::format("{}: column {}, row {} holds no value, expected a series without gaps",
+                    column.option, Tool::quoted(column.name), *gap + 1));
+}
+
 Prepared prepare(const DataFile& file, const TaskOptions& options) {
     checkRoles(file, options.roles());
     Prepared data;
@@ -230,7 +229,10 @@ Prepared prepare(const DataFile& file, const TaskOptions& options) {
         used.push_back({TaskOptions::kPartitionColumn, options.partitionColumn, true});
     }
     RowSelection selection = selectRows(file, used);
-    if (options.isSeries()) checkSeries(selection);
+    if (options.isSeries()) {
+        checkSeries(selection);
+        data.times = readTimes(file, {TaskOptions::kTime, options.time}, selection.rowNumbers);
+    }
     checkRowsLeft(selection);
     data.rowsRead = selection.rowsRead;
     data.rowsUsed = selection.rowsUsed();

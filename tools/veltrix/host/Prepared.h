@@ -11,6 +11,7 @@
 #include "Veltrix/Data/Vector.h"
 #include "tools/veltrix/host/ClassRoles.h"
 #include "tools/veltrix/host/PredictorCoding.h"
+#include "tools/veltrix/host/SeriesTimes.h"
 #include "tools/veltrix/host/TaskOptions.h"
 #include "tools/veltrix/host/TextColumns.h"
 
@@ -46,6 +47,7 @@ struct Prepared {
     double confidence = 0.95;
     std::string weights;  ///< their column, or "none"
     std::array<PartData, kParts.size()> parts;
+    SeriesTimes times;
 
     const PartData& part(Part part) const { return parts[static_cast<std::size_t>(part)]; }
     const PartData& training() const { return part(Part::Training); }
@@ -55,6 +57,10 @@ struct Prepared {
     /// The target of the records as texts.
     StringVector labelsOf(const PartData& part) const;
 };
+
+/// Throws `UserError` when the first column selected holds no value or has a gap between its first
+/// and its last one: lags count rows.
+void checkSeries(const RowSelection& selection);
 
 /// Reads roles, rows, parts and predictors from the file. Throws `UserError` when no training row
 /// is left, for a part of another name, with its row, for fewer than two classes or more than can

@@ -51,6 +51,7 @@ void TaskOptions::declareRecords(OptionGroup& options) {
         declareTarget(options);
     } else if (isSeries()) {
         options.column(predictorOption(), series, "Column with the series").required();
+        options.column(kTime, time, "Column with the times, which tables show beside the values");
     } else {
         options.list(predictorOption(), predictors,
                      "Columns to look at, separated by commas; may be repeated, also for a name "
@@ -86,6 +87,9 @@ DataFile TaskOptions::readData() const {
 }
 
 std::vector<RoleColumn> TaskOptions::roles() const {
+    if (isSeries()) {
+        return {{predictorOption(), series, "holds the series"}, {kTime, time, "holds the times"}};
+    }
     return {{kTarget, target, "is the target"},
             {kPartitionColumn, partitionColumn, "holds the parts"},
             {kWeights, weights, "holds the weights"}};

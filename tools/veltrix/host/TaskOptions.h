@@ -52,6 +52,7 @@ struct TaskOptions {
     static constexpr const char* kTarget = "--target";
     static constexpr const char* kPartitionColumn = "--partition-column";
     static constexpr const char* kWeights = "--weights";
+    static constexpr const char* kTime = "--time";
     static constexpr const char* kCategorical = "--categorical";
 
     TaskOptions(const Needs& family, Input from)
@@ -87,6 +88,7 @@ struct TaskOptions {
     FileOption save{"--save", {}};
     std::string target;
     std::string series;
+    std::string time;  ///< the column of the times of a series; empty without
     std::vector<std::string> predictors;
     std::vector<std::string> categorical;
     std::string partitionColumn;  ///< empty without
