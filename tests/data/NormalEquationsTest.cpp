@@ -1,15 +1,12 @@
 // Weighted cross-products in row blocks against plain sums.
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <span>
 
 #include <gtest/gtest.h>
 
-#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/NormalEquations.h"
 #include "Veltrix/Data/Util.h"
-#include "support/kernels/CrossProducts.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -82,38 +79,6 @@ TEST(NormalEquations, AreTheSums) {
             }
         }
     }
-}
-
-TEST(NormalEquations, PlainKernelsAgreeWithTheWideOnes) {
-    constexpr int kRows = 13;
-    const Matrix x = normals(kRows, 9, MatrixOrderType::columnMajor);
-    const double* columns[9];
-    for (int j = 0; j < 9; ++j) columns[j] = x.data() + j * kRows;
-    Vector results[2];
-    int place = 0;
-    for (const auto* kernels : {&Kernels::kCrossProductsBaseline, &Kernels::crossProducts()}) {
-        Vector& result = results[place++];
-        result.assign(kRows + 5 + 9 * 8, 0.0);
-        double scratch[3 * kRows];
-        kernels->combine(kRows, 5, columns, x.data(), result.data());
-        kernels->addProducts(kRows, 5, columns, columns[7], result.data() + kRows);
-        Vector sums(9 * 8, 0.0);
-        kernels->addCrossProduct(kRows, 5, columns, columns[8], sums.data(), 9, scratch);
-        for (int k = 0; k < 5; ++k) {
-            for (int j = 0; j <= k; ++j) {
-                const auto entry = static_cast<std::uint64_t>(j + 9 * k);
-                result[kRows + 5 + entry] = sums[entry];
-            }
-        }
-    }
-    EXPECT_TRUE(allNear(results[0], results[1], {1e-13, 1e-14}));
-}
-
-TEST(NormalEquations, RefuseWhatDoesNotFit) {
-    const Matrix x = normals(5, 2, MatrixOrderType::columnMajor);
-    EXPECT_THROW((void)normalEquations({x}, {0, 2}, {}, weigh), Exception);
-    EXPECT_THROW((void)normalEquations({x}, {0, 1}, Vector(3, 1.0), weigh), Exception);
-    EXPECT_THROW(readProducts({x}, {0}, {}, [](auto, auto) {}), Exception);
 }
 
 }  // namespace

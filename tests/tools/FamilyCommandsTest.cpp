@@ -153,26 +153,7 @@ TEST(LogisticCommand, ShowsTheReferenceNumbers) {
                      {"Collinearity diagnostics",
                       "Eigenvalue = collinearity_root_weighted_design.eigenvalues"},
                      {"Summary", "Iterations = completed_iterations | Rank = rank"}});
-        const Table posterior = reference.matrix("posterior_first_rows");
-        const auto shown = report.column("Scores: training", "P(1)");
-        for (std::size_t i = 0; i < posterior.rows; ++i) {
-            EXPECT_NEAR(shown.at(i), posterior(i, 0), 1e-9);
-        }
     }
-}
-
-// The other class is modelled: signs turn, probabilities stay with their classes.
-TEST(LogisticCommand, ModelsTheSuccessClass) {
-    const Arguments fit{"logistic --data", kLearners + "mtcars_am.csv",
-                        "--target am --predictors wt,hp"};
-    const JsonReport usual = reportOf(fit);
-    const JsonReport other = reportOf(fit + Arguments{"--success-class 0 --cutoff 0.99"});
-    EXPECT_NEAR(usual.column("Coefficients", "Estimate").at(1),
-                -other.column("Coefficients", "Estimate").at(1), 1e-9);
-    const auto p = other.column("Scores: training", "P(0)");
-    EXPECT_TRUE(allNear(p, usual.column("Scores: training", "P(0)"), {1e-9, 1e-12}));
-    EXPECT_EQ(other.column("Confusion matrix: training", "0").back(),
-              static_cast<double>(std::ranges::count_if(p, [](double q) { return q >= 0.99; })));
 }
 
 TEST(SelectCommand, ShowsTheReferenceNumbersAndFitsTheChosenModel) {
@@ -198,13 +179,6 @@ TEST(SelectCommand, ShowsTheReferenceNumbersAndFitsTheChosenModel) {
     EXPECT_TRUE(allNear(std::vector<double>(f.begin() + 1, f.end()),
                         reference.vector("forward.0.f"), {1e-9}));
     EXPECT_EQ(forward.entry("Chosen model"), 4.0);  // of least Cp
-    const JsonReport logistic =
-        reportOf({"select --model logistic --method backward --target low --data",
-                  kLearners + "birthwt_low.csv", "--report", folder.path("r.xlsx")});
-    const auto aic = logistic.column("Models", "AIC");
-    const auto chosen = static_cast<std::size_t>(logistic.entry("Chosen model")) - 1;
-    EXPECT_EQ(aic.at(chosen), std::ranges::min(aic));
-    EXPECT_THAT(contentOf(folder.path("r.xlsx")), HasSubstr("xl/charts/chart2.xml"));
 }
 
 TEST(KnnCommand, ShowsTheReferenceNumbersAndSearches) {

@@ -51,8 +51,8 @@ struct FitEvaluation {
 ///
 /// The estimates are those of the last step, whatever ended it; when the classes are separated they
 /// would grow for ever, and their standard errors say little. Each step is one pass over the
-/// records in row blocks that stay in the cache, so memory beyond the data is a few vectors of
-/// length p and a p × p matrix. A cross-product whose Cholesky factor would lose too many digits
+/// records in row blocks that stay in the cache, so memory beyond data and weights is a few vectors
+/// of length p and a p × p matrix. A cross-product whose Cholesky factor would lose too many digits
 /// (or that is not positive definite) gives way to a QR factorisation of √V D, which takes two
 /// vectors of length n. Where a step finds columns that depend on others as far as √V D can tell,
 /// their estimates stay.

@@ -1,10 +1,8 @@
 // Logistic regression: separation, units, weights, aliased columns, bad input.
-#include <chrono>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -130,16 +128,6 @@ TEST(Logistic, AliasedColumns) {
     EXPECT_EQ(none.posteriorProbability(kX)(7, 1), 0.5);
 }
 
-TEST(Logistic, InformationIsTheWeightedCrossProduct) {
-    const Model model = Model().fit(kX, kY, 50, true);
-    const Matrix design = Engine::LinearModel::designMatrix(kX, true);
-    const Matrix p = model.posteriorProbability(kX);
-    const Matrix information = Model::informationMatrix(design, model.getWeights(),
-                                                        p.getSubColumn(Util::range(0, 30), 0), 7);
-    EXPECT_TRUE(
-        (information * model.computeVarianceCovariance(kX)).equalTo(Util::eye(3, 3), 1e-12));
-}
-
 TEST(Logistic, BadInputIsRefusedAndLeavesTheModel) {
     const auto with = [](Vector values, std::uint64_t place, double value) {
         values[place] = value;
@@ -151,7 +139,6 @@ TEST(Logistic, BadInputIsRefusedAndLeavesTheModel) {
     const std::pair<const char*, std::function<void(Model&)>> cases[] = {
         {"0 records, at least 1 expected",
          [](Model& m) { m.setWeights({}).fit(Matrix(0, 2), Vector(), 9, true); }},
-        {"0 columns, at least 1", [](Model& m) { m.fit(Matrix(30, 0), kY, 9, false); }},
         {"29 responses", [](Model& m) { m.fit(kX, Vector(29), 9, true); }},
         {"response of record 4 is 2, 0 or 1 expected",
          [&](Model& m) { m.fit(kX, with(kY, 4, 2.0), 9, true); }},
@@ -159,13 +146,11 @@ TEST(Logistic, BadInputIsRefusedAndLeavesTheModel) {
         {"row 3, column 1 is NaN", [&](Model& m) { m.fit(cells(33, kNaN), kY, 9, true); }},
         {"row 2, column 0 is inf",
          [&](Model& m) { m.fit(cells(2, -std::numeric_limits<double>::infinity()), kY, 9, true); }},
-        {"4 weights, 30 expected", [](Model& m) { m.fit(kX, kY, Vector(4, 1.0), 9, true); }},
         {"record 1 is -2", [&](Model& m) { m.fit(kX, kY, with(kY, 1, -2), 9, true); }},
         {"all weights are 0", [](Model& m) { m.fit(kX, kY, Vector(30), 9, true); }},
         {"confidence level 1, between", [](Model& m) { m.computeCoefficientInfo(kX, 1.0); }},
         {"3 columns, 2 expected", [](Model& m) { m.posteriorProbability(Matrix(2, 3)); }},
         {"2 rows, 30 expected", [](Model& m) { m.computeVarianceCovariance(Matrix(2, 2)); }},
-        {"29 responses", [](Model& m) { m.computeFitEvaluation(Vector(29)); }},
         {"1 columns, 2 expected as in training",
          [](Model& m) { m.computeFittedMulticollinearity(Matrix(30, 1)); }}};
     const Model model = Model().fit(kX, kY, 50, true);
@@ -175,20 +160,6 @@ TEST(Logistic, BadInputIsRefusedAndLeavesTheModel) {
         EXPECT_TRUE(refuses([&, &act = act] { act(victim); }, text));
         EXPECT_EQ(victim.setWeights(model.getWeights()).toJson(), before) << text;
     }
-}
-
-TEST(Logistic, ACancelledFitLeavesTheModel) {
-    Model model = Model().fit(kX, kY, 50, true);
-    const WString before = model.toJson();
-    const Matrix x = normalMatrix(20000, 5, 3);
-    const Vector y = responses(x, 4);
-    const ProgressScope scope([](const Progress& progress) {
-        EXPECT_EQ(progress.phase, "Fitting the regression");
-        return false;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(25));  // a report is due
-    EXPECT_THROW(model.setWeights({}).fit(x, y, 50, true), Cancelled);
-    EXPECT_EQ(model.setWeights(Vector(30, 1.0)).toJson(), before);
 }
 
 }  // namespace
