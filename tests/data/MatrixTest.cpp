@@ -64,6 +64,7 @@ TEST_P(OneOrder, copiesAreIndependentAndMovesLeaveAnEmptyMatrix) {
     EXPECT_EQ(copy.getNumRows(), 0);  // NOLINT(bugprone-use-after-move): promised
     EXPECT_TRUE(copy.getAsDoubleVector().empty());
     copy = a_;
+    EXPECT_EQ(copy.getName(), L"name");
     Matrix& self = copy;
     copy = std::move(self);
     EXPECT_TRUE(matches(copy, a_));
@@ -125,6 +126,7 @@ TEST_P(OneOrder, growingAcrossTheStorageOrder) {
             a.set({0, 1}, {1, 2}, a({1, 2}, {0, 1}));
         },
         [](Matrix& a) { a = Matrix(a); },
+        [](Matrix& a) { a = Matrix(std::move(a)); },
         [](Matrix& a) { a = std::move(a) * Util::eye(a.getNumCols(), 2); },
     };
     for (const auto& step : steps) {

@@ -122,19 +122,12 @@ class Interrupted : public CommandLine {
         for (int i = 0; i < 600; ++i) {
             csv += std::to_string(i * 7 % 11) + "," + std::to_string(i) + "\n";
         }
-        args = {"regress",
-                "--data",
-                folder.write("long.csv", csv),
-                "--target",
-                "y",
-                "--save",
-                folder.path("m"),
-                "--report",
-                folder.path("r.xlsx"),
-                "--output",
-                folder.path("out"),
-                "--format",
-                "csv"};
+        args = {"regress", "--data", folder.write("long.csv", csv), "--target", "y", "--format"};
+        for (const std::string name :
+             {"csv", "--save", "m", "--report", "r.xlsx", "--output", "out"}) {
+            const bool file = name.front() != '-' && name != "csv";
+            args.push_back(file ? folder.path(name) : name);
+        }
         reset();
     }
     void reset() const {

@@ -54,11 +54,6 @@ TEST(Encoder, ListedColumnsAndNumbersByTheirText) {
     const StringVector unknown{L"region", L"size"};
     EXPECT_TRUE(refuses([&] { encoder.fit(frame, unknown); }, "size"));
     EXPECT_TRUE(encoder.isEncoded(L"grade"));
-}
-
-TEST(Encoder, UnseenCategoryAndMissingColumn) {
-    const DataFrame frame = sales();
-    Encoder encoder;
     encoder.fit(frame(IntVector{0, 1}, Util::all));  // without "east"
     EXPECT_THROW(encoder.transform(frame), Engine::OneHotEncoderFailure);
     const DataFrame poor = frame(Util::all, IntVector{1, 3});

@@ -1,6 +1,7 @@
 #include <cmath>
 #include <stdexcept>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Veltrix/Veltrix.h"
@@ -54,12 +55,8 @@ TEST(Priorable, EmpiricalPriors) {
     Modelable byUser;
     byUser.setPrior(L"a", 0.9).fit(labels, Vector());
     EXPECT_EQ(byUser.getPriors().size(), 1u);
-    try {
-        byUser.getPriorVector();
-        ADD_FAILURE() << "a class without a prior was accepted";
-    } catch (const std::out_of_range& error) {
-        EXPECT_STREQ(error.what(), "invalid unordered_map<K, T> key");
-    }
+    EXPECT_THAT([&] { byUser.getPriorVector(); },
+                testing::ThrowsMessage<std::out_of_range>("invalid unordered_map<K, T> key"));
 }
 
 TEST(EngineUtil, NamesAndPackedIndexes) {

@@ -217,6 +217,8 @@ TEST(Tree, PriorsCountAsTheyStand) {
     EXPECT_EQ(two.setClasses({L"n", L"y"}).predict(oneColumn({0}))[0], L"y");
     EXPECT_EQ(two.getPrior(L"y"), 2.0 / 3);
     EXPECT_THROW(two.setPrior({{L"n", 1.0}}).predict(oneColumn({0})), std::out_of_range);
+    const Matrix none = two.setPrior({{L"n", 0}, {L"y", 0}}).posteriorProbability(oneColumn({0}));
+    EXPECT_EQ(Util::countNaNInfinity(none.getAsDoubleVector()), 2);
 }
 
 TEST(Tree, MissingNumbersGoRight) {
