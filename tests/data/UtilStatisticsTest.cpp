@@ -1,5 +1,4 @@
-// Reference values: R 4.2.2, data set mtcars, first 14 cars, columns mpg, hp, wt, groups by cyl
-// (cov, cor, colMeans, lm(mpg ~ hp + wt), deviance, solve(crossprod(cbind(1, hp, wt)))).
+// Reference values: see tests/reference/statistics/README.md.
 #include <cmath>
 #include <string>
 
@@ -7,6 +6,7 @@
 
 #include "Veltrix/Data/Util.h"
 #include "tests/data/RandomValues.h"
+#include "tests/support/Containers.h"
 #include "tests/support/Refusals.h"
 #include "tests/support/Tolerance.h"
 
@@ -15,30 +15,19 @@ namespace {
 
 constexpr Tolerance kDigits{1e-13, 1e-14};
 
-const Vector kCars{21,    110,  2.62, 21,   110,  2.875, 22.8, 93,   2.32, 21.4, 110,
-                   3.215, 18.7, 175,  3.44, 18.1, 105,   3.46, 14.3, 245,  3.57, 24.4,
-                   62,    3.19, 22.8, 95,   3.15, 19.2,  123,  3.44, 17.8, 123,  3.44,
-                   16.4,  180,  4.07, 17.3, 180,  3.73,  15.2, 180,  3.78};
-const IntVector kCylinders{6, 6, 4, 6, 8, 6, 8, 4, 4, 6, 6, 8, 8, 8};
+Vector reference(const char* quantity) {
+    return toVector(ReferenceData("statistics/cars").vector(quantity));
+}
 
 Matrix cars(MatrixOrderType order) {
-    Matrix a(14, 3, kCars, MatrixOrderType::rowMajor);
-    a.resize(14, 3, 0.0, order);
-    return a;
+    return ordered(Matrix(14, 3, reference("cars"), MatrixOrderType::rowMajor), order);
 }
 
-Vector byRows(Matrix a) {
-    a.resize(a.getNumRows(), a.getNumCols(), 0.0, MatrixOrderType::rowMajor);
-    return a.getAsDoubleVector();
-}
+Vector byRows(const Matrix& a) { return ordered(a, kOrders[0]).getAsDoubleVector(); }
 
 TEST(UtilStatistics, CovarianceAndCorrelation) {
-    const Vector covariance{9.1520879120879108,  -132.35494505494506, -1.0373406593406596,
-                            -132.35494505494506, 2425.4560439560441,  14.436373626373626,
-                            -1.0373406593406596, 14.436373626373626,  0.21615659340659343};
-    const Vector correlation{1, -0.888348506001719,  -0.73752554212919585, -0.888348506001719,
-                             1, 0.63048849430659115, -0.73752554212919585, 0.63048849430659115,
-                             1};
+    const Vector covariance = reference("covariance");
+    const Vector correlation = reference("correlation");
     for (const MatrixOrderType order : kOrders) {
         const Matrix a = cars(order);
         EXPECT_TRUE(allNear(byRows(Util::covariance(a)), covariance, kDigits));
@@ -89,30 +78,19 @@ TEST(UtilStatistics, CovarianceOfTallMatrices) {
 }
 
 TEST(UtilStatistics, Groups) {
-    const Vector means{23.333333333333332,
-                       83.333333333333329,
-                       2.8866666666666667,
-                       19.75,
-                       113.5,
-                       3.175,
-                       16.379999999999999,
-                       192,
-                       3.718};
-    const Vector six{2.535, -4.85, -0.4271, -4.85, 57.9, 1.093, -0.4271, 1.093, 0.12426};
-    const Vector pooled{2.393606060606059,    -18.653030303030292, -0.18566969696969696,
-                        -18.653030303030292,  409.469696969697,    -1.0583333333333342,
-                        -0.18566969696969696, -1.0583333333333342, 0.12098606060606061};
-    const Vector mean{19.314285714285713, 135.07142857142858, 3.3071428571428569};
+    const Vector codes = reference("cylinders");
+    const IntVector cylinders(codes.begin(), codes.end());
     for (const MatrixOrderType order : kOrders) {
         for (const bool separate : {false, true}) {
-            const GroupStatistic s = Util::groupStatistic(cars(order), kCylinders, separate, true);
+            const GroupStatistic s = Util::groupStatistic(cars(order), cylinders, separate, true);
             EXPECT_EQ(s.getGroupCodes(), (IntVector{4, 6, 8}));
             EXPECT_EQ(s.getGroupSizes(), (IntVector{3, 6, 5}));
-            EXPECT_TRUE(allNear(byRows(Util::transpose(s.getGroupMean())), means, kDigits));
-            EXPECT_TRUE(allNear(byRows(s.getPooledCovariance()), pooled, kDigits));
-            EXPECT_TRUE(allNear(s.getPooledMean(), mean, kDigits));
+            EXPECT_TRUE(
+                allNear(byRows(Util::transpose(s.getGroupMean())), reference("means"), kDigits));
+            EXPECT_TRUE(allNear(byRows(s.getPooledCovariance()), reference("pooled"), kDigits));
+            EXPECT_TRUE(allNear(s.getPooledMean(), reference("mean"), kDigits));
             if (separate) {
-                EXPECT_TRUE(allNear(byRows(s.getGroupCovariance(1)), six, kDigits));
+                EXPECT_TRUE(allNear(byRows(s.getGroupCovariance(1)), reference("six"), kDigits));
             } else {
                 EXPECT_THROW((void)s.getGroupCovariance(1), Exception);
             }
@@ -140,16 +118,14 @@ Matrix borderedCrossProduct(MatrixOrderType order) {
 }
 
 TEST(UtilSweep, GivesTheRegression) {
-    const Vector coefficients{31.481868261221191, -0.043163267183723111, -1.9162941125847999};
-    const Vector inverse{4.3511510946837824,    0.0045166106260456969,  -1.4785534777413687,
-                         0.0045166106260457334, 5.264020052105426e-05,  -0.0035156623747290257,
-                         -1.4785534777413705,   -0.0035156623747290149, 0.59066665742962754};
     for (const MatrixOrderType order : kOrders) {
         Matrix a = borderedCrossProduct(order);
         Util::sweep(a, IntVector{0, 1, 2});
-        EXPECT_TRUE(allNear(a.getSubColumn(Util::range(0, 3), 3), coefficients, {1e-11, 0.0}));
+        EXPECT_TRUE(
+            allNear(a.getSubColumn(Util::range(0, 3), 3), reference("coefficients"), {1e-11, 0.0}));
         EXPECT_TRUE(isNear(Util::residualSumOfSquares(a), 18.867761345614806, {1e-11, 0.0}));
-        EXPECT_TRUE(allNear(byRows(a(Util::except(3), Util::except(3))), inverse, {1e-11, 0.0}));
+        EXPECT_TRUE(allNear(byRows(a(Util::except(3), Util::except(3))), reference("inverse"),
+                            {1e-11, 0.0}));
         // Rows and columns have opposite signs, whatever the order of storage.
         EXPECT_TRUE(isNear(a(3, 1), -a(1, 3), kDigits));
     }
@@ -199,8 +175,8 @@ TEST(UtilPermutation, ReordersAndUndoes) {
         Util::permuteCols(cols, p, PermutationType::forward);
         for (int i = 0; i < 4; ++i) {
             for (int j = 0; j < 4; ++j) {
-                EXPECT_EQ(rows(i, j), a(p[static_cast<std::uint64_t>(i)], j));
-                EXPECT_EQ(cols(i, j), a(i, p[static_cast<std::uint64_t>(j)]));
+                EXPECT_EQ(rows(i, j), a(p[i], j));
+                EXPECT_EQ(cols(i, j), a(i, p[j]));
             }
         }
         Util::permuteRows(rows, p, PermutationType::inverse);

@@ -1,9 +1,7 @@
 #include "support/Files.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -120,21 +118,5 @@ TEST_F(FilesTest, ErrorsNameFileAndCauseAndLeaveNothing) {
                     refuses(mistake.second));
     }
     EXPECT_EQ(readFile(path("kept")), "old");
-    EXPECT_EQ(numFiles(), 1u);
-}
-
-TEST_F(FilesTest, AWriteThatFailsHalfwayKeepsTheOldFileAndNoOther) {
-    const std::string name = path("model.json");
-    writeFileAtomically(name, "old");
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{1000, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    EXPECT_THAT([&] { writeFileAtomically(name, std::string(100000, 'x')); },
-                refuses("File too large"));
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
-    std::signal(SIGXFSZ, previous);
-    EXPECT_EQ(readFile(name), "old");
     EXPECT_EQ(numFiles(), 1u);
 }

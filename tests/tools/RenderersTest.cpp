@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include "tests/support/Paths.h"
 #include "tests/support/Process.h"
 #include "tools/veltrix/host/UserError.h"
 #include "tools/veltrix/io/CsvSettings.h"
@@ -65,31 +66,10 @@ Report mixedReport() {
 }
 
 TEST(Renderers, WriteEveryKindOfCell) {
-    EXPECT_EQ(renderText(mixedReport(), false),
-              "Title\n"
-              "=====\n"
-              "\n"
-              "All, kinds\n"
-              "----------\n"
-              "Name      Count     Number   Series  Any\n"
-              "pl\xC3\xA4in         1   0.300000  100.250\n"
-              "say \"hi\"    -20        NaN    0.000  4\n"
-              "\xE6\x97\xA5\xE6\x9C\xAC        300  -Infinity    7.000  x\n"
-              "Note: Two\\nlines\n");
-    EXPECT_EQ(renderCsv(mixedReport()),
-              "\"All, kinds\"\n"
-              "Name,Count,Number,Series,Any,Blank\n"
-              "pl\xC3\xA4in,1,0.30000000000000004,100.25,,\n"
-              "\"say \"\"hi\"\"\",-20,NaN,-1e-05,4,\n"
-              "\xE6\x97\xA5\xE6\x9C\xAC,300,-Infinity,7,x,\n"
-              "\"Two\nlines\"\n\n");
-    EXPECT_EQ(renderJson(mixedReport()),
-              "{\"title\":\"Title\",\"tables\":[{\"title\":\"All, kinds\",\"columns\":[\"Name\","
-              "\"Count\",\"Number\",\"Series\",\"Any\",\"Blank\"],\"rows\":["
-              "[\"pl\xC3\xA4in\",1,0.30000000000000004,100.25,null,null],"
-              "[\"say \\\"hi\\\"\",-20,\"NaN\",-1.0000000000000001e-05,4,null],"
-              "[\"\xE6\x97\xA5\xE6\x9C\xAC\",300,\"-Infinity\",7,\"x\",null]],"
-              "\"notes\":[\"Two\\u000alines\"]}]}\n");
+    const std::string expected = std::string(Testing::kTestData) + "/report/mixed.";
+    EXPECT_EQ(renderText(mixedReport(), false), Testing::contentOf(expected + "txt"));
+    EXPECT_EQ(renderCsv(mixedReport()), Testing::contentOf(expected + "csv"));
+    EXPECT_EQ(renderJson(mixedReport()), Testing::contentOf(expected + "json"));
 }
 
 TEST(Renderers, FormulasAreMarkedWhenAskedFor) {
