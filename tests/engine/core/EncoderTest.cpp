@@ -80,6 +80,7 @@ TEST(Encoder, StoredNamesAreDistinctAndInOrder) {
     Encoder read;
     read.fromJsonString(encoder.toJson());
     EXPECT_EQ(read.getMapping(), encoder.getMapping());
+    EXPECT_EQ(Encoder().setMapping(read.getMapping()).getMapping(), encoder.getMapping());
     expectDamageRefused(encoder, {{"\"high\"", "\"low\"", "categories[1]"}});
     encoder.setMapping(L"d", {});
     expectDamageRefused(encoder, {{"\"d\"", "\"c\"", "columns[1].name"}});
