@@ -150,8 +150,8 @@ TEST(DataFrame, levelsAreThoseThatOccurInAscendingOrder) {
     EXPECT_EQ(codes, (IntVector{1, 0, 1}));
     const StringVector texts = frame(Util::all, L"t").getTexts(codes);
     for (int i = 0; i < frame.getNumRows(); ++i) {
-        const int code = codes[i];
-        EXPECT_EQ(texts[code], frame(i, L"t").toString());
+        const int code = codes[static_cast<std::uint64_t>(i)];
+        EXPECT_EQ(texts[static_cast<std::uint64_t>(code)], frame(i, L"t").toString());
     }
 }
 

@@ -167,7 +167,7 @@ TEST_P(Decomposition, svdReconstructs) {
         EXPECT_TRUE(matches(plainProduct(v, plainTranspose(v)), identity(k), kRounding));
         Matrix scaled = u;
         for (int j = 0; j < k; ++j) {
-            scaled(Selection::all, j) *= s[j];
+            scaled(Selection::all, j) *= s[static_cast<std::uint64_t>(j)];
         }
         EXPECT_TRUE(matches(plainProduct(scaled, v), a, kRounding));
         checkSigns(u);
@@ -197,7 +197,7 @@ TEST_P(Decomposition, eigenvaluesOfKnownMatrices) {
                   ascending ? Ordering::smallestFirst : Ordering::largestFirst);
         for (int k = 0; k < n; ++k) {
             const int from = ascending ? k : n - 1 - k;
-            const double value = spectral.getEigenvalues()[k];
+            const double value = spectral.getEigenvalues()[static_cast<std::uint64_t>(k)];
             EXPECT_TRUE(isNear(value, eigenvalue(from), kRounding));
             EXPECT_EQ(spectral.getEigenvectors()(0, k), vectors(0, from));
         }

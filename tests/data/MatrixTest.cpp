@@ -181,7 +181,7 @@ TEST_P(OneOrder, selections) {
         EXPECT_EQ(actual.getMatrixOrder(), order());
         EXPECT_EQ(actual.getName(), L"name");
         const auto taken = [&r = fromRows, &c = fromCols](int i, int j) {
-            return start(r[i], c[j]);
+            return start(r[std::size_t(i)], c[std::size_t(j)]);
         };
         EXPECT_TRUE(matches(actual, int(fromRows.size()), int(fromCols.size()), taken));
     }

@@ -134,7 +134,7 @@ TEST(StridedRows, overlappingSourcesAreReadFirst) {
         Vector memory{0.0, 1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0};
         Vector expected = memory;
         for (int k = 0; k < 4; ++k) {
-            expected[test.target + k * test.targetStride] =
+            expected[static_cast<std::uint64_t>(test.target + k * test.targetStride)] =
                 static_cast<double>(test.source + k * test.sourceStride);
         }
         MatrixRow target({memory.data() + test.target, 4, test.targetStride});

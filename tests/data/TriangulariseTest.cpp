@@ -19,8 +19,8 @@ namespace {
 
 /// Element of D = diag(scale)·[1 X], or of b in the column after the last.
 double element(const DesignRows& d, const Vector& b, int i, int j) {
-    const double scale = d.scale == nullptr ? 1.0 : (*d.scale)[i];
-    if (j == d.getNumCols()) return scale * b[i];
+    const double scale = d.scale == nullptr ? 1.0 : (*d.scale)[static_cast<std::uint64_t>(i)];
+    if (j == d.getNumCols()) return scale * b[static_cast<std::uint64_t>(i)];
     if (d.intercept && j == 0) return scale;
     return scale * d.x(i, d.intercept ? j - 1 : j);
 }
@@ -83,10 +83,10 @@ TEST(RowSquaredNorms, MatchesPlainSums) {
         for (int i = 0; i < n; i += 7) {
             Matrix row(1, k);
             for (int m = 0; m < k; ++m) {
-                row(0, m) = element(design, {}, i, columns[m]);
+                row(0, m) = element(design, {}, i, columns[static_cast<std::uint64_t>(m)]);
             }
             const double expected = Util::innerProduct((row * t).getAsDoubleVector());
-            EXPECT_TRUE(isNear(norms[i], expected, {1e-13, 0.0})) << i;
+            EXPECT_TRUE(isNear(norms[static_cast<std::uint64_t>(i)], expected, {1e-13, 0.0})) << i;
         }
     }
 }

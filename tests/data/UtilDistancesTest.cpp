@@ -91,7 +91,7 @@ TEST(UtilDistances, FormsGiveTheSameBits) {
         for (int j = 0; j < p; ++j) third.push_back(a(3, j));
         const Vector fromPoint = Util::pairwiseDistance(third, a, false);
         for (int i = 0; i < 700; ++i) {
-            ASSERT_EQ(fromPoint[i], full(3, i));
+            ASSERT_EQ(fromPoint[static_cast<std::uint64_t>(i)], full(3, i));
         }
     }
 }

@@ -52,8 +52,8 @@ std::vector<int> stableOrder(const Vector& values, Ordering order) {
     std::iota(indexes.begin(), indexes.end(), 0);
     const double sign = order == Ordering::smallestFirst ? 1.0 : -1.0;
     std::stable_sort(indexes.begin(), indexes.end(), [&](int i, int j) {
-        const double a = sign * values[i];
-        const double b = sign * values[j];
+        const double a = sign * values[static_cast<std::uint64_t>(i)];
+        const double b = sign * values[static_cast<std::uint64_t>(j)];
         return a < b || (!std::isnan(a) && std::isnan(b));
     });
     return indexes;
@@ -63,7 +63,7 @@ std::vector<int> stableOrder(const Vector& values, Ordering order) {
 std::vector<int> expectedTop(const Vector& values, std::size_t k, bool ties, bool skipNaN,
                              Ordering order) {
     std::vector<int> sorted = stableOrder(values, order);
-    const auto at = [&](int i) { return values[i]; };
+    const auto at = [&](int i) { return values[static_cast<std::uint64_t>(i)]; };
     if (skipNaN) std::erase_if(sorted, [&](int i) { return std::isnan(at(i)); });
     std::size_t end = std::min(k, sorted.size());
     while (ties && end > 0 && end < sorted.size() &&

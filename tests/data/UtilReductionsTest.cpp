@@ -54,7 +54,7 @@ TEST(UtilSums, NonFiniteTerms) {
     for (const int n : {1, 4, 16, 17, 40}) {
         for (int place = 0; place < n; ++place) {
             Vector values(static_cast<std::uint64_t>(n), 1.5);
-            double& special = values[place];
+            double& special = values[static_cast<std::uint64_t>(place)];
             for (const double infinite : {kInfinity, -kInfinity}) {
                 special = infinite;
                 ASSERT_EQ(Util::sum(values), infinite);
@@ -101,7 +101,7 @@ TEST(UtilReductions, AgreeWithPlainLoops) {
                     cross += static_cast<long double>(a(i, j)) * other(i, j);
                 }
                 for (int i = 0; i < n; ++i) squares += (a(i, j) - mean) * (a(i, j) - mean);
-                EXPECT_EQ(minima[j], least);
+                EXPECT_EQ(minima[static_cast<std::uint64_t>(j)], least);
             }
             EXPECT_TRUE(isNear(Util::SST(a), static_cast<double>(squares), {1e-14, 1e-30}));
             EXPECT_TRUE(isNear(Util::dotProduct(a, other), static_cast<double>(cross), product));
@@ -114,7 +114,7 @@ TEST(UtilReductions, AgreeWithPlainLoops) {
                 EXPECT_EQ(Util::maxValue(row), *greatest);
                 EXPECT_EQ(Util::maxIndex(row), greatest - elements.begin());
                 const auto smallest = std::min_element(elements.begin(), elements.end());
-                EXPECT_EQ(rowMinima[i], smallest - elements.begin());
+                EXPECT_EQ(rowMinima[static_cast<std::uint64_t>(i)], smallest - elements.begin());
                 EXPECT_TRUE(isNear(Util::innerProduct(row), Util::dotProduct(row, row), product));
             }
         }
@@ -152,7 +152,7 @@ TEST(UtilReductions, LeastPairOfASymmetricMatrix) {
             double least = kNaN;
             for (int i = 0; i < n; ++i) {
                 for (int j = i + 1; j < n; ++j) {
-                    const double v = values[i * n + j];
+                    const double v = values[static_cast<std::uint64_t>(i * n + j)];
                     d(i, j) = d(j, i) = v == 3.0 ? kNaN : v;
                     if (v == 3.0 || v >= least) continue;
                     least = v;

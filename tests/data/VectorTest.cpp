@@ -122,7 +122,7 @@ TEST(IntVector, sumsReachTheLimitsButNotBeyond) {
 
 TEST(IntVector, shuffleIsThePermutationOfItsSeed) {
     IntVector v(1000);
-    for (int i = 0; i < 1000; ++i) v[i] = i;
+    for (int i = 0; i < 1000; ++i) v[static_cast<std::uint64_t>(i)] = i;
     const IntVector sorted = v;
     v.shuffle(12345);
     EXPECT_FALSE(v == sorted);

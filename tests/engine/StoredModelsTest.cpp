@@ -28,7 +28,7 @@ Matrix predictors(unsigned seed) {
 Vector numbers(unsigned seed) {
     const Matrix x = predictors(seed);
     Vector y(40);
-    for (int i = 0; i < 40; ++i) y[i] = x(i, 0) - x(i, 2) * x(i, 2);
+    for (int i = 0; i < 40; ++i) y[static_cast<std::uint64_t>(i)] = x(i, 0) - x(i, 2) * x(i, 2);
     return y;
 }
 

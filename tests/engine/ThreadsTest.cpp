@@ -57,9 +57,9 @@ void expectSame(const std::vector<Vector>& a, const std::vector<Vector>& b) {
 TEST(Threads, FitsDoNotDisturbEachOther) {
     const Data data;
     std::vector<std::vector<Vector>> found(kThreads);
-    onThreads([&](int t) { found[t] = results(data, 100 + t); });
+    onThreads([&](int t) { found[static_cast<std::size_t>(t)] = results(data, 100 + t); });
     for (int t = 0; t < kThreads; ++t) {
-        expectSame(found[t], results(data, 100 + t));
+        expectSame(found[static_cast<std::size_t>(t)], results(data, 100 + t));
     }
 }
 
@@ -73,10 +73,10 @@ TEST(Threads, AFittedModelAnswersAll) {
             data.x, 3, true, false, KNearestNeighbors::WeightingScheme::inverseDistance);
         Vector nearest;
         for (const int cluster : clusters.predict(data.x)) nearest.push_back(cluster);
-        found[t] = {Convert::toDoubleVector(scores), nearest};
+        found[static_cast<std::size_t>(t)] = {Convert::toDoubleVector(scores), nearest};
         EXPECT_FALSE(neighbours.toJson().empty());
     });
-    for (int t = 1; t < kThreads; ++t) expectSame(found[0], found[t]);
+    for (int t = 1; t < kThreads; ++t) expectSame(found[0], found[static_cast<std::size_t>(t)]);
 }
 
 }  // namespace

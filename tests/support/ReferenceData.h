@@ -174,7 +174,7 @@ class CsvData {
         if (found == header_.end()) throw std::runtime_error(name_ + ": no column " + column);
         std::vector<std::string> result;
         for (const auto& row : rows_) {
-            result.push_back(row[found - header_.begin()]);
+            result.push_back(row[static_cast<std::size_t>(found - header_.begin())]);
         }
         return result;
     }

@@ -42,7 +42,8 @@ TEST(ClassPrediction, ReferenceCases) {
         const auto expected = reference.texts(prefix + "predicted");
         ASSERT_EQ(static_cast<std::size_t>(result.getNumRows()), expected.size());
         for (int i = 0; i < result.getNumRows(); ++i) {
-            EXPECT_EQ(result(i, 0).toString().toUtf8(), expected[i]) << prefix << " row " << i;
+            EXPECT_EQ(result(i, 0).toString().toUtf8(), expected[static_cast<std::size_t>(i)])
+                << prefix << " row " << i;
         }
     }
     EXPECT_GE(cases, 6);

@@ -56,7 +56,7 @@ class Weighing : public Engine::FrameForms<Weighing, Vector> {
         if (further.size() != y.size()) throw Exception("further");
         Weighing fitted;
         fitted.weights = Vector(static_cast<std::uint64_t>(x.getNumCols()));
-        for (int j = 0; j < x.getNumCols(); ++j) fitted.weights[j] = j;
+        for (int j = 0; j < x.getNumCols(); ++j) fitted.weights[static_cast<std::uint64_t>(j)] = j;
         fitted.weights = fitted.weights * scale;
         return *this = std::move(fitted);
     }

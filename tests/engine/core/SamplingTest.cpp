@@ -214,8 +214,9 @@ TEST(OversamplingPartitioning, GivesEveryListItsShares) {
              {partitioning.getTraining(), partitioning.getValidation(), partitioning.getTest()}) {
             EXPECT_EQ(static_cast<int>(list.size()), c.sizes[i]) << "list " << i;
             EXPECT_TRUE(std::is_sorted(list.begin(), list.end()));
-            const auto successes = std::count_if(
-                list.begin(), list.end(), [&](int index) { return labels.at(index) == L"yes"; });
+            const auto successes = std::count_if(list.begin(), list.end(), [&](int index) {
+                return labels.at(static_cast<std::uint64_t>(index)) == L"yes";
+            });
             EXPECT_EQ(successes, c.ofSuccess[i]) << "list " << i;
             all.insert(list.begin(), list.end());
             total += list.size();

@@ -158,7 +158,8 @@ void checkTree(const Problem& problem, DT::Model& model) {
     model.select(DecisionTree::TreeType::bestPruned);
     EXPECT_TRUE(allNear(outputs(model, valid), reference.flattened("best_tree_outputs"), kDigits));
     EXPECT_EQ(model.getNumDecisionNodes(),
-              model.getPruning().numDecisionNodes[model.getPruning().selectedTree]);
+              model.getPruning()
+                  .numDecisionNodes[static_cast<std::uint64_t>(model.getPruning().selectedTree)]);
 }
 
 class TreeReference : public testing::TestWithParam<const char*> {};

@@ -66,7 +66,7 @@ TEST(Tree, RootSplitHasTheBestMeasureOfAllCandidates) {
             std::vector<long double> joint[] = {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}};  // whole, parts
             int left = 0;
             for (int i = 0; i < n; ++i) {
-                const double code = y[i];
+                const double code = y[static_cast<std::uint64_t>(i)];
                 const auto c = static_cast<std::size_t>(code);
                 const double p = model.getPriorVector()[c] / double(std::ranges::count(y, code));
                 const bool goes = goesLeft(i);
@@ -320,8 +320,8 @@ TEST(Tree, ManyLevelsCostNoMoreThanTheirOrder) {
     Vector x(levels);
     Vector y(levels);
     for (int i = 0; i < levels; ++i) {
-        x[i] = i;
-        y[i] = std::exp(i / 4000.0);
+        x[static_cast<std::uint64_t>(i)] = i;
+        y[static_cast<std::uint64_t>(i)] = std::exp(i / 4000.0);
     }
     DT::Params params = noLimits();
     params.categorical = {0};
@@ -369,8 +369,8 @@ TEST(Tree, DeepTreesArePrunedToTheRoot) {
     Vector x(n);
     Vector y(n);
     for (int i = 0; i < n; ++i) {
-        x[i] = i;
-        y[i] = i % 2;
+        x[static_cast<std::uint64_t>(i)] = i;
+        y[static_cast<std::uint64_t>(i)] = i % 2;
     }
     DT::Classification::Model model(noLimits());
     model.fit(oneColumn(x), y);

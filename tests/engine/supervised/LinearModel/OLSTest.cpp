@@ -55,7 +55,7 @@ TEST(OLS, TallDataMatchNormalEquations) {
         EXPECT_TRUE(allNear(model.getCoefficients(), expected, within)) << p;
         const Matrix hat = (design * Matrix::inversePositiveDefinite(gram)) % design;
         for (const int i : {0, 17, n - 1}) {
-            const double leverage = model.getLeverages()[i];
+            const double leverage = model.getLeverages()[static_cast<std::uint64_t>(i)];
             EXPECT_TRUE(isNear(leverage, Util::sum(hat(i, Util::all)), within)) << p << " " << i;
         }
         EXPECT_TRUE(isNear(Util::sum(model.getLeverages()), p + 1.0, within)) << p;
@@ -76,7 +76,7 @@ TEST(OLS, UnitsScaleTheCoefficientsOnly) {
     for (const auto& powers : units) {
         Matrix scaled = x;
         for (int j = 0; j < 3; ++j) {
-            scaled(Util::all, j) *= std::ldexp(1.0, powers[j]);
+            scaled(Util::all, j) *= std::ldexp(1.0, powers[static_cast<std::size_t>(j)]);
         }
         const Model model = Model().fit(scaled, y, true);
         EXPECT_EQ(model.getRank(), 4);
@@ -177,7 +177,7 @@ TEST(OLS, DeterminationStaysInItsRange) {
         Vector y = normalVector(40, seed);
         for (int i = 0; i < 40; ++i) {
             x(i, 0) = i % 2 == 0 ? 1.0 : -1.0;
-            y[i] = y[i - i % 2];
+            y[static_cast<std::uint64_t>(i)] = y[static_cast<std::uint64_t>(i - i % 2)];
         }
         Model model;
         const auto evaluation = model.fit(x, y, true).computeFitEvaluation(y);

@@ -90,12 +90,12 @@ Matrix plainCentroids(const Matrix& x, Matrix centroids, int updates) {
         IntVector sizes(static_cast<std::uint64_t>(centroids.getNumRows()));
         centroids = Matrix(centroids.getNumRows(), x.getNumCols());
         for (int i = 0; i < x.getNumRows(); ++i) {
-            const int c = nearest[i];
-            ++sizes[c];
+            const int c = nearest[static_cast<std::uint64_t>(i)];
+            ++sizes[static_cast<std::uint64_t>(c)];
             for (int j = 0; j < x.getNumCols(); ++j) centroids(c, j) += x(i, j);
         }
         for (int c = 0; c < centroids.getNumRows(); ++c) {
-            const int size = sizes[c];
+            const int size = sizes[static_cast<std::uint64_t>(c)];
             if (size > 0) centroids(c, Util::all) /= size;
         }
     }
