@@ -24,7 +24,7 @@ TEST(MatrixJson, roundTripKeepsEveryBit) {
         0.0,           -0.0,          kNaN, kInfinity, -kInfinity, Limits::denorm_min(),
         Limits::min(), Limits::max(), 0.1,  1.0 / 3.0, 1e22,       9007199254740993.0};
     for (const MatrixOrderType order : kOrders) {
-        Matrix a = made(4, 3, order, [&](int i, int j) { return special.at(3 * i + j); });
+        Matrix a = made(4, 3, order, [&](int i, int j) { return special[3 * i + j]; });
         a.setName(L"\"\u00e4\\\n\U0001F600\"");
         Matrix back(1, 1, 4.0);
         back.fromJsonString(a.toJson());
@@ -97,7 +97,8 @@ TEST(IntVectorJson, damagedTextNamesTheKeyAndChangesNothing) {
     };
     IntVector v{4};
     for (const auto& [text, named] : cases) {
-        EXPECT_TRUE(refuses([&] { v.fromJsonString(text); }, named));
+        const WString damagedText = text;
+        EXPECT_TRUE(refuses([&] { v.fromJsonString(damagedText); }, named));
         EXPECT_EQ(v, IntVector{4});
     }
 }

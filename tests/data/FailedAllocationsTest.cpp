@@ -162,9 +162,14 @@ TEST(FailedAllocations, comeOutOfCalculations) {
         {"spectral", [&](Matrix&) { (void)Util::spectral(square); }},
         {"correlation", [](Matrix& a) { (void)Util::correlation(a, true); }},
         {"groups", [&](Matrix& a) { (void)Util::groupStatistic(a, groups, true, true); }},
-        {"triangularise", [&](Matrix& a) { (void)triangularise(DesignRows(a, true), response); }},
+        {"triangularise",
+         [&](Matrix& a) {
+             (void)triangularise({a, true}, response);
+         }},
         {"normal residual",
-         [&](Matrix& a) { (void)normalResidual(DesignRows(a), response, Vector(4, 1.0)); }},
+         [&](Matrix& a) {
+             (void)normalResidual({a, false}, response, Vector(4, 1.0));
+         }},
         {"distances",
          [](Matrix& a) { (void)Util::pairwiseDistance(a, true, DissimilarityType::cosine); }},
         {"kTop", [](Matrix& a) { (void)Util::kTop(a.getAsDoubleVector(), 3, true, false, {}); }},
