@@ -44,6 +44,8 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::TS::Smoothing::MovingAverage>,
     readModel<Engine::TS::Smoothing::DoubleExponential>,
     readModel<Engine::TS::Smoothing::MulHoltWinters>,
+    readModel<Engine::TS::ARIMA::ARMA>,
+    readModel<Engine::TS::ARIMA::SARMA>,
 };
 
 }  // namespace

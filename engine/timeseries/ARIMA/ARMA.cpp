@@ -49,9 +49,10 @@ Likelihood& LikelihoodBuffers::get() {
 
 ARMA::ARMA() : lnL_(kNaN) {}
 
-ARMA::ARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t D, std::uint64_t period)
-    : Model(p, q, Data(d, D, period)), depth_(std::max(p, q) + 1), lnL_(kNaN) {
-    if (D > 0) checkPeriod("ARIMA model", period);
+ARMA::ARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t seasonalD,
+           std::uint64_t period)
+    : Model(p, q, Data(d, seasonalD, period)), depth_(std::max(p, q) + 1), lnL_(kNaN) {
+    if (seasonalD > 0) checkPeriod("ARIMA model", period);
 }
 
 ARMA::ARMA(const std::vector<double>& ar, const std::vector<double>& ma)
@@ -150,9 +151,12 @@ void ARMA::followOwn(Likelihood& likelihood, const char* operation) const {
                  "AR coefficients of a process that is not stationary, stationary ones expected");
 }
 
-double ARMA::relativeObjective(Likelihood& likelihood, const Vector& parameters) const {
+/// The objective of the first `most` values less what does not depend on the parameters.
+double ARMA::relativeObjective(Likelihood& likelihood, const Vector& parameters,
+                               std::size_t most) const {
     if (!follow(likelihood, parameters)) return kOutside;
-    const std::vector<double>& series = data_.processedData();
+    const std::vector<double>& all = data_.processedData();
+    const auto series = std::span(all).first(std::min(most, all.size()));
     const auto n = static_cast<double>(series.size());
     const OneStepFilter::Sums sums = likelihood.filter.run(series);
     const double value = n * std::log(sums.squares / (n * data_.variance())) + sums.logVariances;
@@ -260,22 +264,18 @@ ARMA& ARMA::computeInitialEstimates() {
 
 /// Enough values for the coefficients and the longest lag.
 void ARMA::checkEnough() const {
-    std::vector<double> ar;
-    std::vector<double> ma;
-    const std::uint64_t n = data_.numProcessedRecords();
-    if (n <= numVars()) throw TooFewRecords();
-    expand(parameters_, ar, ma);
-    if (n <= std::max(ar.size(), ma.size())) throw TooFewRecords();
+    if (data_.numProcessedRecords() <= std::max(numVars(), longestLag())) throw TooFewRecords();
 }
 
 ARMA& ARMA::fit() {
-    // The more coefficients, the more maxima; the longer the series, the fewer and the dearer.
-    constexpr std::uint64_t kPerCoefficient = 12;
+    // The more coefficients, the more maxima, fewer in seasonal models; the longer the series, the
+    // fewer and the dearer.
     constexpr std::uint64_t kMost = 48;
     constexpr std::uint64_t kShort = 200;
     const std::uint64_t n = data_.numProcessedRecords();
+    const std::uint64_t perCoefficient = sarOrder() + smaOrder() > 0 ? 4 : 12;
     const std::uint64_t wanted =
-        std::min(kPerCoefficient * (std::max<std::uint64_t>(numVars(), 1) - 1), kMost);
+        std::min(perCoefficient * (std::max<std::uint64_t>(numVars(), 1) - 1), kMost);
     return fitFrom(std::max<std::uint64_t>(wanted * kShort / std::max(n, kShort), 2));
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <span>
@@ -27,24 +28,23 @@ class Curvature {
         centre_ = function_(point_);
     }
 
-    /// Steps of a hundredth of the distance at which the function has risen by 1.
+    /// Steps of a hundredth of the distance at which the function has risen by 1, less where the
+    /// function ends before.
     void adaptSteps() {
         constexpr double kShare = 0.01;
         constexpr double kLargest = 0.02;
+        constexpr double kLeast = 1e-9;
         constexpr int kRounds = 3;
         for (std::uint64_t i = 0; i < point_.size(); ++i) {
             for (int round = 0; round < kRounds; ++round) {
-                while (!(at(i, steps_[i], i, 0.0) < kOutside &&
-                         at(i, -steps_[i], i, 0.0) < kOutside)) {
-                    steps_[i] /= 8.0;
-                    if (steps_[i] < 1e-9) return;
-                }
+                while (!std::isfinite(second(i)) && steps_[i] > kLeast) steps_[i] /= 8.0;
                 const double curvature = second(i);
                 const double scale = std::max(std::fabs(point_[i]), 1.0);
                 if (curvature > 0.0) {
                     steps_[i] = std::min(kShare * std::sqrt(2.0 / curvature), kLargest * scale);
                 }
             }
+            while (!std::isfinite(second(i)) && steps_[i] > kLeast) steps_[i] /= 8.0;
         }
     }
     double second(std::uint64_t i) {
@@ -52,10 +52,15 @@ class Curvature {
         return (at(i, h, i, 0.0) - 2.0 * centre_ + at(i, -h, i, 0.0)) / (h * h);
     }
     double mixed(std::uint64_t i, std::uint64_t j) {
-        const double h = steps_[i];
-        const double k = steps_[j];
-        return (at(i, h, j, k) - at(i, h, j, -k) - at(i, -h, j, k) + at(i, -h, j, -k)) /
-               (4.0 * h * k);
+        constexpr double kLeastShare = 1e-3;
+        double result = std::numeric_limits<double>::quiet_NaN();
+        for (double share = 1.0; !std::isfinite(result) && share > kLeastShare; share /= 4.0) {
+            const double h = share * steps_[i];
+            const double k = share * steps_[j];
+            result = (at(i, h, j, k) - at(i, h, j, -k) - at(i, -h, j, k) + at(i, -h, j, -k)) /
+                     (4.0 * h * k);
+        }
+        return result;
     }
 
   private:
@@ -63,7 +68,8 @@ class Curvature {
         Vector place = point_;
         place[i] += h;
         place[j] += k;
-        return function_(place);
+        const double value = function_(place);
+        return value < kOutside ? value : std::numeric_limits<double>::infinity();
     }
 
     Function function_;
@@ -119,8 +125,8 @@ void ARMA::checkFitted(const char* operation) const {
 
 Matrix ARMA::hessian(Likelihood& likelihood) const {
     const auto n = static_cast<int>(numVars());
-    Curvature curvature([&](const Vector& at) { return relativeObjective(likelihood, at); },
-                        parameters_);
+    Curvature curvature(
+        [&](const Vector& at) { return relativeObjective(likelihood, at, SIZE_MAX); }, parameters_);
     curvature.adaptSteps();
     Matrix result(n, n);
     ProgressPhase phase("Computing standard errors", numVars());

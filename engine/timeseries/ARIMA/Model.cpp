@@ -55,6 +55,18 @@ Model& Model::operator=(const Model& other) {
     return *this;
 }
 
+Model::Model(Model&& other) noexcept : Model() { *this = std::move(other); }
+
+Model& Model::operator=(Model&& other) noexcept {
+    arOrder_ = std::exchange(other.arOrder_, 0);
+    maOrder_ = std::exchange(other.maOrder_, 0);
+    data_ = std::move(other.data_);
+    preprocessed_ = std::exchange(other.preprocessed_, false);
+    parameters_ = std::exchange(other.parameters_, Vector());
+    whiteNoiseVariance_ = other.whiteNoiseVariance_;
+    return *this;
+}
+
 Model::~Model() = default;
 
 Model& Model::loadData(std::vector<double> series) {

@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include "Veltrix/Engine/TS/ARIMA/SARMA.h"
@@ -105,15 +106,13 @@ struct Stored<ARMA> {
         a.property(
             "gradientTolerance", [&] { return model.getGradiendTolerance(); },
             [&](const auto& tolerance) { model.setGradientTolerance(tolerance); });
-        a.property(
-            "initialEstimates", [&] { return static_cast<std::int32_t>(model.initialEstimates_); },
-            [&](const auto& code) {
-                model.initialEstimates_ = InitialEstimates{static_cast<std::uint32_t>(code)};
-            });
+        auto estimates = static_cast<std::uint32_t>(model.initialEstimates_);
+        a("initialEstimates", estimates);
         a.check(
-            "initialEstimates",
-            [&] { return model.initialEstimates_ <= InitialEstimates::hannanRissanen; },
-            "expected 0 or 1");
+            "initialEstimates", [&] { return estimates <= 1; }, "expected 0 or 1");
+        if constexpr (std::remove_reference_t<decltype(a)>::kReads) {
+            model.initialEstimates_ = InitialEstimates{estimates};
+        }
         a("ljungBoxGroupCount", model.ljungBoxGroupCount_)("depth", model.depth_);
         a("constantIncluded", model.constantIncluded_)("fixed", model.fixed_);
     }

@@ -1,6 +1,7 @@
 #include "Veltrix/Engine/TS/ARIMA/SARMA.h"
 
 #include <algorithm>
+#include <limits>
 #include <span>
 #include <type_traits>
 #include <utility>
@@ -20,6 +21,11 @@ Values concatenated(std::initializer_list<std::span<const double>> lists) {
     return result;
 }
 
+/// Orders so large that their sum wraps around are refused as the largest number.
+std::uint64_t sum(std::uint64_t a, std::uint64_t b) {
+    return a + b < a ? std::numeric_limits<std::uint64_t>::max() : a + b;
+}
+
 /// Every s-th value from the given one on.
 Values phase(const Values& series, std::uint64_t first, std::uint64_t s, std::uint64_t count) {
     Values result(count);
@@ -29,23 +35,40 @@ Values phase(const Values& series, std::uint64_t first, std::uint64_t s, std::ui
 
 }  // namespace
 
-SARMA::SARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t P, std::uint64_t Q,
-             std::uint64_t D, std::uint64_t period)
-    : ARMA(p + P, q + Q, d, D, period), p_(p), q_(q), seasonalP_(P), seasonalQ_(Q) {
-    if (P + Q > 0) checkPeriod("Seasonal ARIMA model", period);
+SARMA::SARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t seasonalP,
+             std::uint64_t seasonalQ, std::uint64_t seasonalD, std::uint64_t period)
+    : ARMA(sum(p, seasonalP), sum(q, seasonalQ), d, seasonalD, period),
+      p_(p),
+      q_(q),
+      seasonalP_(seasonalP),
+      seasonalQ_(seasonalQ) {
+    if (seasonalP + seasonalQ > 0) checkPeriod("Seasonal ARIMA model", period);
 }
 
 SARMA::SARMA(const Values& ar, const Values& ma, const Values& sar, const Values& sma)
     : SARMA(concatenated({ar, ma, sar, sma}), ar.size(), ma.size(), sar.size(), sma.size()) {}
 
-SARMA::SARMA(const Values& coefficients, std::size_t p, std::size_t q, std::size_t P, std::size_t Q)
-    : ARMA(coefficients, std::min(p + P, coefficients.size())),
+SARMA::SARMA(const Values& coefficients, std::size_t p, std::size_t q, std::size_t seasonalP,
+             std::size_t seasonalQ)
+    : ARMA(coefficients, std::min(sum(p, seasonalP), coefficients.size())),
       p_(p),
       q_(q),
-      seasonalP_(P),
-      seasonalQ_(Q) {
+      seasonalP_(seasonalP),
+      seasonalQ_(seasonalQ) {
     Veltrix::Checks::counts("Seasonal ARIMA model", coefficients.size(), "coefficients",
-                            p + q + P + Q, "expected");
+                            sum(sum(p, q), sum(seasonalP, seasonalQ)), "expected");
+}
+
+SARMA::SARMA(SARMA&& other) noexcept { *this = std::move(other); }
+
+SARMA& SARMA::operator=(SARMA&& other) noexcept {
+    p_ = std::exchange(other.p_, 0);
+    q_ = std::exchange(other.q_, 0);
+    seasonalP_ = std::exchange(other.seasonalP_, 0);
+    seasonalQ_ = std::exchange(other.seasonalQ_, 0);
+    multiplicativeMA_ = other.multiplicativeMA_;
+    ARMA::operator=(std::move(other));
+    return *this;
 }
 
 SARMA::~SARMA() = default;
@@ -69,7 +92,7 @@ SARMA& SARMA::loadData(Data data) {
 }
 
 SARMA& SARMA::preprocess() {
-    const std::uint64_t depth = std::max(expandedArOrder(), expandedMaOrder()) + 1;
+    const std::uint64_t depth = longestLag() + 1;
     const std::uint64_t before = std::exchange(depth_, std::max(depth_, depth));
     try {
         ARMA::preprocess();
@@ -91,6 +114,7 @@ SARMA& SARMA::computeInitialEstimates() {
 }
 
 void SARMA::expand(const Vector& parameters, Values& ar, Values& ma) const {
+    if (seasonalP_ + seasonalQ_ > 0) checkPeriod("Seasonal ARIMA model", data_.period());
     std::span<const double> rest(parameters.data(), parameters.size());
     const auto next = [&rest](std::uint64_t count) {
         const auto group = rest.first(count);
@@ -103,6 +127,8 @@ void SARMA::expand(const Vector& parameters, Values& ar, Values& ma) const {
     expandSeasonal(phi, seasonalPhi, data_.period(), -1.0, ar);
     expandSeasonal(theta, next(seasonalQ_), data_.period(), multiplicativeMA_ ? 1.0 : -1.0, ma);
 }
+
+std::uint64_t SARMA::longestLag() const { return std::max(expandedArOrder(), expandedMaOrder()); }
 
 bool SARMA::isMovingAverageFactored() const {
     return multiplicativeMA_ || q_ == 0 || seasonalQ_ == 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <span>
 
 #include "Veltrix/Data/Progress.h"
@@ -12,6 +13,8 @@ namespace {
 
 /// The largest partial autocorrelation to start from; beyond it slopes are flat.
 constexpr double kStartLimit = 0.98;
+/// Values that a coarse search looks at.
+constexpr std::size_t kCoarseLength = 20000;
 constexpr double kPi = 3.14159265358979323846;
 
 void negate(std::span<double> values) {
@@ -123,7 +126,8 @@ Vector Search::spread(std::size_t k) const {
 double Search::function(const Vector& variables) {
     install(variables);
     last_ = variables;
-    lastValue_ = model_->relativeObjective(*likelihood_, parameters_);
+    lastValue_ =
+        model_->relativeObjective(*likelihood_, parameters_, coarse_ ? kCoarseLength : SIZE_MAX);
     return lastValue_;
 }
 

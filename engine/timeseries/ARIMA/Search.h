@@ -28,8 +28,8 @@ class Search final : public Optimization::QuasiNewtonOptimizer {
     /// the search is coarse.
     Vector getGradient(const Vector& variables) override;
 
-    /// A minimum to about the second decimal place of the objective, at half the cost: enough to
-    /// tell maxima of the likelihood apart.
+    /// A minimum to about the second decimal place of the objective, for the first values of a long
+    /// series, at a fraction of the cost: enough to tell maxima of the likelihood apart.
     Vector minimizeCoarsely(const Vector& start);
 
     /// The variables of coefficients, moved inside the region where they are not.

@@ -87,7 +87,7 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     ARMA();
     /// Throws `Exception` for an order or a period above 1000000, and for seasonal differences with
     /// a period below 2.
-    ARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d = 0, std::uint64_t D = 0,
+    ARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d = 0, std::uint64_t seasonalD = 0,
          std::uint64_t period = 0);
     /// Given AR and MA coefficients, without differences: likelihoods, weights and forecasts need
     /// no fit, and `fit` keeps the coefficients. Throws `Exception` when one is not finite.
@@ -104,7 +104,7 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     /// Where preliminary estimates come from.
     ARMA& setInitialEstimates(InitialEstimates method);
     InitialEstimates getInitialEstimates() const noexcept { return initialEstimates_; }
-    /// Number of Ljung–Box tests, at the lags 12, 24, … At most 1000000.
+    /// Number of Ljung–Box tests, at the lags 12, 24, …
     ARMA& setLjungBoxGroupCount(std::uint32_t count);
     std::uint32_t getLjungBoxGroupCount() const noexcept { return ljungBoxGroupCount_; }
     /// Without a constant `preprocess` subtracts no mean. Takes effect with the next `loadData`.
@@ -216,11 +216,14 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     virtual double lnL() const { return lnL_; }
     double whiteNoiseVariance() const override { return whiteNoiseVariance_; }
 
+    // Their names are like those of the plain orders on purpose.
+    // NOLINTBEGIN(bugprone-virtual-near-miss)
     /// Seasonal orders P and Q.
     virtual std::uint64_t sarOrder() const { return 0; }
     virtual std::uint64_t smaOrder() const { return 0; }
     virtual std::uint64_t minOrder() const;
     virtual std::uint64_t maxOrder() const;
+    // NOLINTEND(bugprone-virtual-near-miss)
     /// Number of coefficients.
     virtual std::uint64_t numVars() const { return parameters_.size(); }
 
@@ -261,6 +264,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     /// The AR and MA coefficients of the one long model that given coefficients stand for.
     virtual void expand(const Vector& parameters, std::vector<double>& ar,
                         std::vector<double>& ma) const;
+    /// The longest lag of a coefficient.
+    virtual std::uint64_t longestLag() const { return maxOrder(); }
     /// Whether the invertible processes are those in which each MA part is invertible.
     virtual bool isMovingAverageFactored() const { return true; }
     /// The estimates of a method; nothing when it cannot say.
@@ -287,7 +292,8 @@ class VELTRIX_ENGINE_API ARMA : public Model, public Optimization::QuasiNewtonOp
     void checkFitted(const char* operation) const;
     bool follow(Likelihood& likelihood, const Vector& parameters) const;
     void followOwn(Likelihood& likelihood, const char* operation) const;
-    double relativeObjective(Likelihood& likelihood, const Vector& parameters) const;
+    double relativeObjective(Likelihood& likelihood, const Vector& parameters,
+                             std::size_t most) const;
     void checkEnough() const;
     Vector initialVector();
     Vector invertible(Search& best, const Vector& solution,

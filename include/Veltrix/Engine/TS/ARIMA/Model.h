@@ -52,9 +52,10 @@ class VELTRIX_ENGINE_API Model : public JSON::Storable {
     /// Throws `Exception` for an order above 1000000.
     Model(std::uint64_t arOrder, std::uint64_t maOrder, Data data);
     Model(const Model&) = default;
-    Model(Model&&) noexcept = default;
+    /// What was moved from has no orders and no series.
+    Model(Model&& other) noexcept;
     Model& operator=(const Model& other);
-    Model& operator=(Model&&) noexcept = default;
+    Model& operator=(Model&& other) noexcept;
 
     /// Autocovariances of the processed series about 0 for the lags 0 to `lags`, fewer when the
     /// series is not longer.

@@ -30,20 +30,20 @@ class VELTRIX_ENGINE_API SARMA : public ARMA {
     SARMA() = default;
     /// Throws `Exception` for an order or a period above 1000000, and for a seasonal order above 0
     /// with a period below 2.
-    SARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t P, std::uint64_t Q,
-          std::uint64_t D, std::uint64_t period);
+    SARMA(std::uint64_t p, std::uint64_t q, std::uint64_t d, std::uint64_t seasonalP,
+          std::uint64_t seasonalQ, std::uint64_t seasonalD, std::uint64_t period);
     /// Given coefficients φ, θ, Φ, Θ, which `fit` keeps; the period is that of the `Data` to be
     /// loaded. Throws `Exception` when one is not finite.
     SARMA(const std::vector<double>& ar, const std::vector<double>& ma,
           const std::vector<double>& sar, const std::vector<double>& sma);
     /// The same from one list with p, q, P and Q coefficients. Throws `Exception` when it has
     /// another length.
-    SARMA(const std::vector<double>& coefficients, std::size_t p, std::size_t q, std::size_t P,
-          std::size_t Q);
+    SARMA(const std::vector<double>& coefficients, std::size_t p, std::size_t q,
+          std::size_t seasonalP, std::size_t seasonalQ);
     SARMA(const SARMA&) = default;
-    SARMA(SARMA&&) noexcept = default;
+    SARMA(SARMA&& other) noexcept;
     SARMA& operator=(const SARMA& other) { return *this = SARMA(other); }
-    SARMA& operator=(SARMA&&) noexcept = default;
+    SARMA& operator=(SARMA&& other) noexcept;
     ~SARMA() override;
 
     /// Whether the MA polynomial is the product of its parts. Takes effect with the next fit.
@@ -57,7 +57,8 @@ class VELTRIX_ENGINE_API SARMA : public ARMA {
     /// P·s + p and Q·s + q.
     std::uint64_t expandedArOrder() const { return seasonalP_ * data().period() + p_; }
     std::uint64_t expandedMaOrder() const { return seasonalQ_ * data().period() + q_; }
-    /// The coefficients of the long model, AR before MA.
+    /// The coefficients of the long model, AR before MA. Here and wherever they are needed a model
+    /// with seasonal coefficients and no period throws `Exception`.
     Vector expandedParameters() const;
 
     SARMA& loadData(std::vector<double> series) override;
@@ -78,6 +79,7 @@ class VELTRIX_ENGINE_API SARMA : public ARMA {
     void expand(const Vector& parameters, std::vector<double>& ar,
                 std::vector<double>& ma) const override;
     bool isMovingAverageFactored() const override;
+    std::uint64_t longestLag() const override;
     Vector preliminary(InitialEstimates method) const override;
 
   private:
