@@ -135,7 +135,8 @@ void Server::fail(const Http::Reply& reply) const {
     throw BDHttpError(beginning(quoted(reply.body)));
 }
 
-JsonDocument Server::json(Http::Reply reply) const {
+JsonDocument Server::json(Http::Reply&& received) const {
+    const Http::Reply reply = std::move(received);
     if (!isSuccess(reply) || (reply.isTyped && !reply.isJson)) fail(reply);
     if (reply.body.empty()) throw JsonError("JSON text: the reply is empty");
     if (reply.body.starts_with(kByteOrderMark)) {

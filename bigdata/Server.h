@@ -23,8 +23,9 @@ class Server {
     Http::Reply get(const std::string& path) const;
     Http::Reply post(const std::string& path, const Query& query, const std::string& body) const;
 
-    /// The JSON of a reply, which must be a success and JSON by its content type.
-    Veltrix::Support::JsonDocument json(Http::Reply reply) const;
+    /// The JSON of a reply, which must be a success and JSON by its content type. Its text is gone
+    /// afterwards.
+    Veltrix::Support::JsonDocument json(Http::Reply&& received) const;
     /// Throws `BDHttpError` with the beginning of the reply.
     [[noreturn]] void fail(const Http::Reply& reply) const;
 

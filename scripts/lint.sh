@@ -9,7 +9,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 scripts/layers.sh
 step "configure release" cmake --preset release
 folders=("$@")
-[[ $# -gt 0 ]] || folders=(support data evaluator engine exports tools examples)
+[[ $# -gt 0 ]] || folders=(support data evaluator engine bigdata exports tools examples)
 
 export clean="${XDG_CACHE_HOME:-$HOME/.cache}/veltrix-lint"
 mkdir -p "$clean"

@@ -205,6 +205,7 @@ double ARMA::computeWhiteNoiseVariance(const std::vector<double>& series,
 }
 
 std::uint64_t ARMA::minOrder() const { return std::min(arOrder(), maOrder()); }
+// NOLINTNEXTLINE(bugprone-virtual-near-miss): not a form of maOrder
 std::uint64_t ARMA::maxOrder() const { return std::max(arOrder(), maOrder()); }
 
 Vector ARMA::scaleSolution(const Vector& variables) const {
@@ -375,7 +376,7 @@ Vector ARMA::invertible(Search& best, const Vector& solution,
     for (const auto& [value, end] : ends) {
         if (value > least + kNear || !isInvertible(best.parameters(end))) continue;
         Search other(best);
-        const Vector refined = other.minimize(end);
+        Vector refined = other.minimize(end);
         if (other.function(refined) > least + kSame) continue;
         best = std::move(other);
         return refined;

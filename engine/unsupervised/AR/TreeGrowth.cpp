@@ -153,9 +153,7 @@ class Growth {
                                       &block, &behind.emplace_back()});
         }
         std::uint32_t total = 0;
-        for (auto each = behind.rbegin(); each != behind.rend(); ++each) {
-            total += std::exchange(*each, total);
-        }
+        for (std::size_t k = behind.size(); k-- > 0;) total += std::exchange(behind[k], total);
     }
 
     /// Only frequent candidates become children.
