@@ -35,6 +35,7 @@ std::vector<WString> inOrder(const Model::CategoryMap& categories) {
         return a.text < b.text;
     });
     std::vector<WString> texts;
+    texts.reserve(all.size());
     for (Category& category : all) texts.push_back(std::move(category.text));
     return texts;
 }

@@ -182,7 +182,8 @@ class Rules : public StoredFamily<Rules, Family>, public OwnInput {
             counts.resize(itemset.numItems());
             ++counts.back();
         }
-        table.counted("Items", counts.size()).integers("Itemsets", std::move(counts));
+        table.counted("Items", counts.size());
+        table.integers("Itemsets", std::move(counts));
     }
 
     void addItemsets(Table& table, const std::vector<Itemset>& itemsets) const {
