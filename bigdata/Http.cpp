@@ -82,9 +82,10 @@ class Exchange {
         sent.set_progress_handler([received](auto direction, utility::size64_t bytes) {
             if (direction == Rest::message_direction::download) received->store(bytes);
         });
-        reply_ = client_.request(sent, cancel_.get_token()).then([](Rest::http_response reply) {
-            return reply.content_ready();
-        });
+        reply_ =
+            client_.request(sent, cancel_.get_token()).then([](const Rest::http_response& reply) {
+                return reply.content_ready();
+            });
         const auto done = std::make_shared<std::promise<void>>();
         done_ = done->get_future();
         reply_.then(
