@@ -2,10 +2,9 @@
 
 #include <cmath>
 
-#include "bigdata/Guard.h"
+#include "bigdata/DataJob.h"
 #include "bigdata/JobReply.h"
 #include "bigdata/JobRequest.h"
-#include "bigdata/Server.h"
 #include "data/containers/Checks.h"
 
 namespace BigData::Sampling {
@@ -83,9 +82,7 @@ Results read(const JsonView& reply) {
     return results;
 }
 
-Server serverOf(const Parameters& parameters) {
-    return Server(parameters.getSparkSettings(), parameters.getAwsKeys());
-}
+constexpr DataJob<Parameters, Results> kJob{kClassPath, check, body, read};
 
 }  // namespace
 
@@ -133,24 +130,10 @@ Results& Results::setJobConfig(JobConfig jobConfig) {
     return *this;
 }
 
-Results runSync(const Parameters& parameters) {
-    return guarded([&] {
-        check(parameters);
-        const Server server = serverOf(parameters);
-        return read(server.json(server.submit(kClassPath, body(parameters), true)).root());
-    });
-}
+Results runSync(const Parameters& parameters) { return kJob.runSync(parameters); }
 
-JobSubmissionResult runAsync(const Parameters& parameters) {
-    return guarded([&] {
-        check(parameters);
-        return serverOf(parameters).submitAsync(kClassPath, body(parameters));
-    });
-}
+JobSubmissionResult runAsync(const Parameters& parameters) { return kJob.runAsync(parameters); }
 
-Results getResults(const Parameters& parameters) {
-    return guarded(
-        [&] { return read(serverOf(parameters).results(parameters.getJobID()).root()); });
-}
+Results getResults(const Parameters& parameters) { return kJob.getResults(parameters); }
 
 }  // namespace BigData::Sampling

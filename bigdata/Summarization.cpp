@@ -3,10 +3,9 @@
 #include <optional>
 
 #include "Veltrix/BigData/Exceptions.h"
-#include "bigdata/Guard.h"
+#include "bigdata/DataJob.h"
 #include "bigdata/JobReply.h"
 #include "bigdata/JobRequest.h"
-#include "bigdata/Server.h"
 #include "bigdata/Table.h"
 #include "data/containers/Checks.h"
 
@@ -94,9 +93,7 @@ Results read(const JsonView& reply) {
     return results;
 }
 
-Server serverOf(const Parameters& parameters) {
-    return Server(parameters.getSparkSettings(), parameters.getAwsKeys());
-}
+constexpr DataJob<Parameters, Results> kJob{kClassPath, check, body, read};
 
 }  // namespace
 
@@ -138,24 +135,10 @@ Results& Results::setJobConfig(JobConfig jobConfig) {
     return *this;
 }
 
-Results runSync(const Parameters& parameters) {
-    return guarded([&] {
-        check(parameters);
-        const Server server = serverOf(parameters);
-        return read(server.json(server.submit(kClassPath, body(parameters), true)).root());
-    });
-}
+Results runSync(const Parameters& parameters) { return kJob.runSync(parameters); }
 
-JobSubmissionResult runAsync(const Parameters& parameters) {
-    return guarded([&] {
-        check(parameters);
-        return serverOf(parameters).submitAsync(kClassPath, body(parameters));
-    });
-}
+JobSubmissionResult runAsync(const Parameters& parameters) { return kJob.runAsync(parameters); }
 
-Results getResults(const Parameters& parameters) {
-    return guarded(
-        [&] { return read(serverOf(parameters).results(parameters.getJobID()).root()); });
-}
+Results getResults(const Parameters& parameters) { return kJob.getResults(parameters); }
 
 }  // namespace BigData::Summarization

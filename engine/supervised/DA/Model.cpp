@@ -2,7 +2,6 @@
 #include <cmath>
 #include <string>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 
 #include "Veltrix/Data/Convert.h"
@@ -11,6 +10,7 @@
 #include "Veltrix/Engine/DA.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "engine/core/Checks.h"
+#include "engine/core/ClassLabels.h"
 #include "engine/core/CovarianceFactor.h"
 #include "support/NumberText.h"
 
@@ -19,13 +19,6 @@ namespace {
 
 constexpr const char* kFit = "Discriminant analysis";
 constexpr auto kUpper = TriangularityType::upper;
-
-/// "0", "1", …
-StringVector numberedClasses(int count) {
-    StringVector classes;
-    for (int g = 0; g < count; ++g) classes.push_back(Convert::toString(g));
-    return classes;
-}
 
 /// One more than the largest code, at least 1 and no more than can have records.
 int countGroups(const IntVector& groups) {
@@ -37,26 +30,6 @@ int countGroups(const IntVector& groups) {
                          " records, expected 0 to G - 1 with a record for each group");
     }
     return std::max(largest, 0) + 1;
-}
-
-/// Places of labels in the class list; labels are given as places among `levels`.
-IntVector placesOf(const StringVector& levels, const IntVector& levelOf,
-                   const StringVector& classes) {
-    std::unordered_map<WString, int> places;
-    for (const WString& label : classes) places.emplace(label, static_cast<int>(places.size()));
-    IntVector codeOf;
-    for (const WString& level : levels) {
-        const auto place = places.find(level);
-        codeOf.push_back(place == places.end() ? -1 : place->second);
-    }
-    IntVector codes = Veltrix::Util::bind(codeOf, levelOf);
-    const auto unknown = std::find(codes.begin(), codes.end(), -1);
-    if (unknown == codes.end()) return codes;
-    const auto record = static_cast<std::uint64_t>(unknown - codes.begin());
-    const WString& label = levels[static_cast<std::uint64_t>(levelOf[record])];
-    Checks::fail(
-        ErrorCode::invalidArgument, kFit,
-        "label \"" + label.toUtf8() + "\" of record " + std::to_string(record) + " is no class");
 }
 
 /// Records of each class; all must have some.
@@ -215,21 +188,19 @@ Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& labels) {
 }
 
 Model& Model::fitLabels(const Matrix& x, const ConstDataFrameColumn& labels, FrameColumns columns) {
-    IntVector levelOf;
-    const StringVector levels = labels.getLevels(levelOf);
+    CodedLabels coded = codeLabels(labels, getClasses());
+    requireClasses(kFit, labels, coded.codes);
     Model fitted;
     static_cast<Modelable&>(fitted) = *this;
-    if (getClasses().empty()) fitted.setClasses(levels);
+    if (getClasses().empty()) fitted.setClasses(coded.classes);
     fitted.columns_ = std::move(columns);
-    const IntVector codes = placesOf(levels, levelOf, fitted.getClasses());
-    return fitCodes(x, codes, std::move(fitted));
+    return fitCodes(x, coded.codes, std::move(fitted));
 }
 
 /// Fits `model`, which has roles and columns, and becomes it.
 Model& Model::fitCodes(const Matrix& x, const IntVector& groups, Model model) {
     const Vector counts = countRecords(groups, model.getClasses().size());
-    // A record for each class that weighs as many as there are gives the same shares.
-    static_cast<Modelable&>(model).fit(model.getClasses(), counts);
+    fitPriors(model, counts);
     const Vector priors = model.getPriorVector();
     checkPriors(priors);
     model.quadratic_ = quadratic_;

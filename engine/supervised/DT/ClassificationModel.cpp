@@ -8,6 +8,7 @@
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Engine/DT.h"
 #include "engine/core/Checks.h"
+#include "engine/core/ClassLabels.h"
 #include "engine/supervised/DT/ClassShares.h"
 #include "engine/supervised/DT/ClassTarget.h"
 #include "engine/supervised/DT/FrameCoding.h"
@@ -16,19 +17,6 @@
 
 namespace Veltrix::Engine::DT::Classification {
 namespace {
-
-/// Positions of the labels of a column in the class list, −1 for others.
-IntVector classCodes(const ConstDataFrameColumn& response, const StringVector& classes) {
-    IntVector levelOf;
-    const StringVector levels = response.getLevels(levelOf);
-    std::vector<int> codeOf;
-    for (const WString& level : levels) {
-        const auto found = std::find(begin(classes), end(classes), level);
-        codeOf.push_back(found == end(classes) ? -1 : static_cast<int>(found - begin(classes)));
-    }
-    for (int& code : levelOf) code = codeOf[static_cast<std::size_t>(code)];
-    return levelOf;
-}
 
 /// Class codes of a response of numbers.
 IntVector toCodes(const Vector& response, int numClasses) {
@@ -47,15 +35,13 @@ IntVector toCodes(const Vector& response, int numClasses) {
     return codes;
 }
 
-/// "0", "1", … up to the largest code.
-StringVector numberedClasses(const Vector& response) {
+/// One more than the largest code.
+int countClasses(const Vector& response) {
     double largest = -1.0;
     for (const double code : response) largest = std::max(largest, code);
     // More classes than records have classes without records.
     const double limit = static_cast<double>(response.size()) + 1e6;
-    StringVector classes;
-    for (int c = 0; c <= largest && c < limit; ++c) classes.push_back(Convert::toString(c));
-    return classes;
+    return static_cast<int>(std::min(std::floor(largest) + 1.0, limit));
 }
 
 /// Refuses columns of which no best subset can be found in reasonable time.
@@ -108,8 +94,7 @@ void Model::grow(const Features& features, const IntVector& codes, const StringV
     for (const int code : codes) counts[static_cast<std::uint64_t>(code)] += 1.0;
     Engine::Classification::Modelable roles(*this);
     roles.setClasses(classes);
-    // A record for each class that weighs as many as there are gives the same shares.
-    roles.fit(classes, counts);
+    fitPriors(roles, counts);
     Categories categories = readCategories(features, categorical);
     checkCategories(categories.counts, classes.size(), inputs.names);
     const ClassShares shares(roles, std::vector<int>(counts.begin(), counts.end()));
@@ -123,24 +108,19 @@ void Model::grow(const Features& features, const IntVector& codes, const StringV
 
 Model& Model::fit(const DataFrame& features, const ConstDataFrameColumn& response) {
     checkLabels("Tree fit", response);
-    const StringVector classes = getClasses().empty() ? response.getLevels() : getClasses();
-    const IntVector codes = classCodes(response, classes);
-    const auto unknown = std::find(codes.begin(), codes.end(), -1);
-    if (unknown != codes.end()) {
-        const auto row = static_cast<int>(unknown - codes.begin());
-        Checks::fail(ErrorCode::invalidArgument, "Tree fit",
-                     "response of record " + std::to_string(row) + " is \"" +
-                         response(row).toString().toUtf8() + "\", one of the classes expected");
-    }
+    const CodedLabels coded = codeLabels(response, getClasses());
+    requireClasses("Tree fit", response, coded.codes);
     const InputColumns inputs = learnColumns(features, params_.categorical);
     const IntVector categorical = knownColumns(features, inputs.categories);
-    grow(FrameFeatures(features, inputs.categories), codes, classes, categorical, inputs);
+    grow(FrameFeatures(features, inputs.categories), coded.codes, coded.classes, categorical,
+         inputs);
     return *this;
 }
 
 Model& Model::fit(const Matrix& features, const Vector& response) {
     checkShape(features.getNumRows(), features.getNumCols(), response.size());
-    const StringVector classes = getClasses().empty() ? numberedClasses(response) : getClasses();
+    const StringVector classes =
+        getClasses().empty() ? numberedClasses(countClasses(response)) : getClasses();
     grow(MatrixFeatures(features), toCodes(response, static_cast<int>(classes.size())), classes,
          params_.categorical, {{}, {}, colNames_});
     return *this;
@@ -149,7 +129,7 @@ Model& Model::fit(const Matrix& features, const Vector& response) {
 Model& Model::prune(const DataFrame& features, const ConstDataFrameColumn& response) {
     checkColumns("Tree prune", features.getNumCols());
     checkLabels("Tree prune", response);
-    const IntVector codes = classCodes(response, getClasses());
+    const IntVector codes = codeLabels(response, getClasses()).codes;
     prune(encodeFrame(features, frameColumns_, inputs_), Vector(codes.begin(), codes.end()));
     return *this;
 }

@@ -4,7 +4,6 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include "Veltrix/Engine/KNN.h"
 #include "Veltrix/Evaluator/Metrics.h"
 #include "engine/core/Checks.h"
+#include "engine/core/ClassLabels.h"
 #include "engine/core/ClassWeights.h"
 #include "engine/supervised/KNN/Neighbours.h"
 
@@ -27,20 +27,12 @@ constexpr const wchar_t* kMeasure = L"% Misclassification";
 using Posteriors = std::vector<Vector>;
 
 /// The place of every label in the class list.
-std::vector<std::uint64_t> classCodes(const StringVector& labels, const StringVector& classes) {
-    std::unordered_map<WString, std::uint64_t> places;
-    for (std::uint64_t c = 0; c < classes.size(); ++c) places.emplace(classes[c], c);
-    std::vector<std::uint64_t> codes;
-    codes.reserve(labels.size());
-    for (const WString& label : labels) {
-        const auto place = places.find(label);
-        if (place == places.end()) {
-            throw std::out_of_range("Nearest neighbours: label \"" + label.toUtf8() +
-                                    "\" is no class");
-        }
-        codes.push_back(place->second);
-    }
-    return codes;
+IntVector classCodes(const StringVector& labels, const StringVector& classes) {
+    IntVector codes = placesAmong(classes, labels);
+    const auto unknown = std::find(codes.begin(), codes.end(), -1);
+    if (unknown == codes.end()) return codes;
+    const WString& label = labels[static_cast<std::uint64_t>(unknown - codes.begin())];
+    throw std::out_of_range("Nearest neighbours: label \"" + label.toUtf8() + "\" is no class");
 }
 
 /// Running totals of the neighbours' weights by class.
@@ -57,7 +49,8 @@ class Votes {
     void add(const Matrix& neighbours, const Vector& weights, int from, int to) {
         for (int i = from; i < to; ++i) {
             const double weight = weights[static_cast<std::uint64_t>(i)];
-            totals_[codes_[static_cast<std::size_t>(neighbours(i, 0))]] += weight;
+            const int voter = static_cast<int>(neighbours(i, 0));
+            totals_[codes_[voter]] += weight;
             total_ += weight;
             ++numVotes_;
         }
@@ -70,7 +63,7 @@ class Votes {
     }
 
   private:
-    std::vector<std::uint64_t> codes_;
+    IntVector codes_;
     Vector totals_;
     double total_ = 0.0;
     int numVotes_ = 0;
@@ -161,13 +154,14 @@ Model& Model::fit(const DataFrame& x, const ConstDataFrameColumn& response,
 }
 
 Model& Model::normalizeWeights() {
-    const std::vector<std::uint64_t> codes = classCodes(response_, getClasses());
+    const IntVector codes = classCodes(response_, getClasses());
     Vector weights = getWeights();
     Vector totals(getClasses().size());
     for (std::uint64_t i = 0; i < codes.size(); ++i) totals[codes[i]] += weights[i];
     const std::span<const double> perClass(totals.data(), totals.size());
     const std::vector<double> factors = classWeights(countedPriors(*this, perClass), perClass);
-    for (std::uint64_t i = 0; i < codes.size(); ++i) weights[i] *= factors[codes[i]];
+    for (std::uint64_t i = 0; i < codes.size(); ++i)
+        weights[i] *= factors[static_cast<std::size_t>(codes[i])];
     return setWeights(weights);
 }
 

@@ -35,6 +35,23 @@ struct NoStep {
     void learn(double /*x*/, V& /*season*/) {}
 };
 
+/// The step of a form with level, trend and seasons.
+template <template <class> class Form, class V>
+Form<V> lineStep(const V& alpha, const V& beta, const V& gamma, const V& level, const V& trend) {
+    return {.line = {.alpha = alpha, .beta = beta, .level = level, .trend = trend}, .gamma = gamma};
+}
+
+/// Smooths from `start` on; the state becomes that after the last value when all is done.
+template <class Step, class State>
+void smoothLine(const Vector& series, std::uint64_t first, const Step& start, State& state) {
+    Smoothed<Step> made(series, state.seasonal);
+    const Step last = made.run(first, start);
+    state.level = last.line.level;
+    state.trend = last.line.trend;
+    state.seasonal = std::move(made.seasonal);
+    state.smoothed = std::move(made.values);
+}
+
 }  // namespace
 
 HoltWinters::~HoltWinters() = default;
@@ -118,15 +135,9 @@ void MulHoltWinters::computeSmoothedValues() {
         state_.smoothed = Vector(numRecords());
         return;
     }
-    Smoothed<MultiplicativeStep<double>> made(series(), state_.seasonal);
-    const auto last = made.run(
-        numSkipped(),
-        {.line = {.alpha = alpha(), .beta = beta(), .level = state_.level, .trend = state_.trend},
-         .gamma = gamma()});
-    state_.level = last.line.level;
-    state_.trend = last.line.trend;
-    state_.seasonal = std::move(made.seasonal);
-    state_.smoothed = std::move(made.values);
+    smoothLine(series(), numSkipped(),
+               lineStep<MultiplicativeStep>(alpha(), beta(), gamma(), state_.level, state_.trend),
+               state_);
 }
 
 void MulHoltWinters::computeTrialErrors(std::span<const Params> trials, std::span<double> errors) {
@@ -139,11 +150,8 @@ void MulHoltWinters::computeTrialErrors(std::span<const Params> trials, std::spa
         return;
     }
     tryAll(task, trials, errors, [&](const Lanes& a, const Lanes& b, const Lanes& c) {
-        return MultiplicativeStep<Lanes>{.line = {.alpha = a,
-                                                  .beta = b,
-                                                  .level = state_.initialLevel,
-                                                  .trend = state_.initialTrend},
-                                         .gamma = c};
+        return lineStep<MultiplicativeStep, Lanes>(a, b, c, state_.initialLevel,
+                                                   state_.initialTrend);
     });
 }
 
@@ -216,25 +224,16 @@ void AddHoltWinters::initSeasonality(std::uint64_t numSeasons) {
 
 void AddHoltWinters::computeSmoothedValues() {
     checkSeries();
-    Smoothed<AdditiveStep<double>> made(series(), state_.seasonal);
-    const auto last = made.run(
-        numSkipped(),
-        {.line = {.alpha = alpha(), .beta = beta(), .level = state_.level, .trend = state_.trend},
-         .gamma = gamma()});
-    state_.level = last.line.level;
-    state_.trend = last.line.trend;
-    state_.seasonal = std::move(made.seasonal);
-    state_.smoothed = std::move(made.values);
+    smoothLine(series(), numSkipped(),
+               lineStep<AdditiveStep>(alpha(), beta(), gamma(), state_.level, state_.trend),
+               state_);
 }
 
 void AddHoltWinters::computeTrialErrors(std::span<const Params> trials, std::span<double> errors) {
     tryAll({spanOf(series()), numSkipped(), spanOf(state_.initialSeasonal), errorMeasure()}, trials,
            errors, [&](const Lanes& a, const Lanes& b, const Lanes& c) {
-               return AdditiveStep<Lanes>{.line = {.alpha = a,
-                                                   .beta = b,
-                                                   .level = state_.initialLevel,
-                                                   .trend = state_.initialTrend},
-                                          .gamma = c};
+               return lineStep<AdditiveStep, Lanes>(a, b, c, state_.initialLevel,
+                                                    state_.initialTrend);
            });
 }
 
