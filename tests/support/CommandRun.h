@@ -28,6 +28,34 @@ inline std::vector<std::string> splitAt(const std::string& separator, const std:
     return parts;
 }
 
+/// The text with every `old` replaced.
+inline std::string replaced(const std::string& old, const std::string& by, std::string text) {
+    for (std::size_t at = 0; (at = text.find(old, at)) != std::string::npos; at += by.size()) {
+        text.replace(at, old.size(), by);
+    }
+    return text;
+}
+
+/// What stands below a line [name] of a table, and below none of them.
+struct Section {
+    std::string name;
+    std::vector<std::string> lines;
+};
+
+/// The sections of a file of reference data; empty lines and those with a # are left out.
+inline std::vector<Section> sectionsOf(const std::string& file) {
+    Section common;
+    std::vector<Section> sections;
+    for (const std::string& line : Detail::readLines(file)) {
+        if (line[0] == '[') {
+            sections.push_back({line.substr(1, line.size() - 2), common.lines});
+        } else if (line[0] != '#') {
+            (sections.empty() ? common : sections.back()).lines.push_back(line);
+        }
+    }
+    return sections;
+}
+
 /// Arguments of the program: a literal holds several between blanks, any other text is one.
 struct Arguments {
     std::vector<std::string> list;

@@ -81,22 +81,5 @@ TEST(ClusterCommand, WorksWithAServerOfAnotherMake) {
         HasSubstr("Context is: my context"));
 }
 
-TEST(ClusterCommand, MistakesAreNamed) {
-    const struct {
-        Arguments arguments;
-        Words words;
-    } mistakes[] = {
-        {{"cluster"}, "sample | health"},
-        {{"cluster bake"}, "bake | sample"},
-        {{"cluster health --port port"}, "port | 65535"},
-        {{"cluster sample --file f --columns a"}, "--size | --fraction"},
-        {{"cluster sample --file f --size 1"}, "columns"},
-        {{"cluster sample --file f --columns a --size 1 --async --wait"}, "--async | --wait"},
-        {{"cluster status --job a/b"}, "a/b"},
-        {{"cluster schema --file f --keys none"}, "--keys | none"},
-    };
-    for (const auto& [arguments, words] : mistakes) expectMistake(run(arguments), words);
-}
-
 }  // namespace
 }  // namespace Veltrix::Testing

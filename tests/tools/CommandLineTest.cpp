@@ -9,11 +9,11 @@
 #include <thread>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/Paths.h"
-#include "tests/support/Process.h"
+#include "tests/support/CommandRun.h"
 
 namespace Veltrix::Testing {
 namespace {
@@ -37,13 +37,10 @@ constexpr const char* kData =
 
 class CommandLine : public testing::Test {
   protected:
-    ProcessResult run(const std::vector<std::string>& args, const std::string& output = {}) const {
-        return runProgram(kVeltrix, args, output);
-    }
     /// `veltrix regress` on the small table with further options.
-    ProcessResult regress(std::vector<std::string> options, const std::string& output = {}) const {
-        options.insert(options.begin(), {"regress", "--data", data, "--target", "y"});
-        return run(options, output);
+    ProcessResult regress(const Arguments& options, const std::string& output = {}) const {
+        return runProgram(kVeltrix, Arguments{"regress --target y --data", data, options}.list,
+                          output);
     }
     std::string text(const std::string& name) const { return contentOf(folder.path(name)); }
 
@@ -52,12 +49,11 @@ class CommandLine : public testing::Test {
 };
 
 TEST_F(CommandLine, HelpAndVersionExplain) {
-    const ProcessResult help = run({"--help"});
+    const ProcessResult help = run("--help");
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_THAT(help.out, AllOf(HasSubstr("regress"), HasSubstr("predict"), HasSubstr("NA")));
-    EXPECT_THAT(run({"--version"}).out,
-                testing::MatchesRegex("veltrix [0-9]+\\.[0-9]+\\.[0-9]+\n"));
-    EXPECT_THAT(run({"regress", "--help"}).out,
+    EXPECT_THAT(run("--version").out, testing::MatchesRegex("veltrix [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_THAT(run("regress --help").out,
                 AllOf(HasSubstr("--predictors"), HasSubstr("--no-intercept"), HasSubstr("0.95")));
 }
 
@@ -66,11 +62,9 @@ TEST_F(CommandLine, AFullDiskLeavesNothingBehind) {
     folder.write("m.json", "old");
     const std::string full = folder.path("full.xlsx");
     std::filesystem::create_symlink("/dev/full", full);
-    const std::vector<std::string> kept{"--predictors", "a", "--save", folder.path("m.json")};
+    const Arguments kept{"--predictors a --save", folder.path("m.json")};
     for (const char* option : {"--report", "--output"}) {
-        std::vector<std::string> args = kept;
-        args.insert(args.end(), {option, full});
-        const ProcessResult result = regress(args);
+        const ProcessResult result = regress({kept, option, full});
         EXPECT_EQ(result.exitCode, 2);
         EXPECT_THAT(result.err, AllOf(HasSubstr(option), HasSubstr("No space left")));
     }
@@ -78,7 +72,7 @@ TEST_F(CommandLine, AFullDiskLeavesNothingBehind) {
     EXPECT_EQ(printed.exitCode, 2);
     EXPECT_THAT(printed.err, HasSubstr("standard output: No space left"));
     for (const char* option : {"--help", "--version"}) {
-        EXPECT_EQ(run({option}, "/dev/full").exitCode, 2) << option;
+        EXPECT_EQ(runProgram(kVeltrix, {option}, "/dev/full").exitCode, 2) << option;
     }
     EXPECT_EQ(text("m.json"), "old");
     EXPECT_THAT(folder.files(), ElementsAre("data.csv", "full.xlsx", "m.json"));
@@ -122,12 +116,14 @@ class Interrupted : public CommandLine {
         for (int i = 0; i < 600; ++i) {
             csv += std::to_string(i * 7 % 11) + "," + std::to_string(i) + "\n";
         }
-        args = {"regress", "--data", folder.write("long.csv", csv), "--target", "y", "--format"};
-        for (const std::string name :
-             {"csv", "--save", "m", "--report", "r.xlsx", "--output", "out"}) {
-            const bool file = name.front() != '-' && name != "csv";
-            args.push_back(file ? folder.path(name) : name);
-        }
+        args = Arguments{"regress --target y --format csv --data",
+                         folder.write("long.csv", csv),
+                         "--save",
+                         folder.path("m"),
+                         "--report",
+                         folder.path("r.xlsx"),
+                         "--output",
+                         folder.path("out")};
         reset();
     }
     void reset() const {
@@ -137,7 +133,7 @@ class Interrupted : public CommandLine {
     /// Sends the signal once it is time; returns the exit code.
     template <class Moment>
     int interrupt(int signal, Moment moment) const {
-        const StartedProcess process(kVeltrix, args, {"TMPDIR=" + temporary.path("")});
+        const StartedProcess process(kVeltrix, args.list, {"TMPDIR=" + temporary.path("")});
         moment();
         process.send(signal);
         const auto sent = std::chrono::steady_clock::now();
@@ -147,7 +143,7 @@ class Interrupted : public CommandLine {
     }
 
     TemporaryFolder temporary;
-    std::vector<std::string> args;
+    Arguments args;
 };
 
 TEST_F(Interrupted, WaitingFilesAreRemoved) {
@@ -209,7 +205,7 @@ TEST_F(CommandLine, AReaderThatGoesAwayIsNoMistake) {
 }
 
 TEST_F(CommandLine, TheTextReportIsAligned) {
-    const ProcessResult result = regress({"--predictors", "a", "--weights", "w"});
+    const ProcessResult result = regress("--predictors a --weights w");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_THAT(result.out, StartsWith("Linear regression of y\n======================\n\n"));
     EXPECT_THAT(result.out, HasSubstr("Rows read                       6\n"
@@ -227,23 +223,21 @@ TEST_F(CommandLine, TheTextReportIsAligned) {
 TEST_F(CommandLine, RowsWithoutValuesAreCountedAndKeptInPlace) {
     const std::string model = folder.path("m.json");
     const ProcessResult fit =
-        regress({"--predictors", "a, b", "--predictors", "c,d", "--save", model});
+        regress({"--predictors", std::string("a, b"), "--predictors c,d --save", model});
     ASSERT_EQ(fit.exitCode, 0) << fit.err;
     EXPECT_THAT(fit.out, AllOf(HasSubstr("Rows used                       5\n"),
                                HasSubstr("Rows left out (missing values)  1\n"),
                                HasSubstr("\nc,d "), HasSubstr("\n  6 ")));
     EXPECT_THAT(fit.out, Not(HasSubstr("\n  5 ")));
-    const ProcessResult scored =
-        run({"predict", "--model", model, "--data", data, "--format", "csv"});
-    ASSERT_EQ(scored.exitCode, 0) << scored.err;
-    EXPECT_THAT(scored.out, AllOf(HasSubstr("Rows scored,5\n"), HasSubstr("not scored),1\n"),
-                                  HasSubstr("\n5,NaN,NaN,NaN,NaN,NaN\n6,")));
+    EXPECT_THAT(predictionsOf(model, data),
+                AllOf(HasSubstr("Rows scored,5\n"), HasSubstr("not scored),1\n"),
+                      HasSubstr("\n5,NaN,NaN,NaN,NaN,NaN\n6,")));
 }
 
 TEST_F(CommandLine, ATextAmongNumbersIsTold) {
     const std::string csv = "y,mostly,half,name\n1,1,,a\n2,x y,u,b\n3,,v,a\n5,1,1,b\n7,1,1,1\n";
     const std::string slip = folder.write("slip.csv", csv);
-    EXPECT_THAT(run({"regress", "--data", slip, "--target", "y"}).out,
+    EXPECT_THAT(outputOf({"regress --target y --data", slip}),
                 AllOf(HasSubstr("mostly (2 levels), half (2 levels), name (2 levels)\n"),
                       HasSubstr("\nNote: column \"mostly\" is text: row 2 holds \"x y\"\n"
                                 "Note: column \"half\" is text: row 2 holds \"u\"\n\n")));
@@ -256,22 +250,21 @@ TEST_F(CommandLine, LongTablesAreCutInTextOnlyAndAliasedColumnsMarked) {
                "\n";
     }
     const std::string path = folder.write("long.csv", csv);
-    const auto with = [&](std::vector<std::string> options) {
-        options.insert(options.begin(), {"regress", "--data", path, "--target", "y"});
-        return run(options).out;
+    const auto with = [&](const Arguments& options) {
+        return outputOf({"regress --target y --data", path, options});
     };
     EXPECT_THAT(with({}), AllOf(HasSubstr("\n 20 "), Not(HasSubstr("\n 21 ")),
                                 HasSubstr("... 30 more rows; --all-records"),
                                 HasSubstr("not estimable\n"), HasSubstr("1 column depends"),
                                 HasSubstr("\n\xC3\xA4          ")));  // characters, not bytes
-    EXPECT_THAT(with({"--all-records"}), AllOf(HasSubstr("\n 50 "), Not(HasSubstr("more rows"))));
+    EXPECT_THAT(with("--all-records"), AllOf(HasSubstr("\n 50 "), Not(HasSubstr("more rows"))));
     EXPECT_EQ(with({"--output", folder.path("out.txt")}), "");
     EXPECT_EQ(text("out.txt"), with({}));
 }
 
 TEST_F(CommandLine, AWorkbookHoldsASheetATableAndCharts) {
-    const ProcessResult result = regress({"--predictors", "a,b", "--report", folder.path("r.xlsx"),
-                                          "--save", folder.path("m.json")});
+    const ProcessResult result = regress(
+        {"--predictors a,b --report", folder.path("r.xlsx"), "--save", folder.path("m.json")});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_THAT(folder.files(), ElementsAre("data.csv", "m.json", "r.xlsx"));
     const std::string archive = text("r.xlsx");
@@ -280,6 +273,25 @@ TEST_F(CommandLine, AWorkbookHoldsASheetATableAndCharts) {
         archive,
         AllOf(HasSubstr("xl/worksheets/sheet12.xml"), Not(HasSubstr("xl/worksheets/sheet13.xml")),
               HasSubstr("xl/charts/chart5.xml"), Not(HasSubstr("xl/charts/chart6.xml"))));
+}
+
+TEST_F(CommandLine, ATerminalSeesHowFarItIsAndEndsItByCtrlC) {
+    if (!hasTerminals()) GTEST_SKIP() << "the system hands out no terminals";
+    std::string csv = "x,y\n";
+    for (int i = 0; i < 20000; ++i) csv += fmt::format("{},{}\n", i * 37 % 1009, i * 53 % 997);
+    const Arguments arguments{"kmeans --clusters 60 --data", folder.write("many.csv", csv),
+                              "--output", folder.path("out.txt")};
+    const ProcessResult whole =
+        runOnTerminal(kVeltrix, Arguments{arguments, "--starts 1 --iterations 40"}.list);
+    EXPECT_EQ(whole.exitCode, 0);
+    EXPECT_THAT(whole.out, AllOf(HasSubstr("Fitting the model ..."), HasSubstr(" %"),
+                                 testing::EndsWith("\r\x1b[K")));
+    std::filesystem::remove(folder.path("out.txt"));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(runOnTerminal(kVeltrix, Arguments{arguments, "--starts 9999"}.list, " %").exitCode,
+              130);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    EXPECT_THAT(folder.files(), ElementsAre("data.csv", "many.csv"));
 }
 
 }  // namespace

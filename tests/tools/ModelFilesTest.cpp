@@ -19,13 +19,6 @@ using testing::HasSubstr;
 
 const std::string kModels = std::string(kTestData) + "/models/";
 
-/// The text with the first `old` replaced.
-std::string changed(std::string text, const std::string& old, const std::string& replacement) {
-    const std::size_t where = text.find(old);
-    if (where == std::string::npos) throw std::runtime_error("No " + old + " in " + text);
-    return text.replace(where, old.size(), replacement);
-}
-
 TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
     const auto cellsOf = [](std::string text) {
         text.erase(0, text.find("Predictions\nRow,"));
@@ -54,47 +47,6 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
 
 TEST(ModelFiles, ThatAreDamagedAreNamed) {
     const TemporaryFolder folder;
-    struct Damage {
-        const char* family;
-        std::string from;
-        std::string to;
-        Words words;
-    };
-    const Damage damages[] = {
-        {"regress", "veltrix model", "another", "type | \"another\""},
-        {"regress", "\"version\":1", "\"version\":99", "version | 99"},
-        {"regress", "linear regression", "forest", "family | \"forest\" | \"k-means\""},
-        {"regress", "\"target\"", "\"aim\"", "target"},
-        {"regress", "[\"region\",\"size\",", "[\"region\",", "predictors | 3 columns, expected 4"},
-        {"regress", "\"intercept\":true", "\"intercept\":false", "intercept"},
-        {"regress", "\"coefficients\"", "\"koefficients\"", "model | coefficients"},
-        {"regress", "\"name\":\"region\"", "\"name\":\"area\"", "\"area\" is no predictor"},
-        {"regress", "[\"east\",\"north\",\"south\"]", "[]", "no level of \"region\""},
-        {"regress", "[\"east\",", "[\"north\",", "occurs twice"},
-        {"logistic", "\"successClass\":\"yes", "\"successClass\":\"may", "successClass | classes"},
-        {"logistic", "\"classes\":[\"no\",\"yes\"]", "\"classes\":[\"no\"]", "priors"},
-        {"logistic", "\"weights\":[", "\"weights\":[-", "model | weights"},
-        {"knn", "\"task\":\"classification\"", "\"task\":\"guess\"", "task | \"guess\""},
-        {"knn", "\"k\":", "\"k\":-", "\"k\" | at least 1"},
-        {"knn", "\"labels\":[\"no", "\"labels\":[\"so", "model.labels"},
-        {"knn", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model.priorLabels"},
-        {"knn", "\"successClass\":\"yes", "\"successClass\":\"may", "model.successClass"},
-        {"tree", "\"categorical\":[\"region", "\"categorical\":[\"area", "\"area\" is no"},
-        {"tree", "\"text\":[\"region", "\"text\":[\"size", "text | \"size\" is no"},
-        {"discriminant", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model.priorLabels"},
-        {"discriminant", "\"offsets\":[", "\"offsets\":[1,", "offsets | expected 2 values"},
-        {"naive-bayes", "\"state\":2", "\"state\":1", "model | probabilities"},
-        {"naive-bayes", "\"priorLabels\":[\"no", "\"priorLabels\":[\"so", "model | with priors"},
-        {"naive-bayes", "\"successClass\":\"yes", "\"successClass\":\"may", "successClass"},
-        {"pca", "\"components\":", "\"components\":-", "components | 1 to the number"},
-        {"pca", "\"scale\":[", "\"scale\":[-", "scale | above 0"},
-        {"cva", "\"numColumns\":", "\"numColumns\":1", "coefficients | a row for each"},
-        {"kmeans", "\"columns\":[\"size\",", "\"columns\":[", "columns | 1 columns, expected 2"},
-        {"smooth", "\"method\":\"additive", "\"method\":\"double", "model | type"},
-        {"smooth", "\"method\":\"additive", "\"method\":\"none", "method | \"none\""},
-        {"smooth", "\"forecast\":3", "\"forecast\":-3", "forecast | number of steps"},
-        {"smooth", "\"alpha\":0.5", "\"alpha\":5", "model | alpha"},
-        {"arima", "\"seasonal\":true", "\"seasonal\":false", "model | type"}};
     const auto expect = [&](const std::string& text, const Words& words) {
         const std::string bad = folder.write("bad.json", text);
         expectMistake(run({"predict --model", bad, "--data", kModels + "houses.csv", "--output",
@@ -102,9 +54,15 @@ TEST(ModelFiles, ThatAreDamagedAreNamed) {
                       words);
         EXPECT_THAT(folder.files(), testing::ElementsAre("bad.json"));
     };
-    for (const auto& [family, from, to, words] : damages) {
-        SCOPED_TRACE(std::string(family) + ": " + to);
-        expect(changed(contentOf(kModels + family + ".json"), from, to), words);
+    for (const std::string& line : Detail::readLines("models/damages.txt")) {
+        SCOPED_TRACE(line);
+        if (line[0] == '#') continue;
+        const auto parts = splitAt(" => ", line);
+        const auto change = splitAt(" -> ", parts.at(0).substr(line.find(": ") + 2));
+        const std::string model = contentOf(kModels + line.substr(0, line.find(':')) + ".json");
+        ASSERT_NE(model.find(change.at(0)), std::string::npos);
+        expect(std::string(model).replace(model.find(change[0]), change[0].size(), change.at(1)),
+               parts.at(1).c_str());
     }
     const std::string model = contentOf(kModels + "tree.json");
     expect("", "--model | bad.json");

@@ -83,33 +83,5 @@ TEST(RulesCommand, ReadsWordsAndLinesOfNames) {
               list.column("Rules", "Confidence").size());
 }
 
-TEST(RulesCommand, NamesMistakes) {
-    const TemporaryFolder folder;
-    const std::string table = folder.write("t.csv", "a,b\n1,maybe\n0.5,no\n");
-    const std::pair<const char*, Words> cases[] = {
-        {"", "--columns | \"a\" | row 2 | \"0.5\" | expected 0, 1, yes or no"},
-        {"--columns b", "\"b\" | row 1 | \"maybe\""},
-        {"--columns b,c", "no column \"c\""},
-        {"--columns b,b", "\"b\" | twice"},
-        {"--columns b --layout transactions", "--columns | --layout transactions"},
-        {"--min-support 0", "--min-support | \"0\" | percentage"},
-        {"--min-support 101%", "\"101%\""},
-        {"--min-confidence 2", "--min-confidence | 2 | 0 to 1"},
-        {"--min-lift -1", "--min-lift | -1"},
-        {"--max-items 0", "--max-items | \"0\" | at least 1"}};
-    for (const auto& [options, words] : cases) {
-        SCOPED_TRACE(options);
-        expectMistake(run({"rules --data", table, options}), words);
-    }
-    for (const auto& [content, words] :
-         {std::pair<const char*, Words>{"", "empty | transaction a line"},
-          {"a\n\"b", "line 2 | quotation mark"},
-          {"a\nb,\"c\"d\n", "line 2 | quotation mark"},
-          {"a\n\xff\n", "line 2 | UTF-8"}}) {
-        expectMistake(run({"rules --layout transactions --data", folder.write("l.txt", content)}),
-                      words);
-    }
-}
-
 }  // namespace
 }  // namespace Veltrix::Testing

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -11,8 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "Veltrix/Engine/Sampling.h"
-#include "tests/support/Paths.h"
-#include "tests/support/Process.h"
+#include "tests/support/CommandRun.h"
 
 namespace Veltrix::Testing {
 namespace {
@@ -20,15 +18,9 @@ namespace {
 const std::string kTitanic = std::string(kTestData) + "/learners/titanic_class.csv";
 
 /// The lines that the program prints, the header left out.
-std::vector<std::string> rowsOf(const std::vector<std::string>& arguments) {
-    const ProcessResult result = runProgram(kVeltrix, arguments);
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.err, "");
-    std::vector<std::string> lines;
-    std::istringstream stream(result.out);
-    std::string line;
-    std::getline(stream, line);
-    while (std::getline(stream, line)) lines.push_back(line);
+std::vector<std::string> rowsOf(const Arguments& arguments) {
+    std::vector<std::string> lines = splitAt("\n", outputOf(arguments));
+    lines.erase(lines.begin());
     return lines;
 }
 
@@ -43,9 +35,8 @@ TEST(SampleCommand, DrawsTheRowsOfTheLibrary) {
         for (const int row : sampler.setSeed(seed).sample()) {
             expected.push_back(std::to_string(row));
         }
-        std::vector<std::string> arguments{"sample", "--data", data, "--size", "100"};
-        if (seed == 42) arguments.insert(arguments.end(), {"--seed", "42"});
-        EXPECT_EQ(rowsOf(arguments), expected);
+        const Arguments given = seed == 42 ? "--seed 42" : Arguments();
+        EXPECT_EQ(rowsOf({"sample --size 100 --data", data, given}), expected);
     }
 }
 
@@ -55,10 +46,8 @@ TEST(SampleCommand, CanDrawEveryRow) {
     std::string text = "row,half\n";
     for (int i = 0; i < 150000; ++i) text += std::to_string(i) + (i % 2 == 0 ? ",a\n" : ",b\n");
     const std::string data = folder.write("data.csv", text);
-    for (const bool stratified : {false, true}) {
-        std::vector<std::string> arguments{"sample", "--data", data, "--size", "150000"};
-        if (stratified) arguments.insert(arguments.end(), {"--strata", "half"});
-        const std::vector<std::string> rows = rowsOf(arguments);
+    for (const Arguments& strata : {Arguments(), Arguments("--strata half")}) {
+        const auto rows = rowsOf({"sample --size 150000 --data", data, strata});
         EXPECT_EQ(std::set<std::string>(rows.begin(), rows.end()).size(), 150000u);
     }
 }
@@ -69,26 +58,24 @@ TEST(PartitionCommand, KeepsEveryCellAndRow) {
         "data.csv",
         "id,\"size, cm\",note\n1.50,1.50,\" lead\"\n2,,\"x,y\"\n3e2,NA,\"q\"\"q\"\n-0.10,007,Mü\n"
         "5,nan,\"a\nb\"\n");
-    const ProcessResult result =
-        runProgram(kVeltrix, {"partition", "--data", data, "--train", "0.6", "--validation", "0.4",
-                              "--column", "my part", "--output", folder.path("out.csv")});
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(outputOf({"partition --train 0.6 --validation 0.4 --data", data, "--column",
+                        std::string("my part"), "--output", folder.path("out.csv")}),
+              "");
     EXPECT_EQ(contentOf(folder.path("out.csv")),
               "id,\"size, cm\",note,my part\n"
               "1.50,1.50,\" lead\",train\n2,,\"x,y\",train\n3e2,NA,\"q\"\"q\",valid\n"
               "-0.10,007,Mü,valid\n5,nan,\"a\nb\",train\n");
     // A single empty cell must not become an empty line, which readers pass over.
     const std::string single = folder.write("single.csv", "a\n\"\"\nx\n");
-    EXPECT_EQ(runProgram(kVeltrix, {"sample", "--data", single, "--size", "2"}).out,
-              "a\n\"\"\nx\n");
+    EXPECT_EQ(outputOf({"sample --size 2 --data", single}), "a\n\"\"\nx\n");
 }
 
 TEST(PartitionCommand, GivesTrainingTheShareOfTheClass) {
     std::map<std::string, int> count;
     for (const std::string& row :
-         rowsOf({"partition", "--data", kTitanic, "--train", "0.6", "--validation", "0.2",
-                 "--target", "stratum", "--success-class", "2nd", "--success-share", "0.25"})) {
+         rowsOf({"partition --train 0.6 --validation 0.2 --target stratum --success-class 2nd "
+                 "--success-share 0.25 --data",
+                 kTitanic})) {
         const bool success = row.substr(0, row.find(',')) == "2nd";
         ++count[row.substr(row.find(',') + 1) + (success ? " success" : " other")];
     }
@@ -101,8 +88,7 @@ TEST(PartitionCommand, GivesTrainingTheShareOfTheClass) {
     // In a column of numbers the class is a number too.
     const TemporaryFolder folder;
     const std::string data = folder.write("data.csv", "y\n1\n0\n0\n1\n");
-    EXPECT_EQ(rowsOf({"partition", "--data", data, "--train", "1", "--target", "y",
-                      "--success-class", "1.0"}),
+    EXPECT_EQ(rowsOf({"partition --train 1 --target y --success-class 1.0 --data", data}),
               (std::vector<std::string>{"1,train", "0,train", "0,train", "1,train"}));
 }
 
