@@ -45,10 +45,10 @@ fi
 
 # Families: the folder in the engine, and what its public headers are called.
 families=(supervised/{LinearModel,DA,KNN,NaiveBayes,DT} unsupervised/{KMC,HC,PCA,CVA,AR}
-    timeseries/{ARIMA,Smoothing})
+    timeseries/{ARIMA,Smoothing} textmining/TM)
 declare -A headers=([LinearModel]='LinearModel/' [DA]='DA\.h' [KNN]='KNN\.h'
     [NaiveBayes]='NaiveBayes\.h' [DT]='DT(\.h|/)' [KMC]='KMC\.h' [HC]='HC\.h' [PCA]='PCA\.h' [CVA]='CVA\.h'
-    [AR]='AR\.h'
+    [AR]='AR\.h' [TM]='TM/'
     [ARIMA]='TS/ARIMA/' [Smoothing]='TS/Smoothing(\.h|/)')
 for family in "${families[@]}"; do
     others='' name=${family##*/}

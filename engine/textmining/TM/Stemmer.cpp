@@ -1,0 +1,341 @@
+#include "engine/textmining/TM/Stemmer.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <span>
+
+#include "Veltrix/Engine/TM/TextMiner.h"
+#include "support/text/Characters.h"
+
+namespace Veltrix::Engine::TM {
+namespace {
+
+using namespace std::string_view_literals;
+
+/// A suffix and what a step puts in its place.
+struct Rule {
+    std::string_view suffix;
+    std::string_view replacement;
+};
+
+/// The rules of a step by the last letter of their suffix, longer suffixes first.
+template <std::size_t N>
+class Rules {
+  public:
+    explicit constexpr Rules(std::array<Rule, N> rules) : rules_(rules) {
+        // By insertion, as the standard library sorts nothing stably at compile time.
+        for (std::size_t i = 1; i < N; ++i) {
+            for (std::size_t k = i; k > 0 && isBefore(rules_[k], rules_[k - 1]); --k) {
+                const Rule moved = rules_[k];
+                rules_[k] = rules_[k - 1];
+                rules_[k - 1] = moved;
+            }
+        }
+        for (const Rule& rule : rules_) ++starts_[place(rule.suffix.back()) + 1];
+        for (std::size_t letter = 1; letter < starts_.size(); ++letter) {
+            starts_[letter] = static_cast<std::uint8_t>(starts_[letter] + starts_[letter - 1]);
+        }
+    }
+
+    /// The rule of the longest suffix of the word, or none.
+    constexpr const Rule* find(std::string_view word) const {
+        if (word.empty() || place(word.back()) >= 26) return nullptr;
+        const std::size_t letter = place(word.back());
+        for (std::size_t k = starts_[letter]; k < starts_[letter + 1]; ++k) {
+            const std::string_view suffix = rules_[k].suffix;
+            if (word.size() >= suffix.size() && word.ends_with(suffix)) return &rules_[k];
+        }
+        return nullptr;
+    }
+
+  private:
+    static constexpr std::size_t place(char letter) {
+        return static_cast<std::size_t>(static_cast<unsigned char>(letter)) - 'a';
+    }
+    static constexpr bool isBefore(const Rule& a, const Rule& b) {
+        if (a.suffix.back() != b.suffix.back()) return a.suffix.back() < b.suffix.back();
+        return a.suffix.size() > b.suffix.size();
+    }
+
+    std::array<Rule, N> rules_;
+    std::array<std::uint8_t, 27> starts_{};
+};
+
+constexpr Rules kStep2(std::to_array<Rule>(
+    {{"tional", "tion"}, {"enci", "ence"},   {"anci", "ance"},   {"abli", "able"},
+     {"entli", "ent"},   {"izer", "ize"},    {"ization", "ize"}, {"ational", "ate"},
+     {"ation", "ate"},   {"ator", "ate"},    {"alism", "al"},    {"aliti", "al"},
+     {"alli", "al"},     {"fulness", "ful"}, {"ousli", "ous"},   {"ousness", "ous"},
+     {"iveness", "ive"}, {"iviti", "ive"},   {"biliti", "ble"},  {"bli", "ble"},
+     {"ogi", "og"},      {"fulli", "ful"},   {"lessli", "less"}, {"li", ""}}));
+
+constexpr Rules kStep3(std::to_array<Rule>({{"tional", "tion"},
+                                            {"ational", "ate"},
+                                            {"alize", "al"},
+                                            {"icate", "ic"},
+                                            {"iciti", "ic"},
+                                            {"ical", "ic"},
+                                            {"ful", ""},
+                                            {"ness", ""},
+                                            {"ative", ""}}));
+
+constexpr Rules kStep4(std::to_array<Rule>({{"al", ""},
+                                            {"ance", ""},
+                                            {"ence", ""},
+                                            {"er", ""},
+                                            {"ic", ""},
+                                            {"able", ""},
+                                            {"ible", ""},
+                                            {"ant", ""},
+                                            {"ement", ""},
+                                            {"ment", ""},
+                                            {"ent", ""},
+                                            {"ism", ""},
+                                            {"ate", ""},
+                                            {"iti", ""},
+                                            {"ous", ""},
+                                            {"ive", ""},
+                                            {"ize", ""},
+                                            {"ion", ""}}));
+
+/// Words with stems of their own.
+constexpr std::array<Rule, 18> kExceptions{{{"skis", "ski"},
+                                            {"skies", "sky"},
+                                            {"dying", "die"},
+                                            {"lying", "lie"},
+                                            {"tying", "tie"},
+                                            {"idly", "idl"},
+                                            {"gently", "gentl"},
+                                            {"ugly", "ugli"},
+                                            {"early", "earli"},
+                                            {"only", "onli"},
+                                            {"singly", "singl"},
+                                            {"sky", "sky"},
+                                            {"news", "news"},
+                                            {"howe", "howe"},
+                                            {"atlas", "atlas"},
+                                            {"cosmos", "cosmos"},
+                                            {"bias", "bias"},
+                                            {"andes", "andes"}}};
+
+/// Words that are left alone after step 1a.
+constexpr std::array kDoneAfterStep1a{"inning"sv,  "outing"sv,  "canning"sv, "herring"sv,
+                                      "earring"sv, "proceed"sv, "exceed"sv,  "succeed"sv};
+
+/// Beginnings behind which the first region starts.
+constexpr std::array kRegionPrefixes{"gener"sv, "commun"sv, "arsen"sv};
+
+/// What a character other than ASCII is to the steps: a consonant that no suffix has.
+constexpr char kForeign = '\x01';
+
+constexpr bool isVowel(char c) {
+    return c == 'a' || c == 'e' || c == 'i' || c == 'o' || c == 'u' || c == 'y';
+}
+
+/// Works on a word of up to `kLongestStemmed` characters. Only its end changes; "Y" stands for a y
+/// that is a consonant.
+class Porter2 {
+  public:
+    explicit Porter2(std::span<char> word) : word_(word.data()), size_(word.size()) {}
+
+    /// Returns the length of the stem.
+    std::size_t run() {
+        markConsonants();
+        markRegions();
+        step1a();
+        if (std::ranges::find(kDoneAfterStep1a, view()) == kDoneAfterStep1a.end()) {
+            step1b();
+            step1c();
+            step2();
+            step3();
+            step4();
+            step5();
+        }
+        if (marked_) std::replace(word_, word_ + size_, 'Y', 'y');
+        return size_;
+    }
+
+  private:
+    std::string_view view() const { return {word_, size_}; }
+    bool ends(std::string_view suffix) const { return view().ends_with(suffix); }
+    bool isVowelAt(std::size_t i) const { return isVowel(word_[i]); }
+    bool hasVowelBefore(std::size_t end) const {
+        return std::any_of(word_, word_ + end, [](char c) { return isVowel(c); });
+    }
+    /// Puts `replacement` for what stands behind the first `kept` characters.
+    void replaceFrom(std::size_t kept, std::string_view replacement) {
+        std::copy(replacement.begin(), replacement.end(), word_ + kept);
+        size_ = kept + replacement.size();
+    }
+    bool isInRegion1(std::size_t start) const { return start >= region1_; }
+    bool isInRegion2(std::size_t start) const { return start >= region2_; }
+
+    /// A y at the start or behind a vowel.
+    void markConsonants() {
+        for (std::size_t i = 0; i < size_; ++i) {
+            if (word_[i] == 'y' && (i == 0 || isVowelAt(i - 1))) {
+                word_[i] = 'Y';
+                marked_ = true;
+            }
+        }
+    }
+    /// Behind the first consonant after a vowel from `i` on.
+    std::size_t regionFrom(std::size_t i) const {
+        while (i < size_ && !isVowelAt(i)) ++i;
+        while (i < size_ && isVowelAt(i)) ++i;
+        return std::min(i + 1, size_);
+    }
+    void markRegions() {
+        region1_ = 0;
+        for (const std::string_view prefix : kRegionPrefixes) {
+            if (view().starts_with(prefix)) region1_ = prefix.size();
+        }
+        if (region1_ == 0) region1_ = regionFrom(0);
+        region2_ = regionFrom(region1_);
+    }
+    /// Whether the first `end` characters end in a short syllable.
+    bool endsInShortSyllable(std::size_t end) const {
+        if (end < 2 || isVowelAt(end - 1) || !isVowelAt(end - 2)) return false;
+        if (end == 2) return true;
+        const char last = word_[end - 1];
+        return last != 'w' && last != 'x' && last != 'Y' && !isVowelAt(end - 3);
+    }
+
+    void step1a() {
+        for (const std::string_view possessive : {"'s'"sv, "'s"sv, "'"sv}) {
+            if (!ends(possessive)) continue;
+            size_ -= possessive.size();
+            break;
+        }
+        if (ends("sses")) {
+            size_ -= 2;
+        } else if (ends("ied") || ends("ies")) {
+            size_ -= size_ > 4 ? 2 : 1;
+        } else if (ends("s") && !ends("us") && !ends("ss") && size_ > 2 &&
+                   hasVowelBefore(size_ - 2)) {
+            --size_;
+        }
+    }
+    void step1b() {
+        for (const std::string_view suffix : {"eedly"sv, "eed"sv}) {
+            if (!ends(suffix)) continue;
+            const std::size_t start = size_ - suffix.size();
+            if (isInRegion1(start)) replaceFrom(start, "ee");
+            return;
+        }
+        for (const std::string_view suffix : {"ingly"sv, "edly"sv, "ing"sv, "ed"sv}) {
+            if (!ends(suffix)) continue;
+            if (hasVowelBefore(size_ - suffix.size())) {
+                size_ -= suffix.size();
+                repairEnd();
+            }
+            return;
+        }
+    }
+    /// Behind what step 1b takes off.
+    void repairEnd() {
+        const bool isDouble = size_ >= 2 && word_[size_ - 1] == word_[size_ - 2];
+        if (isDouble && "bdfgmnprt"sv.find(word_[size_ - 1]) != std::string_view::npos) {
+            --size_;
+            return;
+        }
+        const bool isShort = size_ == region1_ && endsInShortSyllable(size_);
+        if (isShort || ends("at") || ends("bl") || ends("iz")) replaceFrom(size_, "e");
+    }
+    void step1c() {
+        if (size_ > 2 && (word_[size_ - 1] == 'y' || word_[size_ - 1] == 'Y') &&
+            !isVowelAt(size_ - 2)) {
+            word_[size_ - 1] = 'i';
+        }
+    }
+    void step2() {
+        const Rule* rule = kStep2.find(view());
+        if (rule == nullptr) return;
+        const std::size_t start = size_ - rule->suffix.size();
+        if (!isInRegion1(start)) return;
+        const char before = start > 0 ? word_[start - 1] : '\0';
+        if (rule->suffix == "ogi" && before != 'l') return;
+        if (rule->suffix == "li" && "cdeghkmnrt"sv.find(before) == std::string_view::npos) return;
+        replaceFrom(start, rule->replacement);
+    }
+    void step3() {
+        const Rule* rule = kStep3.find(view());
+        if (rule == nullptr) return;
+        const std::size_t start = size_ - rule->suffix.size();
+        if (!isInRegion1(start) || (rule->suffix == "ative" && !isInRegion2(start))) return;
+        replaceFrom(start, rule->replacement);
+    }
+    void step4() {
+        const Rule* rule = kStep4.find(view());
+        if (rule == nullptr) return;
+        const std::size_t start = size_ - rule->suffix.size();
+        if (!isInRegion2(start)) return;
+        const char before = start > 0 ? word_[start - 1] : '\0';
+        if (rule->suffix == "ion" && before != 's' && before != 't') return;
+        size_ = start;
+    }
+    void step5() {
+        if (size_ == 0) return;
+        const std::size_t start = size_ - 1;
+        if (word_[start] == 'e') {
+            if (isInRegion2(start) || (isInRegion1(start) && !endsInShortSyllable(start))) {
+                size_ = start;
+            }
+        } else if (word_[start] == 'l' && start > 0 && word_[start - 1] == 'l' &&
+                   isInRegion2(start)) {
+            size_ = start;
+        }
+    }
+
+    char* word_;
+    std::size_t size_;
+    std::size_t region1_ = 0;
+    std::size_t region2_ = 0;
+    bool marked_ = false;
+};
+
+/// The stem that a word has of its own; empty for others.
+std::string_view findException(std::string_view word) {
+    for (const Rule& each : kExceptions) {
+        if (each.suffix == word) return each.replacement;
+    }
+    return {};
+}
+
+}  // namespace
+
+std::size_t writeStem(std::wstring_view word, wchar_t* target) {
+    const auto copyUnchanged = [&] {
+        std::copy(word.begin(), word.end(), target);
+        return word.size();
+    };
+    const std::size_t characters = Support::numCharacters(word);
+    if (characters < kShortestStemmed || characters > kLongestStemmed) return copyUnchanged();
+    std::array<char, 2 * kLongestStemmed> letters;
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        const std::uint32_t value = Support::valueOf(word[i]);
+        letters[i] = value != 0 && value < 128 ? static_cast<char>(value) : kForeign;
+    }
+    const std::string_view exception = findException({letters.data(), word.size()});
+    if (!exception.empty()) {
+        std::copy(exception.begin(), exception.end(), target);
+        return exception.size();
+    }
+    const std::size_t dropped = letters[0] == '\'' ? 1 : 0;
+    const std::span<char> kept = std::span(letters).subspan(dropped, word.size() - dropped);
+    const std::size_t size = Porter2(kept).run();
+    for (std::size_t i = 0; i < size; ++i) {
+        target[i] = kept[i] == kForeign ? word[i + dropped] : static_cast<wchar_t>(kept[i]);
+    }
+    return size;
+}
+
+std::wstring stem(std::wstring_view word) {
+    std::wstring result(word.size(), L'\0');
+    result.resize(writeStem(word, result.data()));
+    return result;
+}
+
+}  // namespace Veltrix::Engine::TM

@@ -1,0 +1,283 @@
+// The text miner against an independent program's results (tests/reference/text), and what those
+// do not show: odd texts, bad input, progress.
+#include "Veltrix/Engine/TM/TextMiner.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Veltrix/Data/Progress.h"
+#include "Veltrix/Engine/Exceptions.h"
+#include "tests/engine/Refusals.h"
+#include "tests/support/TextCases.h"
+
+namespace Veltrix::Testing {
+namespace {
+
+using namespace Engine::TM;
+using Flags = PreprocessingFlags;
+using Texts = std::vector<std::wstring>;
+
+DataFrame frameOf(const Texts& texts) {
+    StringVector column;
+    for (const std::wstring& text : texts) column.push_back(text);
+    DataFrame frame;
+    frame.append(column, L"text");
+    return frame;
+}
+
+TextMiner& preprocess(TextMiner& miner, const Texts& texts) {
+    const DataFrame frame = frameOf(texts);
+    return miner.preprocess(frame(Selection::all, 0));
+}
+
+/// A miner without stop words, with these document flags.
+[[maybe_unused]] TextMiner plain(std::uint32_t documentFlags = 255) {
+    return TextMiner(Flags{0, documentFlags});
+}
+
+/// "term:count term:count" in ascending order; "empty" without terms.
+std::wstring termsOf(TextMiner miner, const Texts& texts) {
+    try {
+        preprocess(miner, texts);
+    } catch (const Engine::TMEmptyVocabulary&) {
+        return L"empty";
+    }
+    std::wstring result;
+    for (const auto& [term, postings] : miner.getVocabulary()) {
+        result += (result.empty() ? L"" : L" ") + term + L":" +
+                  std::to_wstring(miner.getGlobalFrequency(term));
+    }
+    return result;
+}
+
+TextMiner::Settings settingsOf(const TextCases& cases, const std::string& prefix) {
+    TextMiner::Settings result;
+    for (const auto& [name, value] : cases.firstsBelow(prefix + "settings.")) {
+        const std::string key = prefix + "settings." + name;
+        const auto number = [&, text = &value] { return std::stod(*text); };
+        if (name == "vocabulary_flags") {
+            result.flags.vocabularyFlags = static_cast<std::uint32_t>(number());
+        } else if (name == "document_flags") {
+            result.flags.documentFlags = static_cast<std::uint32_t>(number());
+        } else if (name == "min_term_frequency") {
+            result.minTermFrequency = number();
+        } else if (name == "max_term_frequency") {
+            result.maxTermFrequency = number();
+        } else if (name == "max_vocabulary") {
+            result.maxVocabulary = static_cast<std::uint64_t>(number());
+        } else if (name == "max_term_length") {
+            result.maxTermLength = static_cast<std::uint64_t>(number());
+        } else if (name == "min_stemmed_term_length") {
+            result.minStemmedTermLength = static_cast<std::uint64_t>(number());
+        } else if (name == "url_token") {
+            result.urlToken = value;
+        } else if (name == "email_token") {
+            result.emailToken = value;
+        } else if (name == "number_token") {
+            result.numberToken = value;
+        } else if (name == "money_token") {
+            result.moneyToken = value;
+        } else if (name == "start_phrase") {
+            result.startPhrase = value;
+        } else if (name == "end_phrase") {
+            result.endPhrase = value;
+        } else if (name == "included_terms") {
+            for (const auto& term : cases.list(key)) result.includedTerms.insert(term);
+        } else if (name == "excluded_terms") {
+            for (const auto& term : cases.list(key)) result.excludedTerms.insert(term);
+        } else if (name.rfind("synonyms.", 0) == 0) {
+            result.synonyms[WString::fromUtf8(name.substr(9)).str()] = value;
+        } else if (name.rfind("phrases.", 0) == 0) {
+            result.phrases[WString::fromUtf8(name.substr(8)).str()] = value;
+        } else {
+            ADD_FAILURE() << "unknown setting " << key;
+        }
+    }
+    return result;
+}
+
+Texts corpusOf(const TextCases& cases, const std::string& name, const TextCases& corpora) {
+    const std::wstring corpus = cases.list(name + ".corpus").at(0);
+    const std::string key(corpus.begin(), corpus.end());
+    if (corpora.has(key)) return corpora.list(key);
+    if (key != "articles_each_document_followed_by_blank_and_the_word_everywhere")
+        throw std::runtime_error(key);
+    Texts texts = corpora.list("articles");
+    for (std::wstring& text : texts) text += L" everywhere";
+    return texts;
+}
+
+template <class Numbers>
+std::vector<double> asDoubles(const Numbers& numbers) {
+    return {numbers.begin(), numbers.end()};
+}
+
+void expectCorpus(const TextMiner& miner, const TextCases& cases, const std::string& prefix) {
+    EXPECT_EQ(static_cast<double>(miner.getNumDocuments()),
+              cases.numbers(prefix + "number_of_documents").at(0));
+    EXPECT_EQ(asDoubles(miner.getTokenCounts()), cases.numbers(prefix + "raw_token_counts"));
+    EXPECT_EQ(asDoubles(miner.getDocumentLengths()), cases.numbers(prefix + "document_lengths"));
+    Texts terms, postings;
+    std::vector<double> documents, frequencies;
+    for (const WString& term : miner.getTerms()) {
+        terms.push_back(term.str());
+        documents.push_back(static_cast<double>(miner.getDocumentFrequency(term.view())));
+        frequencies.push_back(static_cast<double>(miner.getGlobalFrequency(term.view())));
+        std::wstring listed;
+        for (const auto& [document, count] : miner.getPostings(term.view())) {
+            listed += (listed.empty() ? L"" : L" ") + std::to_wstring(document) + L":" +
+                      std::to_wstring(count);
+        }
+        postings.push_back(term.str() + L"|" + listed);
+    }
+    EXPECT_EQ(terms, cases.list(prefix + "terms"));
+    EXPECT_EQ(documents, cases.numbers(prefix + "document_frequency"));
+    EXPECT_EQ(frequencies, cases.numbers(prefix + "global_frequency"));
+    EXPECT_EQ(postings, cases.list(prefix + "postings"));
+}
+
+TEST(TextMiner, StemsPublishedVocabulary) {
+    std::ifstream file(std::string(kTestData) + "/text/stems.txt");
+    int words = 0;
+    for (std::string line; std::getline(file, line); ++words) {
+        const std::size_t tab = line.find('\t');
+        ASSERT_NE(tab, std::string::npos) << line;
+        EXPECT_EQ(WString(stem(WString::fromUtf8(line.substr(0, tab)).view())).toUtf8(),
+                  line.substr(tab + 1))
+            << line;
+    }
+    EXPECT_EQ(words, 25709);
+}
+
+TEST(TextMiner, StemsAwkwardWords) {
+    // Capitals are no letters of a suffix;
+    const std::map<std::wstring, std::wstring> expected{
+        {L"", L""},
+        {L"'s", L"'s"},
+        {L"''s", L""},
+        {L"'''", L"'"},
+        {L"RUNNING", L"RUNNING"},
+        {L"sayYing", L"sayi"},
+        {L"na\u00efvely", L"na\u00efv"},
+        {L"\u4e2d\u6587ing", L"\u4e2d\u6587ing"},
+        {L"\U0001F600runnings", L"\U0001F600run"},
+        {std::wstring(18, L'a') + L"bating", std::wstring(18, L'a') + L"bat"},
+        {std::wstring(19, L'a') + L"bating", std::wstring(19, L'a') + L"bating"}};
+    for (const auto& [word, result] : expected) {
+        EXPECT_EQ(stem(word), result) << WString(word).toUtf8();
+    }
+}
+
+TEST(TextMiner, PreparesSingleTexts) {
+    const TextCases cases("text/single_text_cases.txt");
+    for (const std::string& name : cases.casesWith(".texts")) {
+        const Texts& texts = cases.list(name + ".texts");
+        const TextMiner miner(settingsOf(cases, name + "."));
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            std::map<std::wstring, int> counts;
+            for (const std::wstring& token : cases.list(name + ".tokens." + std::to_string(i))) {
+                ++counts[token];
+            }
+            std::wstring expected;
+            for (const auto& [term, count] : counts) {
+                expected += (expected.empty() ? L"" : L" ") + term + L":" + std::to_wstring(count);
+            }
+            EXPECT_EQ(termsOf(miner, {texts[i]}), expected.empty() ? L"empty" : expected)
+                << name << " " << i;
+        }
+    }
+}
+
+TEST(TextMiner, FindsReferenceVocabularies) {
+    const TextCases cases("text/pipeline_cases.txt");
+    const TextCases corpora("text/corpora.txt");
+    for (const std::string& name : cases.casesWith(".corpus")) {
+        SCOPED_TRACE(name);
+        const Texts texts = corpusOf(cases, name, corpora);
+        TextMiner miner(settingsOf(cases, name + "."));
+        if (!cases.has(name + ".fitted_on_first")) {
+            expectCorpus(preprocess(miner, texts), cases, name + ".");
+            continue;
+        }
+        const auto first =
+            texts.begin() + static_cast<int>(cases.numbers(name + ".fitted_on_first").at(0));
+        expectCorpus(preprocess(miner, {texts.begin(), first}), cases, name + ".fitted.");
+        const DataFrame further = frameOf({first, texts.end()});
+        const StringVector terms = miner.getTerms();
+        miner.preprocessNewCorpus(further(Selection::all, 0), terms);
+        expectCorpus(miner, cases, name + ".scored.");
+    }
+}
+
+TEST(TextMiner, RemovesStopWords) {
+    const TextCases cases("text/stopword_cases.txt");
+    for (const std::string& name : cases.casesWith(".texts")) {
+        SCOPED_TRACE(name);
+        TextMiner miner(settingsOf(cases, name + "."));
+        if (cases.has(name + ".removed_default_stopwords")) {
+            miner.setRemovedDefaultStopwords(cases.list(name + ".removed_default_stopwords"));
+        }
+        expectCorpus(preprocess(miner, cases.list(name + ".texts")), cases, name + ".");
+    }
+    const auto words = defaultStopwords();
+    EXPECT_GT(std::ranges::count_if(words, [](auto word) { return word.size() >= 4; }), 320);
+
+    // A word that is taken out of the list later is a term again.
+    TextMiner miner;
+    preprocess(miner, {L"about copper"});
+    EXPECT_TRUE(miner.getExcludedTerms().contains(L"about"));
+    preprocess(miner.setRemovedDefaultStopwords({L"about"}), {L"about copper"});
+    EXPECT_EQ(miner.getTerms(), (StringVector{L"about", L"copper"}));
+}
+
+void expectMatrices(const TextMiner& miner, const TextCases& cases, const std::string& prefix) {
+    const int rows = static_cast<int>(miner.getNumDocuments());
+    const int cols = static_cast<int>(miner.getTerms().size());
+    for (const auto& [name, first] : cases.firstsBelow(prefix + "scheme_")) {
+        if (name.find("relative") != std::string::npos) continue;
+        SCOPED_TRACE(prefix + name);
+        const auto code = [&, text = &name](std::size_t at) { return (*text)[at] - '0'; };
+        const TF_IDF_Scheme scheme{code(0), code(2), code(4)};
+        const std::vector<double> expected = cases.numbers(prefix + "scheme_" + name);
+        const Matrix dense = miner.buildTDM(scheme);
+        Matrix sparse(rows, cols);
+        const SparseTDM entries = miner.buildSparseTDM(scheme);
+        for (std::uint64_t k = 0; k < entries.weights.size(); ++k) {
+            EXPECT_NE(entries.weights[k], 0.0);
+            sparse(entries.documents[k], entries.terms[k]) = entries.weights[k];
+        }
+        ASSERT_EQ(dense.getNumRows(), rows);
+        ASSERT_EQ(dense.getNumCols(), cols);
+        EXPECT_TRUE(dense.equalTo(sparse, 0.0));
+        for (int i = 0; i < rows; ++i) {
+            for (int j = 0; j < cols; ++j) {
+                const double value = expected.at(static_cast<std::size_t>(i * cols + j));
+                EXPECT_NEAR(dense(i, j), value, 1e-9) << i << " " << j;
+            }
+        }
+    }
+}
+
+TEST(TextMiner, WeightsTerms) {
+    const TextCases small("text/weighting_small.txt");
+    TextMiner miner(settingsOf(small, ""));
+    preprocess(miner, small.list("texts"));
+    expectMatrices(miner, small, "");
+
+    const TextCases cases("text/weighting_cases.txt");
+    const TextCases corpora("text/corpora.txt");
+    for (const std::string& name : cases.casesWith(".corpus")) {
+        TextMiner fitted(settingsOf(cases, name + "."));
+        preprocess(fitted, corpusOf(cases, name, corpora));
+        expectMatrices(fitted, cases, name + ".");
+    }
+}
+
+}  // namespace
+}  // namespace Veltrix::Testing
