@@ -44,11 +44,11 @@ if grep -rlE '^ *# *include +<(cpprest|pplx)/' --include='*.h' --include='*.cpp'
 fi
 
 # Families: the folder in the engine, and what its public headers are called.
-families=(supervised/{LinearModel,DA,KNN,NaiveBayes,DT} unsupervised/{KMC,HC,PCA,CVA,AR}
-    timeseries/{ARIMA,Smoothing} textmining/TM)
+families=(supervised/{LinearModel,DA,KNN,NaiveBayes,DT,NeuralNetwork}
+    unsupervised/{KMC,HC,PCA,CVA,AR} timeseries/{ARIMA,Smoothing} textmining/TM)
 declare -A headers=([LinearModel]='LinearModel/' [DA]='DA\.h' [KNN]='KNN\.h'
-    [NaiveBayes]='NaiveBayes\.h' [DT]='DT(\.h|/)' [KMC]='KMC\.h' [HC]='HC\.h' [PCA]='PCA\.h' [CVA]='CVA\.h'
-    [AR]='AR\.h' [TM]='TM/'
+    [NaiveBayes]='NaiveBayes\.h' [DT]='DT(\.h|/)' [NeuralNetwork]='NeuralNetwork(\.h|/)'
+    [KMC]='KMC\.h' [HC]='HC\.h' [PCA]='PCA\.h' [CVA]='CVA\.h' [AR]='AR\.h' [TM]='TM/'
     [ARIMA]='TS/ARIMA/' [Smoothing]='TS/Smoothing(\.h|/)')
 for family in "${families[@]}"; do
     others='' name=${family##*/}

@@ -1,8 +1,6 @@
 #include "support/VectorMath.h"
 
 #if defined(VELTRIX_BLAS_MKL)
-#include <algorithm>
-
 #include <mkl.h>
 #else
 #include <sleef.h>
@@ -10,6 +8,7 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace Veltrix::Support {
@@ -131,6 +130,24 @@ void ln(const double* x, double* result, std::int64_t n) { apply(kLn, x, result,
 void exp(const double* x, double* result, std::int64_t n) { apply(kExp, x, result, n); }
 
 void tanh(const double* x, double* result, std::int64_t n) { apply(kTanh, x, result, n); }
+
+// With e = exp(-|x|), which cannot overflow: 1/(1 + e) for x >= 0, e/(1 + e) below. In blocks that
+// stay in the first-level cache, as x may be overwritten by the result.
+void sigmoid(const double* x, double* result, std::int64_t n) {
+    constexpr std::int64_t kBlock = 512;
+    double e[kBlock];
+    for (std::int64_t start = 0; start < n; start += kBlock) {
+        const std::int64_t count = std::min(kBlock, n - start);
+        const double* const from = x + start;
+        double* const to = result + start;
+        for (std::int64_t i = 0; i < count; ++i) e[i] = -std::fabs(from[i]);
+        exp(e, e, count);
+        for (std::int64_t i = 0; i < count; ++i) {
+            const double numerator = from[i] < 0.0 ? e[i] : 1.0;
+            to[i] = numerator / (1.0 + e[i]);
+        }
+    }
+}
 
 void sqrt(const double* x, double* result, std::int64_t n) {
     // The instruction rounds exactly, which MKL's function does not promise.

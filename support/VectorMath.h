@@ -22,6 +22,10 @@ void exp(const double* x, double* result, std::int64_t n);
 /// Hyperbolic tangent; tanh(±inf) = ±1, NaN stays NaN.
 void tanh(const double* x, double* result, std::int64_t n);
 
+/// 1/(1 + exp(-x)) without overflow, to 2.5 units in the last place; 0 and 1 at -inf and inf, NaN
+/// stays NaN.
+void sigmoid(const double* x, double* result, std::int64_t n);
+
 /// Square root; sqrt(-0) = -0, sqrt(x < 0) = NaN, NaN stays NaN.
 void sqrt(const double* x, double* result, std::int64_t n);
 

@@ -23,6 +23,7 @@ std::map<std::string, Setup> workloads() {
     addDirections(all);
     addNaiveBayes(all);
     addTrees(all);
+    addNetworks(all);
     addKMeans(all);
     addHierarchical(all);
     addArima(all);

@@ -29,6 +29,7 @@ void addNearestNeighbours(std::map<std::string, Setup>& all);
 void addDirections(std::map<std::string, Setup>& all);
 void addNaiveBayes(std::map<std::string, Setup>& all);
 void addTrees(std::map<std::string, Setup>& all);
+void addNetworks(std::map<std::string, Setup>& all);
 void addKMeans(std::map<std::string, Setup>& all);
 void addHierarchical(std::map<std::string, Setup>& all);
 void addArima(std::map<std::string, Setup>& all);

@@ -36,7 +36,8 @@ void ProgressScope::report() {
             total > 0.0 ? std::min((static_cast<double>(phase->done_) + part) / total, 1.0) : 0.0;
         if (phase->outer_ == nullptr) break;
     }
-    if (callback_ && !callback_({phase->name_, phase->done_, phase->total_, part})) {
+    if (callback_ &&
+        !callback_({phase->name_, phase->done_, phase->total_, part, phase->detail_})) {
         throw Cancelled();
     }
     last_ = Clock::now();

@@ -43,17 +43,6 @@ Container arrayMapped(const Container& values, ArrayFunction function) {
     return result;
 }
 
-/// With e = exp(−|x|), which cannot overflow: 1/(1 + e) for x ≥ 0, e/(1 + e) below.
-template <class Container>
-Container logistic(const Container& values) {
-    Container result = mapped(values, [](double x) { return -std::fabs(x); });
-    double* exponentials = result.data();
-    Support::exp(exponentials, exponentials, sizeOf(result));
-    std::transform(values.data(), values.data() + sizeOf(values), exponentials, exponentials,
-                   [](double x, double e) { return (x < 0.0 ? e : 1.0) / (1.0 + e); });
-    return result;
-}
-
 void softmax(double* column, std::int64_t n) {
     const Kernels::Arrays& kernels = Kernels::arrays();
     const double largest = kernels.largest(n, column);
@@ -104,8 +93,8 @@ Matrix Util::nanToNum(const Matrix& values) {
     });
 }
 
-Matrix Util::sigmoid(const Matrix& values) { return logistic(values); }
-Vector Util::sigmoid(const Vector& values) { return logistic(values); }
+Matrix Util::sigmoid(const Matrix& values) { return arrayMapped(values, Support::sigmoid); }
+Vector Util::sigmoid(const Vector& values) { return arrayMapped(values, Support::sigmoid); }
 Matrix Util::tanh(const Matrix& values) { return arrayMapped(values, Support::tanh); }
 
 Matrix Util::relu(const Matrix& values) {

@@ -406,6 +406,42 @@ TEST(AllocationFailures, Trees) {
     surviveTree<Engine::DT::Regression::Model>(1, kMore.numbers, {});
 }
 
+TEST(AllocationFailures, Networks) {
+    namespace NN = Engine::NeuralNetwork;
+    NN::Params params;
+    params.architecture.layerSizes = {3, 2, 2};
+    params.architecture.setActivationType(1, NN::ActivationType::sigmoid);
+    params.training = {.numEpochs = 2, .batchSize = 5, .learningRate = 0.5};
+    params.stopping = {.mode = 1, .timeLimit = 1e9};
+    const Matrix x = Matrix(kMore.x).transpose();
+    NN::Classification::Model classes(params);
+    NN::Classification::Model otherClasses(params);
+    otherClasses.fit(x, kMore.labels);
+    NN::Params wide = params;
+    wide.architecture.layerSizes = {3, 7, 2};
+    surviveStored(
+        classes.fit(kData.numeric, kData.responses(Util::all, 0)), otherClasses,
+        {{"fit", [&](auto& m) { m.fit(x, kMore.labels); }},
+         {"fit frames", [](auto& m) { m.fit(kMore.numeric, kClasses, kMore.numeric, kClasses); }},
+         {"initialize", [&](auto& m) { m.initialize(wide); }},
+         {"steps",
+          [&](auto& m) {
+              const Matrix y = Matrix(2, 12, 0.5);
+              m.update(m.backpropagate(x, y, m.feedforwardCache(x)));
+          }},
+         {"posteriors", [](auto& m) { m.posteriorProbability(kMore.numeric); }}});
+    params.architecture.layerSizes = {3, 4, 1};
+    NN::Regression::Model numbers(params);
+    NN::Regression::Model otherNumbers(params);
+    const Matrix y(1, 12, kMore.numbers);
+    surviveStored(
+        numbers.fit(kData.numeric, kNumbers), otherNumbers.fit(x, y),
+        {{"fit", [&](auto& m) { m.fit(x, y); }},
+         {"fit frames",
+          [](auto& m) { m.fit(kMore.numeric, kMore.responses(Util::all, IntVector{1})); }},
+         {"predict", [](auto& m) { m.predict(kMore.numeric); }}});
+}
+
 /// Everything a model of a series can be asked for.
 template <class Model>
 void surviveSeries(const Model& from, const Model& other) {

@@ -135,6 +135,32 @@ NumberTree fitted(unsigned seed) {
     return tree;
 }
 
+Engine::NeuralNetwork::Params network(int outputs) {
+    Engine::NeuralNetwork::Params params;
+    params.architecture.layerSizes = {3, 2, outputs};
+    params.architecture.setActivationType(1, Engine::NeuralNetwork::ActivationType::tanh);
+    params.training = {.numEpochs = 3, .batchSize = 16, .learningRate = 0.1};
+    params.stopping = {.mode = 3, .timeLimit = 1e9};
+    return params;
+}
+
+using ClassNetwork = Engine::NeuralNetwork::Classification::Model;
+template <>
+ClassNetwork fitted(unsigned seed) {
+    ClassNetwork model(network(3));
+    const Matrix x = predictors(seed).transpose();
+    return model.fit(x, labels(seed), x, labels(seed));
+}
+
+using NumberNetwork = Engine::NeuralNetwork::Regression::Model;
+template <>
+NumberNetwork fitted(unsigned seed) {
+    NumberNetwork model(network(1));
+    const Matrix x = predictors(seed).transpose();
+    const Matrix y(1, 40, numbers(seed));
+    return model.fit(x, y, x, y);
+}
+
 template <>
 Engine::Encoder fitted(unsigned seed) {
     DataFrame frame;
@@ -297,9 +323,9 @@ class StoredModels : public testing::Test {};
 
 using Models =
     testing::Types<Regression, Logistic, Clusters, Hierarchy, Components, Variates, Neighbours,
-                   NumberNeighbours, Discriminant, NaiveBayes, ClassTree, NumberTree,
-                   Engine::Encoder, Engine::CatReducer, Series, Autoregression, MovingAverage, Arma,
-                   Seasonal, Smoothing::MovingAverage, Smoothing::Exponential,
+                   NumberNeighbours, Discriminant, NaiveBayes, ClassTree, NumberTree, ClassNetwork,
+                   NumberNetwork, Engine::Encoder, Engine::CatReducer, Series, Autoregression,
+                   MovingAverage, Arma, Seasonal, Smoothing::MovingAverage, Smoothing::Exponential,
                    Smoothing::DoubleExponential, Smoothing::MulHoltWinters,
                    Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels>;
 TYPED_TEST_SUITE(StoredModels, Models);

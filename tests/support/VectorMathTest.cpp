@@ -26,6 +26,8 @@ struct Case {
     double maxUlp;
 };
 
+long double logistic(long double x) { return 1.0L / (1.0L + std::exp(-x)); }
+
 const Case kCases[] = {
     {"ln near 1", S::ln, std::log, 0.5, 2.0, 1.0},
     {"ln", S::ln, std::log, 1e-300, 1e300, 1.0},
@@ -35,6 +37,7 @@ const Case kCases[] = {
     {"exp before underflow", S::exp, std::exp, -745.13, -708.0, 1.0},
     {"tanh", S::tanh, std::tanh, -20.0, 20.0, 1.5},
     {"tanh near 0", S::tanh, std::tanh, -0.01, 0.01, 1.5},
+    {"sigmoid", S::sigmoid, logistic, -700.0, 40.0, 2.5},
     {"sqrt", S::sqrt, std::sqrt, 0.0, 1e6, 0.5001},
 };
 

@@ -19,6 +19,7 @@ struct Progress {
     std::uint64_t done = 0;   ///< units of the phase that are finished
     std::uint64_t total = 0;  ///< units of the phase; 0 when nobody can tell
     double fraction = 0.0;    ///< done/total with the parts of a unit, in [0, 1]; 0 without total
+    std::string_view detail = {};  ///< what the phase has found so far, e.g. "epoch 7, cost 0.31"
 };
 
 /// Thrown by an operation that a progress callback asked to end. The objects that it worked on are
@@ -77,6 +78,10 @@ class VELTRIX_DATA_API ProgressPhase {
     ProgressPhase& operator=(const ProgressPhase&) = delete;
     ~ProgressPhase();
 
+    /// Whether somebody is told, so that a detail is worth its text.
+    bool isWatched() const noexcept { return scope_ != nullptr; }
+    /// What the reports of this phase say from now on; must outlive the phase or the next call.
+    void setDetail(std::string_view detail) noexcept { detail_ = detail; }
     /// `units` more are done. Throws `Cancelled`, and what the callback throws.
     void advance(std::uint64_t units = 1) {
         if (scope_ != nullptr) [[unlikely]] {
@@ -89,6 +94,7 @@ class VELTRIX_DATA_API ProgressPhase {
     void tell(std::uint64_t units);
 
     std::string_view name_;
+    std::string_view detail_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;
     ProgressScope* scope_;
