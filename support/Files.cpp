@@ -175,20 +175,37 @@ std::string toUtf8(const fs::path& path) {
 
 }  // namespace
 
+namespace {
+
+constexpr const char* kReading = "Cannot read file";
+
+/// Appends what is left of the file.
+void readAll(std::FILE& file, const std::string& name, std::string& text) {
+    std::array<char, 65536> buffer;
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), &file)) {
+        text.append(buffer.data(), count);
+    }
+    if (std::ferror(&file) != 0) fail(kReading, name, lastError());
+}
+
+}  // namespace
+
 std::string readFile(const std::string& path) {
-    constexpr const char* kAction = "Cannot read file";
     errno = 0;
     const fs::path source = toPath(path);
     const File file = open(source, Mode::Read);
-    if (!file) fail(kAction, path, lastError());
+    if (!file) fail(kReading, path, lastError());
     std::string text;
     std::error_code unknownSize;
     if (const auto size = fs::file_size(source, unknownSize); !unknownSize) text.reserve(size);
-    std::array<char, 65536> buffer;
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
-        text.append(buffer.data(), count);
-    }
-    if (std::ferror(file.get()) != 0) fail(kAction, path, lastError());
+    readAll(*file, path, text);
+    return text;
+}
+
+std::string readStandardInput() {
+    errno = 0;
+    std::string text;
+    readAll(*stdin, "standard input", text);
     return text;
 }
 

@@ -18,6 +18,9 @@ struct FileError : std::runtime_error {
 /// The bytes of a file. Throws `FileError`.
 std::string readFile(const std::string& path);
 
+/// All that the standard input brings. Throws `FileError`.
+std::string readStandardInput();
+
 /// The folder for temporary files. Throws `FileError`, which names it, when it cannot be used.
 std::string temporaryFolder();
 

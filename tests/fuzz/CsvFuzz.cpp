@@ -16,7 +16,7 @@ std::pair<int, int> shapeOf(const std::string& path, bool allText) {
     Tool::CsvOptions options;
     options.allText = allText;
     try {
-        const DataFrame frame = Tool::readCsv(path, options);
+        const DataFrame frame = Tool::readCsv(path, options).frame;
         return {frame.getNumRows(), frame.getNumCols()};
     } catch (const Tool::UserError& error) {
         Fuzz::require(*error.what() != '\0', "a mistake is named");

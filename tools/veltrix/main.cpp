@@ -22,6 +22,7 @@
 #include "support/BlasWorkspace.h"
 #include "support/Files.h"
 #include "tools/veltrix/host/Command.h"
+#include "tools/veltrix/host/InputOptions.h"
 #include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/UserError.h"
 #include "tools/veltrix/io/CsvSettings.h"
@@ -79,13 +80,9 @@ void checkCommand(const CLI::App& app, int argc, const char* const* argv, int ne
                                 Veltrix::Tool::quoted(argv[next]), fmt::join(names, ", ")));
 }
 
-/// The options that every command has.
-void declareCommon(OptionGroup& options) {
-    options
-        .count("--max-record", csvSettings().maxRecord,
-               "Bytes that a row of a CSV file may have, quoted line ends included", 1)
-        .placeholder("BYTES")
-        .shown(std::to_string(csvSettings().maxRecord));
+/// The options that commands share.
+void declareCommon(OptionGroup& options, const Command& command) {
+    if (command.readsTables()) declareInput(options);
     options.flag("--safe-cells", csvSettings().safeCells,
                  "Writes an apostrophe before CSV texts that a spreadsheet takes for formulas");
 }
@@ -98,7 +95,7 @@ void declare(CLI::App& app, Command& command) {
     const std::vector<Command*> parts = command.parts();
     for (Command* const part : parts) declare(declared, *part);
     if (parts.empty()) {
-        declareCommon(options);
+        declareCommon(options, command);
     } else {
         declared.require_subcommand(1);
     }

@@ -57,6 +57,7 @@ class ClusterTask : public Command {
 
     std::string name() const override { return name_; }
     std::string description() const override { return description_; }
+    bool readsTables() const final { return false; }
     void declare(OptionGroup& options) final;
     /// Failures of the cluster become `OutsideError` in plain words.
     void run() final;

@@ -143,7 +143,7 @@ void PartitionCommand::run() {
     }
     ProgressLine progress;
     progress.stage("Reading " + data_.path);
-    const DataFile data(data_.path, kVerbatim);
+    const DataFile data(data_.path, verbatim());
     if (data.hasColumn(column_)) {
         throw UserError(fmt::format("{}: {} has a column {} already, expected a new name", kColumn,
                                     Tool::quoted(data_.path), Tool::quoted(column_)));

@@ -95,7 +95,7 @@ void SampleCommand::run() {
     checkDistinct(output_, data_);
     ProgressLine progress;
     progress.stage("Reading " + data_.path);
-    const DataFile data(data_.path, kVerbatim);
+    const DataFile data(data_.path, verbatim());
     if (size_ > data.numRows()) {
         throw UserError(fmt::format("{}: {}, expected at most the {} rows of {}", kSize, size_,
                                     data.numRows(), Tool::quoted(data_.path)));

@@ -21,6 +21,8 @@ class Command {
     virtual std::string description() const = 0;
     /// Commands of its own, one of which does the work; none for a command that does it itself.
     virtual std::vector<Command*> parts() const { return {}; }
+    /// Whether it reads CSV files, whose form the program's own options then say.
+    virtual bool readsTables() const { return true; }
     /// Declares the options, which write into members of the command.
     virtual void declare(OptionGroup& options) = 0;
     /// Does the work with the options given; a mistake of the user's throws `UserError`.

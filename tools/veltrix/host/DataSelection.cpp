@@ -7,49 +7,13 @@
 #include <fmt/format.h>
 
 #include "support/NumberText.h"
+#include "tools/veltrix/host/RowChoice.h"
+#include "tools/veltrix/host/Suggestion.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
 
 namespace {
-
-/// Number of single-character changes that turn one text into the other (Levenshtein 1966),
-/// whatever the case of ASCII letters.
-std::size_t editDistance(std::string_view a, std::string_view b) {
-    const auto lower = [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    };
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t replaced = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
-/// What to say about a name that does not exist: the nearest one, or the first ones there are.
-std::string suggestion(const std::string& name, const std::vector<std::string>& names) {
-    constexpr std::size_t kListed = 10;
-    std::size_t best = std::max<std::size_t>(1, name.size() / 3) + 1;
-    const std::string* nearest = nullptr;
-    for (const std::string& candidate : names) {
-        const std::size_t distance = editDistance(name, candidate);
-        if (distance >= best) continue;
-        best = distance;
-        nearest = &candidate;
-    }
-    if (nearest != nullptr) return fmt::format("did you mean {}?", Tool::quoted(*nearest));
-    std::string list;
-    for (std::size_t k = 0; k < std::min(names.size(), kListed); ++k) {
-        list += (k == 0 ? "" : ", ") + Tool::quoted(names[k]);
-    }
-    return "the columns are " + list + (names.size() > kListed ? ", ..." : "");
-}
 
 [[noreturn]] void failText(const ConstDataFrameColumn& cells, const UsedColumn& column) {
     for (int i = 0; i < cells.getNumRows(); ++i) {
@@ -102,7 +66,9 @@ std::string describeCell(const UsedColumn& column, std::int64_t row, std::string
 
 DataFile::DataFile(const std::string& path, const CsvOptions& options) : path_(path) {
     try {
-        frame_ = readCsv(path, options);
+        CsvTable table = readCsv(path, options);
+        frame_ = std::move(table.frame);
+        dialect_ = table.dialect;
     } catch (const UserError& error) {
         throw UserError(std::string("--data: ") + error.what());
     }
@@ -111,6 +77,11 @@ DataFile::DataFile(const std::string& path, const CsvOptions& options) : path_(p
             fmt::format("--data: {} has no data rows below its header", Tool::quoted(path)));
     }
     for (int j = 0; j < frame_.getNumCols(); ++j) names_.push_back(frame_.getColName(j).toUtf8());
+    chosen_ = chooseRows(*this, rowChoice());
+}
+
+std::int64_t DataFile::numChosen() const {
+    return chosen_.empty() ? numRows() : std::ranges::count(chosen_, 1);
 }
 
 bool DataFile::hasColumn(const std::string& name) const {
@@ -121,7 +92,7 @@ int DataFile::columnIndex(const std::string& option, const std::string& name) co
     const auto found = std::ranges::find(names_, name);
     if (found != names_.end()) return static_cast<int>(found - names_.begin());
     throw UserError(fmt::format("{}: no column {} in {}; {}", option, Tool::quoted(name),
-                                Tool::quoted(path_), suggestion(name, names_)));
+                                Tool::quoted(path_), suggestion(name, names_, "the columns are")));
 }
 
 bool DataFile::isText(const std::string& option, const std::string& name) const {
@@ -149,7 +120,9 @@ TypedColumn readCategories(const DataFile& data, const UsedColumn& column) {
 RowSelection selectRows(const DataFile& data, const std::vector<UsedColumn>& columns) {
     RowSelection selection;
     selection.rowsRead = data.numRows();
-    std::vector<char> complete(static_cast<std::size_t>(data.numRows()), 1);
+    selection.rowsChosen = data.numChosen();
+    std::vector<char> complete(static_cast<std::size_t>(data.numRows()));
+    for (std::size_t i = 0; i < complete.size(); ++i) complete[i] = data.isChosen(i) ? 1 : 0;
     for (const UsedColumn& column : columns) {
         selection.columns.push_back(column.categories ? readCategories(data, column)
                                                       : readNumbers(data, column));
@@ -158,7 +131,7 @@ RowSelection selectRows(const DataFile& data, const std::vector<UsedColumn>& col
     for (std::size_t i = 0; i < complete.size(); ++i) {
         if (complete[i] != 0) selection.rowNumbers.push_back(static_cast<std::int64_t>(i) + 1);
     }
-    if (selection.rowsLeftOut() > 0) {
+    if (selection.rowsUsed() < selection.rowsRead) {
         for (TypedColumn& column : selection.columns) {
             keepRows(column.numbers, selection.rowNumbers);
             keepRows(column.codes, selection.rowNumbers);
@@ -174,22 +147,6 @@ std::string quotedList(const StringVector& texts) {
         list += (k == 0 ? "" : ", ") + Tool::quoted(texts[k].toUtf8());
     }
     return list + (texts.size() > kListed ? ", ..." : "");
-}
-
-std::string trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(' ');
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(' ') + 1 - first));
-}
-
-std::vector<std::string> splitAtCommas(std::string_view text) {
-    std::vector<std::string> parts;
-    for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t comma = std::min(text.find(',', start), text.size());
-        parts.push_back(trimmed(text.substr(start, comma - start)));
-        start = comma + 1;
-    }
-    return parts;
 }
 
 std::vector<std::string> splitNames(const DataFile& data, const std::vector<std::string>& values) {

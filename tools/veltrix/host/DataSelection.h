@@ -9,6 +9,7 @@
 #include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
+#include "tools/veltrix/host/TextParts.h"
 #include "tools/veltrix/io/CsvReader.h"
 
 namespace Veltrix::Tool {
@@ -16,12 +17,17 @@ namespace Veltrix::Tool {
 /// A CSV file in memory, and its columns by name.
 class DataFile {
   public:
-    /// Throws `UserError` when the file cannot be read or has no data rows.
+    /// Throws `UserError` when the file cannot be read, has no data rows, none that is chosen, or
+    /// not the columns that the choice names.
     explicit DataFile(const std::string& path, const CsvOptions& options = {});
 
     const std::string& path() const { return path_; }
     const DataFrame& frame() const { return frame_; }
+    const CsvDialect& dialect() const { return dialect_; }
     std::int64_t numRows() const { return frame_.getNumRows(); }
+    /// Whether a row, counted from 0, is one of those to be used.
+    bool isChosen(std::size_t row) const { return chosen_.empty() || chosen_[row] != 0; }
+    std::int64_t numChosen() const;
     const std::vector<std::string>& columnNames() const { return names_; }
     bool hasColumn(const std::string& name) const;
     /// Throws `UserError` that names the option and what the name may have been meant to be.
@@ -31,7 +37,9 @@ class DataFile {
   private:
     std::string path_;
     DataFrame frame_;
+    CsvDialect dialect_;
     std::vector<std::string> names_;
+    std::vector<char> chosen_;  ///< a row; empty when all are
 };
 
 /// A column that a task uses, and the option that asks for it.
@@ -59,9 +67,10 @@ struct RowSelection {
     std::vector<TypedColumn> columns;      ///< in the order asked for
     std::vector<std::int64_t> rowNumbers;  ///< data rows of the file, counted from 1
     std::int64_t rowsRead = 0;
+    std::int64_t rowsChosen = 0;
 
     std::int64_t rowsUsed() const { return static_cast<std::int64_t>(rowNumbers.size()); }
-    std::int64_t rowsLeftOut() const { return rowsRead - rowsUsed(); }
+    std::int64_t rowsLeftOut() const { return rowsChosen - rowsUsed(); }
 };
 
 /// Throws `UserError` for a missing column, and, with row and value, for a cell of a column of
@@ -76,11 +85,6 @@ std::string describeCell(const UsedColumn& column, std::int64_t row, std::string
 
 /// The texts in quotation marks, cut after the first few.
 std::string quotedList(const StringVector& texts);
-
-/// The text without blanks at its ends.
-std::string trimmed(std::string_view text);
-/// The parts between commas, trimmed.
-std::vector<std::string> splitAtCommas(std::string_view text);
 
 /// The names in option values: a value that is a column's name whole, else its parts between
 /// commas.

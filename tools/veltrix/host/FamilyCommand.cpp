@@ -4,6 +4,7 @@
 
 #include "Veltrix/Data/Exception.h"
 #include "tools/veltrix/host/Evaluation.h"
+#include "tools/veltrix/host/InputOptions.h"
 #include "tools/veltrix/host/ModelFile.h"
 #include "tools/veltrix/host/UserError.h"
 
@@ -55,6 +56,7 @@ void FamilyCommand::declare(OptionGroup& options) {
 
 void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
     summary.entry("Data file", options_.data.path);
+    addDialect(summary, data.dialect);
     if (options_.hasTarget()) {
         summary.entry("Target", options_.target);
     } else {
@@ -64,9 +66,10 @@ void FamilyCommand::summarize(Table& summary, const Prepared& data) const {
     if (options_.hasRegressionOption()) {
         summary.entry("Task", options_.regression ? "regression" : "classification");
     }
-    summary.entry("Rows read", data.rowsRead)
-        .entry("Rows used", data.rowsUsed)
-        .entry("Rows left out (missing values)", data.rowsRead - data.rowsUsed);
+    summary.entry("Rows read", data.rowsRead);
+    if (data.rowsChosen < data.rowsRead) summary.entry("Rows chosen", data.rowsChosen);
+    summary.entry("Rows used", data.rowsUsed)
+        .entry("Rows left out (missing values)", data.rowsChosen - data.rowsUsed);
     if (options_.hasTarget()) {
         if (!options_.partitionColumn.empty()) {
             summary.entry("Partition column", options_.partitionColumn);

@@ -10,7 +10,9 @@
 #include <CLI/CLI.hpp>
 
 #include "support/NumberText.h"
+#include "tools/veltrix/host/TextParts.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/CsvDialect.h"
 #include "tools/veltrix/report/ReportOutput.h"
 
 namespace Veltrix::Tool {
@@ -193,11 +195,45 @@ OptionGroup::Option OptionGroup::column(const std::string& name, std::string& va
     return text(name, value, description).placeholder("COLUMN");
 }
 
+OptionGroup::Option OptionGroup::repeated(const std::string& name, std::vector<std::string>& values,
+                                          const std::string& description) {
+    CLI::Option* const option = app_.add_option(name, values, description);
+    option->allow_extra_args(false);
+    return {app_, *option};
+}
+
 OptionGroup::Option OptionGroup::list(const std::string& name, std::vector<std::string>& values,
                                       const std::string& description) {
-    CLI::Option* const option = app_.add_option(name, values, description);
-    option->allow_extra_args(false)->type_name("A,B");
+    return repeated(name, values, description).placeholder("A,B");
+}
+
+OptionGroup::Option OptionGroup::texts(const std::string& name, std::vector<std::string>& values,
+                                       const std::string& description) {
+    const auto take = [&values](const std::string& text) {
+        values = splitAtCommas(text);
+        values.insert(values.begin(), "");
+    };
+    CLI::Option* const option = app_.add_option_function<std::string>(name, take, description);
+    option->type_name("A,B");
     return {app_, *option};
+}
+
+OptionGroup::Option OptionGroup::delimiter(const std::string& name, std::optional<char>& value,
+                                           const std::string& description) {
+    return parsed(name, value, description, delimiterNamed,
+                  "one character, or comma, semicolon, tab, bar or blank")
+        .placeholder("CHARACTER");
+}
+
+OptionGroup::Option OptionGroup::mark(const std::string& name, std::optional<char>& value,
+                                      const std::string& description, std::string_view characters) {
+    const auto parse = [characters](std::string_view text) -> std::optional<char> {
+        if (text.size() != 1 || characters.find(text.front()) == std::string_view::npos) return {};
+        return text.front();
+    };
+    return parsed(name, value, description, parse,
+                  fmt::format("one character of {}", Tool::quoted(characters)))
+        .placeholder("CHARACTER");
 }
 
 OptionGroup::Option OptionGroup::file(FileOption& file, const std::string& description) {

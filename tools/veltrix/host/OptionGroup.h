@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -95,6 +96,18 @@ class OptionGroup {
     /// Values that may be repeated, each of which may hold several between commas.
     Option list(const std::string& name, std::vector<std::string>& values,
                 const std::string& description);
+    /// Values that may be repeated and are taken whole.
+    Option repeated(const std::string& name, std::vector<std::string>& values,
+                    const std::string& description);
+    /// Texts between commas, after the empty one.
+    Option texts(const std::string& name, std::vector<std::string>& values,
+                 const std::string& description);
+    /// A character between the cells of a row, or its name.
+    Option delimiter(const std::string& name, std::optional<char>& value,
+                     const std::string& description);
+    /// One of the characters.
+    Option mark(const std::string& name, std::optional<char>& value, const std::string& description,
+                std::string_view characters);
     Option file(FileOption& file, const std::string& description);
     template <class Value>
     Option choice(const std::string& name, Value& value, const std::string& description,

@@ -25,11 +25,16 @@ std::optional<Part> partOf(const WString& text) {
 /// The part of every row of the file; rows with an empty cell have none.
 Parts readParts(const DataFile& file, const std::string& name) {
     const auto numRows = static_cast<std::size_t>(file.numRows());
-    if (name.empty()) return {numRows, Part::Training};
-    const TypedColumn column = readCategories(file, {TaskOptions::kPartitionColumn, name, true});
     Parts parts(numRows);
+    if (name.empty()) {
+        for (std::size_t i = 0; i < numRows; ++i) {
+            if (file.isChosen(i)) parts[i] = Part::Training;
+        }
+        return parts;
+    }
+    const TypedColumn column = readCategories(file, {TaskOptions::kPartitionColumn, name, true});
     for (std::size_t i = 0; i < numRows; ++i) {
-        if (column.codes[i] < 0) continue;
+        if (!file.isChosen(i) || column.codes[i] < 0) continue;
         parts[i] = partOf(column.level(i));
         if (parts[i]) continue;
         throw UserError(
@@ -235,7 +240,9 @@ Prepared prepare(const DataFile& file, const TaskOptions& options) {
     }
     checkRowsLeft(selection);
     data.rowsRead = selection.rowsRead;
+    data.rowsChosen = selection.rowsChosen;
     data.rowsUsed = selection.rowsUsed();
+    data.dialect = file.dialect();
     data.text = describeTextColumns(file, selection, data.option);
     for (std::string& note : slipNotes(file, data.leftOut)) {
         data.text.notes.push_back(std::move(note));

@@ -41,7 +41,9 @@ struct Prepared {
     TextColumns text;                  ///< the predictors that are text
     std::vector<std::string> leftOut;  ///< the text columns that are no predictors for that
     std::int64_t rowsRead = 0;
+    std::int64_t rowsChosen = 0;
     std::int64_t rowsUsed = 0;
+    CsvDialect dialect;
     StringVector labels;  ///< all classes that records have, ascending; empty for numbers
     ClassRoles roles;     ///< the classes that training records have
     double confidence = 0.95;

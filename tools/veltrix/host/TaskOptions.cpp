@@ -1,5 +1,7 @@
 #include "tools/veltrix/host/TaskOptions.h"
 
+#include "tools/veltrix/host/InputOptions.h"
+
 namespace Veltrix::Tool {
 
 void TaskOptions::declareTarget(OptionGroup& options) {
@@ -39,7 +41,9 @@ void TaskOptions::declareClasses(OptionGroup& options) {
 }
 
 void TaskOptions::declare(OptionGroup& options) {
-    if (input != Input::Own) declareRecords(options);
+    if (input == Input::Own) return;
+    declareRecords(options);
+    declareRowChoice(options);
 }
 
 void TaskOptions::declareRecords(OptionGroup& options) {

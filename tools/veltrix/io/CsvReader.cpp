@@ -1,9 +1,7 @@
 #include "tools/veltrix/io/CsvReader.h"
 
-#include <csv.h>
-
 #include <algorithm>
-#include <exception>
+#include <cmath>
 #include <filesystem>
 #include <limits>
 #include <optional>
@@ -13,8 +11,10 @@
 
 #include "Veltrix/Data/Progress.h"
 #include "support/NumberText.h"
+#include "tools/veltrix/host/Suggestion.h"
+#include "tools/veltrix/host/TextParts.h"
 #include "tools/veltrix/host/UserError.h"
-#include "tools/veltrix/io/CsvSettings.h"
+#include "tools/veltrix/io/CsvScanner.h"
 #include "tools/veltrix/io/TextLines.h"
 #include "tools/veltrix/io/TextPool.h"
 
@@ -24,6 +24,8 @@ namespace {
 /// A column as it is read: numbers as long as every cell is one, else codes into distinct texts.
 struct ColumnBuilder {
     std::string name;
+    bool unnamed = false;  // in the file
+    bool excluded = false;
     bool isText = false;
     bool failed = false;    // text turned up among the numbers: read again as text
     bool complete = false;  // by an earlier pass
@@ -31,6 +33,13 @@ struct ColumnBuilder {
     IntVector codes;
     TextPool levels;
     std::vector<std::int64_t> firstRows;  // where each level stands first
+
+    bool takesNumbers() const { return !isText && !failed && !complete; }
+    bool hasValues() const {
+        return isText ? levels.texts().size() > 1 ||
+                            (levels.texts().size() == 1 && !levels.texts()[0].empty())
+                      : !std::ranges::all_of(numbers, [](double x) { return std::isnan(x); });
+    }
 
     void addText(std::string_view text, std::int64_t row) {
         const int code = levels.add(text);
@@ -42,6 +51,8 @@ struct ColumnBuilder {
     void restart(std::int64_t rows) {
         ColumnBuilder fresh;
         fresh.name = std::move(name);
+        fresh.unnamed = unnamed;
+        fresh.excluded = fresh.complete = excluded;
         fresh.isText = isText || failed;
         *this = std::move(fresh);
         if (isText) {
@@ -52,158 +63,134 @@ struct ColumnBuilder {
     }
 };
 
-bool isBlank(std::string_view line, char delimiter) {
-    return std::ranges::all_of(line, [delimiter](char c) {
-        return c == '\n' || c == '\r' || ((c == ' ' || c == '\t') && c != delimiter);
-    });
-}
-
 /// Where a row begins, for messages: found by going over the text again, so that reading need not
 /// count lines. The header is row 0; lines count from 1.
-std::string placeOf(std::string_view text, char delimiter, std::size_t columns,
-                    std::int64_t wanted) {
-    std::int64_t row = -1;
-    std::int64_t number = 0;
-    bool quoted = false;
-    TextLines lines(text);
-    for (std::string_view line = lines.next(); !line.empty(); line = lines.next()) {
-        ++number;
-        const bool counts = !isBlank(line, delimiter) || (columns == 1 && row >= 0);
-        if (!quoted && counts && ++row == wanted) break;
-        if (std::ranges::count(line, '"') % 2 != 0) quoted = !quoted;
-    }
-    const std::string name = wanted == 0 ? "header" : "row " + std::to_string(wanted);
-    return name + " (line " + std::to_string(number) + ")";
+std::string placeOf(std::string_view text, const char* rowStart, std::int64_t row) {
+    const auto before = static_cast<std::size_t>(rowStart - text.data());
+    TextLines lines(text.substr(0, before));
+    std::int64_t line = 1;
+    while (!lines.next().empty()) ++line;
+    return (row == 0 ? "header" : "row " + std::to_string(row)) + " (line " + std::to_string(line) +
+           ")";
 }
 
-/// Measures the records of a text that comes in blocks. In a well-formed text a line end is one of
-/// a record where an even number of quotation marks stands before it.
-class RecordSizes {
-  public:
-    /// Bytes, with those in this block, of the record that was open before it: the only one that
-    /// can be longer than a block.
-    std::size_t addBlock(std::string_view block) {
-        std::size_t first = 0;
-        for (bool quoted = quoted_; first < block.size();) {
-            if (endsRecord(block[first++], quoted)) break;
-        }
-        const std::size_t size = open_ + first;
-        quoted_ = quoted_ != (std::ranges::count(block, '"') % 2 != 0);
-        std::size_t last = block.size();
-        for (bool quoted = quoted_; last > 0; --last) {
-            if (endsRecord(block[last - 1], quoted)) break;
-        }
-        open_ = block.size() - last + (last == 0 ? open_ : 0);
-        return size;
-    }
-
-  private:
-    static bool endsRecord(char c, bool& quoted) {
-        if (c == '"') quoted = !quoted;
-        return !quoted && (c == '\n' || c == '\r');
-    }
-
-    bool quoted_ = false;
-    std::size_t open_ = 0;
-};
-
-/// Goes over the text and fills the columns that are not complete. libcsv is C: what its callbacks
-/// find wrong is kept and thrown once it has returned.
+/// Goes over the text and fills the columns that are not complete.
 class CsvPass {
   public:
     CsvPass(const std::string& file, std::string_view text, const CsvOptions& options,
-            std::vector<ColumnBuilder>& columns, std::int64_t rowLimit)
-        : file_(file), text_(text), options_(options), columns_(columns), rowLimit_(rowLimit) {
-        csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI | CSV_REPALL_NL);
-        csv_set_delim(&parser_, static_cast<unsigned char>(options.delimiter));
-        csv_set_blk_size(&parser_, kBlock);
+            const CsvDialect& dialect, std::vector<ColumnBuilder>& columns)
+        : file_(file),
+          text_(text),
+          options_(options),
+          dialect_(dialect),
+          columns_(columns),
+          scanner_(text, dialect.delimiter, static_cast<std::size_t>(csvSettings().maxRecord)) {
         const auto& missing = options.missing;
-        emptyIsMissing_ = std::find(missing.begin(), missing.end(), "") != missing.end();
+        emptyIsMissing_ = std::ranges::find(missing, "") != missing.end();
+        numbersCount_ = std::ranges::none_of(missing, [&dialect](const std::string& cell) {
+            return parseNumber(cell, dialect).has_value();
+        });
     }
-    CsvPass(const CsvPass&) = delete;
-    CsvPass& operator=(const CsvPass&) = delete;
-    ~CsvPass() { csv_free(&parser_); }
 
-    /// Returns the number of data rows read.
-    std::int64_t run() {
+    /// Reads the header and so many rows at most; returns the number of these.
+    std::int64_t run(std::int64_t rowLimit) {
         ProgressPhase phase("Reading", text_.size());
-        const auto most = static_cast<std::size_t>(csvSettings().maxRecord);
-        const std::size_t blockSize = std::min(kBlock, most);
-        RecordSizes sizes;
-        for (std::size_t done = 0; done < text_.size() && !finished(); done += blockSize) {
-            const std::string_view block = text_.substr(done, blockSize);
-            if (text_.size() > most && sizes.addBlock(block) > most) failLength(most);
-            if (csv_parse(&parser_, block.data(), block.size(), onCell, onLineEnd, this) !=
-                block.size()) {
-                failParse();
+        const char* reported = text_.data();
+        try {
+            readHeader();
+            const bool blankRows = columns_.size() == 1;
+            while (row_ < rowLimit && scanner_.nextRow(blankRows)) {
+                ++row_;
+                readRow();
+                const auto done = static_cast<std::size_t>(scanner_.position() - reported);
+                if (done < kReported) continue;
+                phase.advance(done);
+                reported = scanner_.position();
             }
-            phase.advance(block.size());
+        } catch (const CsvFault& fault) {
+            fail(fault.kind);
         }
-        if (!finished() && csv_fini(&parser_, onCell, onLineEnd, this) != 0) failParse();
-        if (!finished() && endsBlank()) onLineEnd(-1, this);
-        if (error_) std::rethrow_exception(error_);
         return row_;
     }
 
-    bool sawHeader() const { return headerDone_; }
+    /// Where a data row stands, for messages.
+    std::string place(std::int64_t row) {
+        readHeader();
+        while (row_ < row && scanner_.nextRow(columns_.size() == 1)) {
+            ++row_;
+            do scanner_.cell();
+            while (!scanner_.rowEnded());
+        }
+        return place();
+    }
 
   private:
-    static constexpr std::size_t kBlock = 1U << 16U;
-    static constexpr std::size_t kMostColumns = 1U << 20U;
+    static constexpr std::size_t kReported = std::size_t{1} << 16U;
+    static constexpr std::size_t kMostColumns = std::size_t{1} << 20U;
 
-    /// Whether blanks stand behind the last line end; these libcsv passes over in silence.
-    bool endsBlank() const {
-        const std::size_t lineEnd = text_.find_last_of("\r\n");
-        return lineEnd + 1 < text_.size() && isBlank(text_.substr(lineEnd + 1), options_.delimiter);
-    }
+    std::string place() const { return placeOf(text_, scanner_.rowStart(), row_); }
 
-    bool finished() const { return error_ || row_ >= rowLimit_; }
-
-    std::string place() const {
-        return placeOf(text_, options_.delimiter, columns_.size(), headerDone_ ? row_ + 1 : 0);
-    }
-
-    [[noreturn]] void failLength(std::size_t most) const {
-        throw UserError(file_ + ": " + place() + " is longer than the " + std::to_string(most) +
-                        " bytes of --max-record; a row ends with its line unless a quotation "
-                        "mark is open");
-    }
-
-    [[noreturn]] void failParse() {
-        if (error_) std::rethrow_exception(error_);
-        const int code = csv_error(&parser_);
-        if (code == CSV_ENOMEM || code == CSV_ETOOBIG) throw std::bad_alloc();
+    [[noreturn]] void fail(CsvFault::Kind fault) const {
+        if (fault == CsvFault::Kind::Length) {
+            throw UserError(file_ + ": " + place() + " is longer than the " +
+                            std::to_string(csvSettings().maxRecord) +
+                            " bytes of --max-record; a row ends with its line unless a quotation "
+                            "mark is open");
+        }
         throw UserError(file_ + ": " + place() +
                         ": misplaced or unclosed quotation mark; a quoted cell begins and ends "
                         "with one, and has them doubled inside");
     }
 
-    static void onCell(void* content, std::size_t size, void* self) {
-        auto& pass = *static_cast<CsvPass*>(self);
-        pass.guard(
-            [&] { pass.addCell(std::string_view(static_cast<const char*>(content), size)); });
+    void readHeader() {
+        if (!scanner_.nextRow()) throw UserError(file_ + ": empty, expected a header row");
+        const bool named = !columns_.empty();  // by an earlier pass
+        std::size_t index = 0;
+        do {
+            const std::string_view name = scanner_.cell();
+            if (named) continue;
+            if (++index > kMostColumns) {
+                throw UserError(file_ + ": " + place() + " has more than " +
+                                std::to_string(kMostColumns) + " cells");
+            }
+            columns_.emplace_back();
+            columns_.back().unnamed = name.empty();
+            columns_.back().name = name.empty() ? "column" + std::to_string(index) : name;
+        } while (!scanner_.rowEnded());
     }
 
-    static void onLineEnd(int character, void* self) {
-        auto& pass = *static_cast<CsvPass*>(self);
-        pass.guard([&] { pass.endLine(character); });
+    void readRow() {
+        const std::size_t columns = columns_.size();
+        std::size_t read = 0;
+        do {
+            if (read < columns) {
+                readCell(columns_[read]);
+            } else if (!scanner_.cell().empty() || read > columns) {
+                failCells(read + 1);
+            }
+            ++read;
+        } while (!scanner_.rowEnded());
+        if (read >= columns) return;
+        if (read + 1 < columns || !columns_.back().unnamed) failCells(read);
+        addCell(columns_.back(), {});  // the trailing comma is missing in this row
     }
 
-    template <class Work>
-    void guard(Work work) {
-        if (finished()) return;
-        try {
-            work();
-        } catch (...) {
-            error_ = std::current_exception();
+    [[noreturn]] void failCells(std::size_t read) {
+        for (; !scanner_.rowEnded(); ++read) scanner_.cell();
+        throw UserError(file_ + ": " + place() + " has " + std::to_string(read) +
+                        " cells, the header has " + std::to_string(columns_.size()));
+    }
+
+    void readCell(ColumnBuilder& column) {
+        double number = 0.0;
+        if (numbersCount_ && column.takesNumbers() && scanner_.number(dialect_.decimal, number)) {
+            column.numbers.push_back(number);
+        } else {
+            addCell(column, scanner_.cell());
         }
     }
 
-    void addCell(std::string_view cell) {
-        const std::size_t index = column_++;
-        if (!headerDone_) return addName(index, cell);
-        if (index >= columns_.size()) return;  // counted, and refused at the end of the row
-        ColumnBuilder& column = columns_[index];
+    void addCell(ColumnBuilder& column, std::string_view cell) {
         if (column.complete || column.failed) return;
         const bool missing = isMissing(cell);
         if (column.isText) {
@@ -211,23 +198,13 @@ class CsvPass {
             return;
         }
         const std::optional<double> number =
-            missing ? std::numeric_limits<double>::quiet_NaN() : Support::parseNumber(cell);
+            missing ? std::numeric_limits<double>::quiet_NaN() : parseNumber(cell, dialect_);
         if (number) {
             column.numbers.push_back(*number);
         } else {
             column.failed = true;
             column.numbers = Vector();
         }
-    }
-
-    /// Apart from `addCell`, which is small enough so for the compiler to put it into `onCell`.
-    [[gnu::noinline]] void addName(std::size_t index, std::string_view name) {
-        if (index >= kMostColumns) {
-            throw UserError(file_ + ": " + place() + " has more than " +
-                            std::to_string(kMostColumns) + " cells");
-        }
-        if (columns_.size() <= index) columns_.emplace_back();
-        columns_[index].name = name;
     }
 
     bool isMissing(std::string_view cell) const {
@@ -239,142 +216,163 @@ class CsvPass {
         return false;
     }
 
-    /// A line without anything is a missing cell where a row has one cell only, and nothing
-    /// elsewhere. Of CR LF the second is no line of its own.
-    void endLine(int character) {
-        const int before = std::exchange(lineEnd_, character);
-        if (column_ == 0) {
-            const bool isRow = headerDone_ && columns_.size() == 1;
-            if (!isRow || (before == '\r' && character == '\n')) return;
-            onCell(nullptr, 0, this);
-        }
-        endRow();
-    }
-
-    void endRow() {
-        if (!headerDone_) {
-            headerDone_ = true;
-        } else if (column_ != columns_.size()) {
-            throw UserError(file_ + ": " + place() + " has " + std::to_string(column_) +
-                            " cells, the header has " + std::to_string(columns_.size()));
-        } else {
-            ++row_;
-        }
-        column_ = 0;
-    }
-
     const std::string& file_;
     std::string_view text_;
     const CsvOptions& options_;
+    const CsvDialect& dialect_;
     std::vector<ColumnBuilder>& columns_;
-    std::int64_t rowLimit_;
-    csv_parser parser_{};
+    CsvScanner scanner_;
     bool emptyIsMissing_ = false;
-    bool headerDone_ = false;
-    std::size_t column_ = 0;
+    bool numbersCount_ = true;  // no number stands for a missing value
     std::int64_t row_ = 0;
-    int lineEnd_ = 0;  // the character that ended the last line
-    std::exception_ptr error_;
 };
 
 void checkNames(const std::string& file, const std::vector<ColumnBuilder>& columns) {
     std::unordered_set<std::string_view> names;
     for (std::size_t j = 0; j < columns.size(); ++j) {
-        const std::string where = file + ": header, column " + std::to_string(j + 1);
-        if (columns[j].name.empty()) throw UserError(where + " has no name");
-        if (!names.insert(columns[j].name).second) {
-            throw UserError(where + ": the name " + Tool::quoted(columns[j].name) +
-                            " stands there a second time");
-        }
+        if (names.insert(columns[j].name).second) continue;
+        throw UserError(file + ": header, column " + std::to_string(j + 1) + ": the name " +
+                        Tool::quoted(columns[j].name) + " stands there a second time");
     }
 }
 
 /// Number of rows, from above: each ends a line and has a byte a cell.
 std::int64_t mostRows(std::string_view text, std::size_t columns) {
-    const auto lines = 1 + std::max(std::count(text.begin(), text.end(), '\n'),
-                                    std::count(text.begin(), text.end(), '\r'));
+    const auto lines = 1 + std::max(std::ranges::count(text, '\n'), std::ranges::count(text, '\r'));
     return std::min<std::int64_t>(lines, static_cast<std::int64_t>(text.size() / columns) + 1);
 }
 
-void checkDelimiter(char delimiter) {
-    if (std::string_view("\"\r\n\0", 4).find(delimiter) == std::string_view::npos) return;
-    throw UserError("delimiter: a quotation mark, a line end and NUL cannot separate cells");
-}
-
-/// Reads all columns: their kinds from the first rows, everything in one pass over the file, and
-/// columns whose first text comes late in another.
-std::vector<ColumnBuilder> readColumns(const std::string& file, std::string_view text,
-                                       const CsvOptions& options) {
-    constexpr std::int64_t kFirstRows = 1000;
-    constexpr std::int64_t kMostRows = std::numeric_limits<std::int32_t>::max();
-    std::vector<ColumnBuilder> columns;
-    CsvPass first(file, text, options, columns, kFirstRows);
-    first.run();
-    if (!first.sawHeader()) throw UserError(file + ": empty, expected a header row");
-    checkNames(file, columns);
-
-    for (ColumnBuilder& column : columns) {
-        const auto& wanted = options.textColumns;
-        column.isText = column.isText || options.allText ||
-                        std::find(wanted.begin(), wanted.end(), column.name) != wanted.end();
+/// A CSV text, read into columns.
+class CsvText {
+  public:
+    CsvText(std::string file, std::string_view text, const CsvOptions& options)
+        : file_(std::move(file)),
+          text_(text),
+          options_(options),
+          dialect_(recogniseDialect(text, options.dialect)) {
+        if (dialect_.decimal != dialect_.thousands) return;
+        throw UserError(file_ + ": one character is the decimal mark and parts groups of digits");
     }
-    const std::int64_t room = std::min(mostRows(text, columns.size()), kMostRows);
-    for (ColumnBuilder& column : columns) column.restart(room);
-    for (bool again = true; again;) {
-        if (CsvPass(file, text, options, columns, kMostRows).run() >= kMostRows) {
-            throw UserError(file + ": more rows than a table can hold");
+
+    const CsvDialect& dialect() const { return dialect_; }
+
+    /// Reads all columns: their kinds from the first rows, everything in one pass over the file,
+    /// and columns whose first text comes late in another.
+    void read() {
+        constexpr std::int64_t kFirstRows = 1000;
+        pass().run(kFirstRows);
+        checkNames(file_, columns_);
+        exclude();
+        for (ColumnBuilder& column : columns_) {
+            const bool wanted =
+                std::ranges::find(options_.textColumns, column.name) != options_.textColumns.end();
+            column.isText = column.isText || options_.allText || wanted;
         }
-        again = false;
-        for (ColumnBuilder& column : columns) {
-            again = again || column.failed;
+        const std::int64_t room = std::min(mostRows(text_, columns_.size()), kMostRows);
+        for (ColumnBuilder& column : columns_) column.restart(room);
+        while (!readRest(room)) continue;
+        if (columns_.size() > 1 && columns_.back().unnamed && !columns_.back().hasValues()) {
+            columns_.back().excluded = true;
+        }
+    }
+
+    /// Moves the columns into the frame.
+    void appendTo(DataFrame& frame) {
+        for (ColumnBuilder& column : columns_) {
+            if (!column.excluded) append(frame, std::move(column));
+        }
+    }
+
+  private:
+    static constexpr std::int64_t kMostRows = std::numeric_limits<std::int32_t>::max();
+
+    CsvPass pass() { return {file_, text_, options_, dialect_, columns_}; }
+
+    void exclude() {
+        for (const std::string& value : options_.excluded) {
+            if (ColumnBuilder* const column = find(value)) {
+                column->excluded = true;
+                continue;
+            }
+            for (const std::string& name : splitAtCommas(value)) {
+                ColumnBuilder* const column = find(name);
+                if (column == nullptr) failExcluded(name);
+                column->excluded = true;
+            }
+        }
+        if (std::ranges::all_of(columns_, &ColumnBuilder::excluded)) {
+            throw UserError(file_ + ": --exclude leaves no column");
+        }
+    }
+
+    ColumnBuilder* find(const std::string& name) {
+        const auto found = std::ranges::find(columns_, name, &ColumnBuilder::name);
+        return found == columns_.end() ? nullptr : &*found;
+    }
+
+    [[noreturn]] void failExcluded(const std::string& name) const {
+        std::vector<std::string> names;
+        for (const ColumnBuilder& column : columns_) names.push_back(column.name);
+        throw UserError(file_ + ": --exclude: no column " + Tool::quoted(name) + "; " +
+                        suggestion(name, names, "the columns are"));
+    }
+
+    /// Whether all columns are complete now.
+    bool readRest(std::int64_t room) {
+        if (pass().run(kMostRows) >= kMostRows) {
+            throw UserError(file_ + ": more rows than a table can hold");
+        }
+        bool complete = true;
+        for (ColumnBuilder& column : columns_) {
+            complete = complete && !column.failed;
             if (column.failed) {
                 column.restart(room);
             } else {
                 column.complete = true;
             }
         }
+        return complete;
     }
-    return columns;
-}
 
-/// The finished column, moved into the frame.
-void appendTo(DataFrame& frame, const std::string& file, std::string_view text,
-              const CsvOptions& options, std::size_t columns, ColumnBuilder column) {
-    const WString name = decode(column.name, [&] {
-        return file + ": header, column " + std::to_string(frame.getNumCols() + 1);
-    });
-    if (!column.isText) {
-        column.numbers.setName(name);
-        frame.append(std::move(column.numbers));
-        return;
+    void append(DataFrame& frame, ColumnBuilder column) {
+        const WString name = decode(column.name, [&] {
+            return file_ + ": header, column " + std::to_string(frame.getNumCols() + 1);
+        });
+        if (!column.isText) {
+            column.numbers.setName(name);
+            frame.append(std::move(column.numbers));
+            return;
+        }
+        const std::vector<std::string_view>& texts = column.levels.texts();
+        StringVector levels;
+        levels.reserve(texts.size());
+        for (std::size_t level = 0; level < texts.size(); ++level) {
+            levels.push_back(decode(texts[level], [&] {
+                return file_ + ": " + pass().place(column.firstRows[level]) + ", column " +
+                       Tool::quoted(column.name);
+            }));
+        }
+        frame.append(name, std::move(column.codes), std::move(levels));
     }
-    const std::vector<std::string_view>& texts = column.levels.texts();
-    StringVector levels;
-    levels.reserve(texts.size());
-    for (std::size_t level = 0; level < texts.size(); ++level) {
-        levels.push_back(decode(texts[level], [&] {
-            const std::int64_t row = column.firstRows[level] + 1;
-            return file + ": " + placeOf(text, options.delimiter, columns, row) + ", column " +
-                   Tool::quoted(column.name);
-        }));
-    }
-    frame.append(name, std::move(column.codes), std::move(levels));
-}
+
+    std::string file_;
+    std::string_view text_;
+    const CsvOptions& options_;
+    CsvDialect dialect_;
+    std::vector<ColumnBuilder> columns_;
+};
 
 }  // namespace
 
-DataFrame readCsv(const std::string& path, const CsvOptions& options) {
+CsvTable readCsv(const std::string& path, const CsvOptions& options) {
     const std::string file = oneLine(path);
     const std::string bytes = readText(path);
-    checkDelimiter(options.delimiter);
-    const std::string_view text = checkedText(file, bytes);
-    std::vector<ColumnBuilder> columns = readColumns(file, text, options);
-    DataFrame frame(
-        decode(std::filesystem::path(path).stem().string(), [&] { return std::string(file); }));
-    for (ColumnBuilder& column : columns) {
-        appendTo(frame, file, text, options, columns.size(), std::move(column));
-    }
-    return frame;
+    CsvText csv(file, checkedText(file, bytes), options);
+    csv.read();
+    const std::string name = std::filesystem::path(path).stem().string();
+    CsvTable table{DataFrame(decode(name, [&] { return file; })), csv.dialect()};
+    csv.appendTo(table.frame);
+    return table;
 }
 
 }  // namespace Veltrix::Tool

@@ -1,11 +1,20 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/veltrix/io/CsvDialect.h"
 
 namespace Veltrix::Tool {
 
 /// What the command line says on CSV files wherever the program reads or writes them.
 struct CsvSettings {
+    CsvDialectHints dialect = {};
+    /// Texts of cells without a value.
+    std::vector<std::string> missing = {"", "NA"};
+    /// Columns that are as if they were not there: names, or several between commas.
+    std::vector<std::string> excluded = {};
     /// Bytes that the header or a row may have, lest a file without line ends take all memory.
     std::int64_t maxRecord = std::int64_t{64} << 20U;
     /// Texts that a spreadsheet would take for formulas are written with an apostrophe in front.

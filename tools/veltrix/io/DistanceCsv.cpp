@@ -35,7 +35,7 @@ struct Cells {
 Cells readCells(const std::string& option, const std::string& path) {
     DataFrame frame;
     try {
-        frame = readCsv(path);
+        frame = readCsv(path).frame;
     } catch (const UserError& error) {
         throw UserError(option + ": " + error.what());
     }

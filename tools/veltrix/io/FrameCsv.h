@@ -10,8 +10,12 @@
 namespace Veltrix::Tool {
 
 /// Reads every cell as the text that it is, for files whose rows are written again.
-inline const CsvOptions kVerbatim{
-    .delimiter = ',', .missing = {}, .textColumns = {}, .allText = true};
+inline CsvOptions verbatim() {
+    CsvOptions options;
+    options.missing.clear();
+    options.allText = true;
+    return options;
+}
 
 /// A column of such a file as a frame of its own: of numbers when every cell is one or empty.
 DataFrame typedColumn(const DataFrame& verbatim, int col);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "support/Files.h"
+#include "tools/veltrix/io/Gzip.h"
 
 namespace Veltrix::Tool {
 
@@ -19,7 +20,8 @@ std::string_view TextLines::next() {
 
 std::string readText(const std::string& path) {
     try {
-        return Support::readFile(path);
+        std::string bytes = path == "-" ? Support::readStandardInput() : Support::readFile(path);
+        return isGzip(bytes) ? inflated(oneLine(path), bytes) : bytes;
     } catch (const Support::FileError& error) {
         throw UserError(oneLine(error.what()));
     }

@@ -29,7 +29,8 @@ class TextLines {
     std::size_t carriageReturn_;
 };
 
-/// The bytes of a file. Throws `UserError` when it cannot be read.
+/// The bytes of a file, unpacked when it is packed by gzip; "-" is the standard input. Throws
+/// `UserError` when it cannot be read or unpacked.
 std::string readText(const std::string& path);
 
 /// The text without its byte order mark. Throws `UserError` for what is no UTF-8 text at sight.
