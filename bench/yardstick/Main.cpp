@@ -30,6 +30,7 @@ std::map<std::string, Setup> workloads() {
     addRules(all);
     addSamples(all);
     addSmoothing(all);
+    addSingularValues(all);
     return all;
 }
 

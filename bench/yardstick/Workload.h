@@ -36,5 +36,6 @@ void addArima(std::map<std::string, Setup>& all);
 void addRules(std::map<std::string, Setup>& all);
 void addSamples(std::map<std::string, Setup>& all);
 void addSmoothing(std::map<std::string, Setup>& all);
+void addSingularValues(std::map<std::string, Setup>& all);
 
 }  // namespace Veltrix::Yardstick

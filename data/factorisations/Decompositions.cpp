@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <string>
 #include <utility>
 
+#include "Veltrix/Data/Util.h"
 #include "data/containers/Checks.h"
 #include "data/containers/Lines.h"
+#include "data/factorisations/LeadingTriplets.h"
 #include "data/factorisations/Spectra.h"
 #include "data/matrix/Symmetric.h"
 #include "support/LinearAlgebra.h"
@@ -15,7 +19,7 @@ namespace {
 
 /// Turns every column of `vectors` so that its entry of largest absolute value (the first on ties)
 /// is positive, and with it the row of the same number of `partners`, if there are any.
-void fixSigns(Matrix& vectors, Matrix* partners) {
+void turn(Matrix& vectors, Matrix* partners) {
     for (int j = 0; j < vectors.getNumCols(); ++j) {
         double largest = 0.0;
         for (const double value : vectors(Selection::all, j).elements()) {
@@ -28,6 +32,8 @@ void fixSigns(Matrix& vectors, Matrix* partners) {
 }
 
 }  // namespace
+
+void fixSigns(Matrix& left, Matrix& right) { turn(left, &right); }
 
 SVD Matrix::svd() const {
     const char* operation = "SVD";
@@ -49,8 +55,29 @@ SVD Matrix::svd() const {
         right.transpose();
         std::swap(left, right);
     }
-    fixSigns(left, &right);
+    fixSigns(left, right);
     return {std::move(singularValues), std::move(left), std::move(right)};
+}
+
+SVD Util::svd(const Matrix& a) { return a.svd(); }
+
+SVD Util::svd(const Matrix& a, int count) {
+    const char* operation = "SVD";
+    const int rank = std::min(a.getNumRows(), a.getNumCols());
+    Checks::notNegative(operation, "singular values", count);
+    if (count > rank) {
+        Checks::fail(ErrorCode::invalidArgument, operation,
+                     std::to_string(count) + " singular values, at most " + std::to_string(rank) +
+                         " expected");
+    }
+    Checks::finite(operation, a);
+    if (std::optional<SVD> leading = leadingTriplets(a, count)) return *std::move(leading);
+    SVD whole = a.svd();
+    if (count == rank) return whole;
+    const IntVector first = Util::range(0, count);
+    return {Util::select(whole.getSingularValues(), first),
+            whole.getLeftSingular()(Selection::all, first),
+            whole.getRightSingular()(first, Selection::all)};
 }
 
 SVD::SVD(Vector singularValues, Matrix left, Matrix right)
@@ -67,7 +94,7 @@ Spectral symmetricDecomposition(const Matrix& a) {
         Support::syevd(Support::Triangle::Upper, a.getNumRows(), vectors.data(),
                        leadingDimension(vectors), values.data());
     });
-    fixSigns(vectors, nullptr);
+    turn(vectors, nullptr);
     return {std::move(values), std::move(vectors)};
 }
 

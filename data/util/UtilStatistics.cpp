@@ -265,7 +265,6 @@ Matrix Util::cholesky(const Matrix& a, TriangularityType triangle) {
     return triangleOf(factor, triangle);
 }
 
-SVD Util::svd(const Matrix& a) { return a.svd(); }
 Spectral Util::spectral(const Matrix& a) { return symmetricDecomposition(a); }
 
 GroupStatistic Util::groupStatistic(const Matrix& a, const IntVector& groups, bool groupCovariances,

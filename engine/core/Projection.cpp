@@ -36,4 +36,29 @@ Matrix project(std::string_view operation, const Matrix& x, const Matrix& direct
     return result;
 }
 
+Matrix projectTransposed(std::string_view operation, const Matrix& x, const Matrix& directions) {
+    constexpr std::int64_t kProducts = 100'000'000;
+    using Support::Transpose;
+    const std::int64_t n = x.getNumRows();
+    const std::int64_t p = x.getNumCols();
+    const std::int64_t k = directions.getNumCols();
+    const std::int64_t step =
+        std::clamp<std::int64_t>(kProducts / std::max<std::int64_t>(n * k, 1), 16, 8192);
+    Matrix result(x.getNumCols(), directions.getNumCols(), MatrixOrderType::columnMajor,
+                  Storage::kUnfilled);
+    result.setName(x.getName());
+    const bool byRows = x.getMatrixOrder() == MatrixOrderType::rowMajor;
+    ProgressPhase phase("Projecting columns", static_cast<std::uint64_t>(p));
+    for (std::int64_t first = 0; first < p && k > 0; first += step) {
+        const std::int64_t columns = std::min(step, p - first);
+        Veltrix::Checks::routine(operation, [&] {
+            Support::gemm(byRows ? Transpose::No : Transpose::Yes, Transpose::No, columns, k, n,
+                          1.0, x.data() + first * (byRows ? 1 : n), byRows ? p : n,
+                          directions.data(), n, 0.0, result.data() + first, p);
+        });
+        phase.advance(static_cast<std::uint64_t>(columns));
+    }
+    return result;
+}
+
 }  // namespace Veltrix::Engine

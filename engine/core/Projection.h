@@ -10,4 +10,8 @@ namespace Veltrix::Engine {
 /// in row blocks that report progress. The number of columns must agree.
 Matrix project(std::string_view operation, const Matrix& x, const Matrix& directions);
 
+/// xᵀ times directions (n × k, column-major), p × k, column-major and with the name of x; otherwise
+/// as `project`, with rows for columns.
+Matrix projectTransposed(std::string_view operation, const Matrix& x, const Matrix& directions);
+
 }  // namespace Veltrix::Engine

@@ -63,6 +63,7 @@
 #include "Veltrix/Engine/PCA.h"
 #include "Veltrix/Engine/Roles.h"
 #include "Veltrix/Engine/Sampling.h"
+#include "Veltrix/Engine/TM/ConceptExtractor.h"
 #include "Veltrix/Engine/TM/TextMiner.h"
 #include "Veltrix/Engine/TS/ARIMA/ARMA.h"
 #include "Veltrix/Engine/TS/ARIMA/Data.h"

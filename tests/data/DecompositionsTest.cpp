@@ -174,6 +174,68 @@ TEST_P(Decomposition, svdReconstructs) {
     }
 }
 
+/// A matrix of these singular values in a random frame.
+Matrix withSingularValues(int rows, int cols, const Vector& values, MatrixOrderType order) {
+    const int rank = static_cast<int>(values.size());
+    Matrix left = randomMatrix(rows, rank, kByColumns, 31).qr().q(rows, rank);
+    for (int j = 0; j < rank; ++j) left(Selection::all, j) *= values[static_cast<std::uint64_t>(j)];
+    const Matrix right = randomMatrix(cols, rank, kByColumns, 32).qr().q(cols, rank);
+    return ordered(left * Util::transpose(right), order);
+}
+
+/// The spaces of both decompositions' vectors agree: so do the projections on them.
+void expectSameSpaces(const SVD& found, const SVD& wanted) {
+    const Matrix& u = found.getLeftSingular();
+    const Matrix& v = found.getRightSingular();
+    const Matrix uu = Util::transpose(wanted.getLeftSingular()) * u;
+    const Matrix vv = v * Util::transpose(wanted.getRightSingular());
+    const Tolerance close{0.0, 1e-8};
+    EXPECT_TRUE(matches(wanted.getLeftSingular() * uu, u, close));
+    EXPECT_TRUE(matches(vv * wanted.getRightSingular(), v, close));
+    checkSigns(u);
+}
+
+TEST_P(Decomposition, leadingTripletsAreThoseOfTheWhole) {
+    const auto spectrum = [](int count, auto value) {
+        Vector values;
+        for (int i = 0; i < count; ++i) values.push_back(value(i));
+        return values;
+    };
+    const Vector falling = spectrum(300, [](int i) { return 100.0 / (1.0 + i); });
+    const Vector steep = spectrum(300, [](int i) { return std::pow(0.8, i); });
+    // More equal values than a block of the iteration has vectors, and hardly any others.
+    const Vector equal = spectrum(300, [](int i) { return i < 24 ? 3.0 : i < 28 ? 2.0 : 1e-3; });
+    const Vector low = spectrum(12, [](int i) { return 2.0 + i % 2; });
+    const struct {
+        Matrix a;
+        int count;
+    } cases[] = {
+        {withSingularValues(420, 300, falling, order()), 20},
+        {withSingularValues(300, 420, falling, order()), 5},
+        {withSingularValues(300, 300, steep, order()), 25},
+        {withSingularValues(420, 300, equal, order()), 28},
+        {withSingularValues(420, 300, equal, order()), 30},  // the cut parts equal values
+        {withSingularValues(420, 300, low, order()), 12},
+        {withSingularValues(420, 300, low, order()), 20},
+        {1e-120 * withSingularValues(420, 300, falling, order()), 10},
+        {randomMatrix(420, 300, order(), 33), 30},
+        {randomMatrix(9, 4, order(), 34), 3},
+        {randomMatrix(9, 4, order(), 35), 0},
+        {Matrix(400, 300, order()), 2},
+    };
+    for (const auto& [a, count] : cases) {
+        SCOPED_TRACE(shapeOf(a) + ", " + std::to_string(count));
+        const SVD whole = a.svd();
+        const SVD found = Util::svd(a, count);
+        const IntVector first = Util::range(0, count);
+        const Vector wanted = Util::select(whole.getSingularValues(), first);
+        const double scale = count > 0 ? wanted[0] : 0.0;
+        EXPECT_TRUE(allNear(found.getSingularValues(), wanted, {1e-9, 1e-12 * scale}));
+        expectSameSpaces(found, {wanted, whole.getLeftSingular()(Selection::all, first),
+                                 whole.getRightSingular()(first, Selection::all)});
+    }
+}
+
 /// Symmetric with eigenvalues 2 - 2cos(kπ/(n + 1)), k = 1..n.
 Matrix secondDifferences(int n, MatrixOrderType order) {
     return made(n, n, order, [](int i, int j) {
@@ -324,6 +386,9 @@ TEST_P(Decomposition, misuseNamesTheOperation) {
     expectRefused({
         {"QR: entry (3, 2) is NaN", [&] { (void)withNaN.qr(); }},
         {"SVD: entry (3, 2) is NaN", [&] { (void)withNaN.svd(); }},
+        {"SVD: entry (3, 2) is NaN", [&] { (void)Util::svd(withNaN, 2); }},
+        {"SVD: 4 singular values, at most 3 expected", [&] { (void)Util::svd(three, 4); }},
+        {"SVD: singular values -1, at least 0 expected", [&] { (void)Util::svd(three, -1); }},
         {"decomposition: entry (0, 1) is infinite", [&] { (void)Util::spectral(withInfinity); }},
         {"Number of elements does not match.", [&] { (void)Util::spectral(flat); }},
         {"Block of Q: 4 x 1 asked for, Q is 3 x 3", [&] { (void)qr.q(4, 1); }},

@@ -145,6 +145,8 @@ TEST(FailedAllocations, comeOutOfCalculations) {
     const Matrix square = Util::covariance(randomMatrix(30, 4, kByColumns, 3));
     const Matrix factor = Util::cholesky(square, TriangularityType::upper);
     const IntVector groups{0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2};
+    Matrix large(256, 256);
+    for (int i = 0; i < 256; ++i) large(i, i) = 1.0 / (1.0 + i * i);
     const Vector response(12, 1.0);
     const Steps<Matrix> steps = {
         {"product", [](Matrix& a) { (void)(Util::transpose(a) * a * Vector(4, 1.0)); }},
@@ -159,6 +161,7 @@ TEST(FailedAllocations, comeOutOfCalculations) {
          }},
         {"qr", [&](Matrix& a) { (void)a.qr().qMultiply(response, SideType::left, true); }},
         {"svd", [](Matrix& a) { (void)a.svd(); }},
+        {"leading triplets", [&](Matrix&) { (void)Util::svd(large, 2); }},
         {"spectral", [&](Matrix&) { (void)Util::spectral(square); }},
         {"correlation", [](Matrix& a) { (void)Util::correlation(a, true); }},
         {"groups", [&](Matrix& a) { (void)Util::groupStatistic(a, groups, true, true); }},

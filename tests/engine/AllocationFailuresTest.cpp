@@ -373,6 +373,15 @@ TEST(AllocationFailures, ComponentsAndVariates) {
                    {"scores", [&](auto& m) { m.transform(two); }}});
 }
 
+TEST(AllocationFailures, Concepts) {
+    using Engine::TM::ConceptExtractor;
+    surviveStored(ConceptExtractor({60.0, 0}).fit(kData.x), ConceptExtractor().fit(kMore.x),
+                  {{"fit", [](auto& m) { m.fit(kMore.x); }},
+                   {"number", [](auto& m) { m.computeNumConcepts(1, 1); }},
+                   {"documents", [](auto& m) { m.cdm(kMore.x, true); }},
+                   {"terms", [](auto& m) { m.termImportance(m.tcm(kMore.x, true)); }}});
+}
+
 /// `values` are the response of `kMore` as numbers.
 template <class Tree>
 void surviveTree(int response, const Vector& values, Steps<Tree> steps) {

@@ -318,6 +318,12 @@ RuleLevels fitted(unsigned seed) {
     return mined<RuleLevels>(seed);
 }
 
+using Concepts = Engine::TM::ConceptExtractor;
+template <>
+Concepts fitted(unsigned seed) {
+    return Concepts({80.0, 0}).fit(predictors(seed));
+}
+
 template <class Model>
 class StoredModels : public testing::Test {};
 
@@ -327,7 +333,8 @@ using Models =
                    NumberNetwork, Engine::Encoder, Engine::CatReducer, Series, Autoregression,
                    MovingAverage, Arma, Seasonal, Smoothing::MovingAverage, Smoothing::Exponential,
                    Smoothing::DoubleExponential, Smoothing::MulHoltWinters,
-                   Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels>;
+                   Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels,
+                   Concepts>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {
