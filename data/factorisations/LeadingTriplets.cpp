@@ -230,20 +230,22 @@ struct Candidates {
 };
 
 std::optional<Candidates> iterate(const Matrix& gram, int count) {
-    const std::int64_t capacity = gram.getNumRows() / 2 / kBlock * kBlock;
+    const std::int64_t capacity = gram.getNumRows() * std::int64_t{3} / 5 / kBlock * kBlock;
     KrylovBasis basis(gram, capacity);
     std::int64_t check = std::max<std::int64_t>(4 * kBlock, std::int64_t{3} * count);
     ProgressPhase phase("Leading singular vectors", static_cast<std::uint64_t>(capacity));
     while (!basis.full()) {
         if (!basis.grow()) return std::nullopt;
         phase.advance(kBlock);
-        if (basis.size() < check || basis.size() <= count) continue;
-        check += check / 3;
+        if ((basis.size() < check && !basis.full()) || basis.size() <= count) continue;
         const KrylovBasis::Pairs pairs = basis.pairs();
         const double* const last = pairs.values.data() + pairs.values.size() - 1;
         const double gap = last[1 - count] - last[-count];
+        const double residual = basis.residual(pairs, count);
         const double enough = std::max(0.01 * kAccuracy * gap, 4.0 * kEpsilon * *last);
-        if (basis.residual(pairs, count) > enough) continue;
+        // Once the residual falls it falls fast.
+        check += check / (residual < gap ? 8 : 3);
+        if (residual > enough) continue;
         return Candidates{basis.vectors(pairs, count), std::max(last[-count], 0.0)};
     }
     return std::nullopt;
