@@ -2,10 +2,7 @@
 // input.
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <limits>
-#include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,8 +12,8 @@
 #include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/TM/ConceptExtractor.h"
-#include "tests/support/Paths.h"
 #include "tests/support/Refusals.h"
+#include "tests/support/TextCases.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -32,41 +29,23 @@ constexpr auto kByRows = MatrixOrderType::rowMajor;
 
 /// The lists of numbers of a reference case by name.
 struct Quantities {
-    std::map<std::string, std::vector<double>> lists;
+    const TextCases& cases;
+    std::string prefix;
 
-    const std::vector<double>& operator()(const std::string& name) const { return lists.at(name); }
-    int number(const std::string& name) const { return static_cast<int>(lists.at(name).at(0)); }
-    bool has(const std::string& name) const { return lists.count(name) != 0; }
+    std::vector<double> operator()(const std::string& name) const {
+        return cases.numbers(prefix + name);
+    }
+    int number(const std::string& name) const { return static_cast<int>((*this)(name).at(0)); }
+    bool has(const std::string& name) const { return cases.has(prefix + name); }
 
     Matrix matrix(const std::string& name, int rows, MatrixOrderType order = kByColumns) const {
-        const std::vector<double>& values = lists.at(name);
-        const int cols = static_cast<int>(values.size()) / rows;
-        Matrix result(rows, cols, order);
-        for (int i = 0; i < rows; ++i) {
-            for (int j = 0; j < cols; ++j) {
-                result(i, j) = values.at(static_cast<std::size_t>(i * cols + j));
-            }
-        }
-        return result;
+        const std::vector<double> values = (*this)(name);
+        const Matrix byRows(rows, static_cast<int>(values.size()) / rows,
+                            Vector(values.begin(), values.end()), kByRows);
+        Matrix result(rows, byRows.getNumCols(), order);
+        return result += byRows;
     }
 };
-
-std::map<std::string, Quantities> readCases() {
-    std::map<std::string, Quantities> cases;
-    std::ifstream file(std::string(kTestData) + "/text/concept_cases.txt");
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream cells(line);
-        std::string key;
-        std::size_t count = 0;
-        cells >> key >> count;
-        const std::size_t dot = key.find('.');
-        auto& values = cases[key.substr(0, dot)].lists[key.substr(dot + 1)];
-        values.resize(count);
-        for (double& value : values) cells >> value;
-        if (!cells) throw std::runtime_error("concept_cases.txt: " + line);
-    }
-    return cases;
-}
 
 /// Column by column, up to the sign of the whole column; the given rows, or all.
 testing::AssertionResult sameUpToSigns(const Matrix& actual, const Matrix& expected,
@@ -133,10 +112,12 @@ void checkFactors(const Quantities& quantities, const std::string& item, MatrixO
 }
 
 TEST(ConceptExtractor, ReferenceResults) {
-    const auto cases = readCases();
-    ASSERT_EQ(cases.size(), 9U);
-    for (const auto& [name, quantities] : cases) {
+    const TextCases cases("text/concept_cases.txt");
+    const std::vector<std::string> names = cases.casesWith(".singular_values");
+    ASSERT_EQ(names.size(), 9U);
+    for (const std::string& name : names) {
         SCOPED_TRACE(name);
+        const Quantities quantities{cases, name + "."};
         for (const auto order : {kByColumns, kByRows}) {
             const Matrix m =
                 quantities.matrix("values_row_major", quantities.number("rows"), order);
