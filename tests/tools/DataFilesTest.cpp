@@ -1,5 +1,7 @@
 // One table in the forms in which programs export it: every one gives the model of the plain file.
+#include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -74,6 +76,56 @@ TEST_F(DataFiles, RowsAreChosen) {
     const JsonReport scores(outputOf(
         {"predict --format json --rows 4- --where part!=odd --model", model, "--data", more}));
     EXPECT_EQ(scores.column("Predictions", "Row"), (std::vector<double>{4, 6, 8, 9}));
+}
+
+// Figures of pandas 1.5.3.
+TEST(Describe, ColumnsAsOtherSoftwareDescribesThem) {
+    const JsonReport report(outputOf({"describe --correlations --format json --data",
+                                      std::string(kTestData) + "/learners/airquality_tree.csv"}));
+    const std::vector<std::pair<const char*, double>> figures = {
+        {"Values", 111},
+        {"Missing", 0},
+        {"Distinct", 93},
+        {"Mean", 184.80180180180182},
+        {"Std. deviation", 91.15230210226278},
+        {"Minimum", 7},
+        {"Lower quartile", 113.5},
+        {"Median", 207},
+        {"Upper quartile", 255.5},
+        {"Maximum", 334},
+        {"Skewness", -0.49293305191831843},
+        {"Kurtosis", -0.9164161551530232}};
+    for (const auto& [heading, value] : figures) {
+        EXPECT_NEAR(report.column("Columns of numbers", heading)[0], value, 1e-12) << heading;
+    }
+    const std::vector<double> correlations = report.column("Correlations", "Solar.R");
+    EXPECT_NEAR(correlations[1], -0.127183453498, 1e-12);
+    EXPECT_NEAR(correlations[4], 0.348341692994, 1e-12);
+    EXPECT_EQ(report.texts("Most frequent categories", "Category").front(), "train");
+}
+
+// Two cells are missing and one row is not chosen; constants have no shape, and the sum of squares
+// of the last column is beyond all doubles.
+TEST_F(DataFiles, DescribedWithMissingAndExtremeValues) {
+    const std::string odd = folder.write("odd.csv",
+                                         "x,c,kind,big\n1,7,b,1e200\n,7,a,-1e200\n3,7,a,1e200\n"
+                                         "5,7,,-1e200\n99,0,b,0\n");
+    const JsonReport report(
+        outputOf({"describe --correlations --rows 1-4 --format json --data", odd}));
+    const std::string table = "Columns of numbers";
+    EXPECT_EQ(report.column(table, "Missing"), (std::vector<double>{1, 0, 0}));
+    EXPECT_EQ(report.column(table, "Mean"), (std::vector<double>{3, 7, 0}));
+    const std::vector<double> deviations = report.column(table, "Std. deviation");
+    EXPECT_EQ(deviations[0], 2.0);
+    EXPECT_EQ(deviations[1], 0.0);
+    EXPECT_NEAR(deviations[2] / 1e200, std::sqrt(4.0 / 3.0), 1e-14);
+    EXPECT_TRUE(std::isnan(report.column(table, "Skewness")[1]));
+    EXPECT_EQ(report.texts("Most frequent categories", "Category"),
+              (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(report.column("Columns of text", "Missing"), (std::vector<double>{1}));
+    EXPECT_TRUE(std::isnan(report.column("Correlations", "c")[0]));
+    // Of x and big, the rows 1, 3 and 4: both fall together once.
+    EXPECT_NEAR(report.column("Correlations", "x")[2], -std::sqrt(3.0) / 2.0, 1e-14);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "tools/veltrix/families/ClusterCommand.h"
+#include "tools/veltrix/families/DescribeCommand.h"
 #include "tools/veltrix/families/PartitionCommand.h"
 #include "tools/veltrix/families/PredictCommand.h"
 #include "tools/veltrix/families/SampleCommand.h"
@@ -45,6 +46,7 @@ std::unique_ptr<Family> makeFamily(std::string_view name) {
 
 std::vector<std::unique_ptr<Command>> makeCommands() {
     std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(std::make_unique<DescribeCommand>());
     for (std::unique_ptr<Family>& family : makeFamilies()) {
         commands.push_back(std::make_unique<FamilyCommand>(std::move(family)));
     }
