@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <functional>
 
 #include "Veltrix/Data/PackedDistances.h"
 #include "Veltrix/Data/Progress.h"
@@ -128,11 +127,10 @@ void computeDistances(const Points& outer, const Points& inner, StripKernel kern
     }
 }
 
-/// The distances of all pairs of rows i < j of one set, block by block. A sum runs over all
-/// coordinates at once, which rounds as sums that are continued do.
+/// The distances of all pairs of rows i < j of one set, packed. A sum runs over all coordinates at
+/// once, which rounds as sums that are continued do.
 template <class Finish>
-void visitPairs(const Points& rows, StripKernel kernel, Finish finish,
-                const std::function<void(const DistanceBlock&)>& visit) {
+void computePairs(const Points& rows, StripKernel kernel, double* result, Finish finish) {
     const std::int64_t depth = std::max<std::int64_t>(rows.dimensions, 1);
     const std::int64_t width =
         std::min(roundUp(rows.count, kInnerPanel),
@@ -158,9 +156,12 @@ void visitPairs(const Points& rows, StripKernel kernel, Finish finish,
             pack(rows, l, strip.outerCount, 0, rows.dimensions, kOuterPanel, outerPanel.data());
             kernel(strip);
             for (std::int64_t r = 0; r < strip.outerCount; ++r) {
-                finish(strip.target + r * width, strip.innerCount, l + r, i);
+                double* const line = strip.target + r * width;
+                finish(line, strip.innerCount, l + r, i);
+                const std::int64_t first = std::max(i, l + r + 1);
+                std::copy(line + (first - i), line + strip.innerCount,
+                          result + packedIndex(rows.count, l + r, first));
             }
-            visit({l, strip.outerCount, i, strip.innerCount, strip.target, width});
             phase.advance(static_cast<std::uint64_t>(strip.outerCount * strip.innerCount));
         }
         // What lies below the diagonal comes for nothing.
@@ -303,27 +304,13 @@ Matrix Util::pairwiseDistance(const Matrix& a, bool squared, DissimilarityType t
     return result;
 }
 
-void visitDistances(const Matrix& a, bool squared, DissimilarityType type,
-                    const std::function<void(const DistanceBlock&)>& visit) {
-    distancesOfRows(a, squared, type,
-                    [&](const Points& rows, StripKernel kernel, const auto& finish) {
-                        visitPairs(rows, kernel, finish, visit);
-                    });
-}
-
 Vector packedDistances(const Matrix& a, DissimilarityType type) {
     Checks::enumerator("Pairwise distance", "dissimilarity type", type, 1, 7);
-    const std::int64_t n = a.getNumRows();
-    Vector result(packedSize(n), Storage::kUnfilled);
-    visitDistances(a, false, type, [&](const DistanceBlock& block) {
-        for (std::int64_t r = 0; r < block.numRows; ++r) {
-            const std::int64_t row = block.firstRow + r;
-            const std::int64_t first = std::max(block.firstColumn, row + 1);
-            const double* line = block.values + r * block.step;
-            std::copy(line + (first - block.firstColumn), line + block.numColumns,
-                      result.data() + packedIndex(n, row, first));
-        }
-    });
+    Vector result(packedSize(a.getNumRows()), Storage::kUnfilled);
+    distancesOfRows(a, false, type,
+                    [&](const Points& rows, StripKernel kernel, const auto& finish) {
+                        computePairs(rows, kernel, result.data(), finish);
+                    });
     return result;
 }
 

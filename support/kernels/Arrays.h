@@ -37,21 +37,25 @@ struct CompensatedSum {
 
 /// Points of the outer set in one panel, of the inner set in one panel.
 constexpr std::int64_t kOuterPanel = 6;
-constexpr std::int64_t kInnerPanel = 8;
+template <class Number>
+constexpr std::int64_t kInnerPanelOf = static_cast<std::int64_t>(64 / sizeof(Number));
+constexpr std::int64_t kInnerPanel = kInnerPanelOf<double>;
 
 /// A strip of tiles of distances: one outer panel against consecutive inner panels. In a panel the
 /// coordinates of its points stand side by side: coordinate k of point r at [k · width + r].
-struct DistanceStrip {
+template <class Number>
+struct DistanceStripOf {
     std::int64_t depth;  ///< number of coordinates
-    const double* outer;
+    const Number* outer;
     std::int64_t outerWidth;  ///< kOuterPanel, or 1 for a single point
     std::int64_t outerCount;  ///< points of the panel that are not padding
-    const double* inner;
+    const Number* inner;
     std::int64_t innerCount;  ///< points in all the inner panels, without padding
-    double* target;           ///< outer point r against inner point c at [r · targetStep + c]
+    Number* target;           ///< outer point r against inner point c at [r · targetStep + c]
     std::int64_t targetStep;
     bool accumulate;  ///< continue the sums in the target; otherwise they start from 0
 };
+using DistanceStrip = DistanceStripOf<double>;
 
 /// Outer points of a `NearRowsStrip`; inner points in one of its panels.
 constexpr std::int64_t kNearOuter = 6;

@@ -31,6 +31,33 @@ using LaneBits [[gnu::vector_size(16)]] = int64_t;
     __builtin_memcpy(place, &values, sizeof values);
 }
 
+/// The same in single precision.
+constexpr int64_t kFloatLanes = 2 * kLanes;
+using FloatLanes [[gnu::vector_size(kLanes * 8)]] = float;
+using FloatBits [[gnu::vector_size(kLanes * 8)]] = std::int32_t;
+
+[[gnu::always_inline]] inline FloatLanes load(const float* place) {
+    FloatLanes result;
+    __builtin_memcpy(&result, place, sizeof result);
+    return result;
+}
+[[gnu::always_inline]] inline void store(float* place, const FloatLanes& values) {
+    __builtin_memcpy(place, &values, sizeof values);
+}
+
+template <class Number>
+struct LanesOf;
+template <>
+struct LanesOf<double> {
+    using Type = Lanes;
+    static constexpr int64_t kCount = kLanes;
+};
+template <>
+struct LanesOf<float> {
+    using Type = FloatLanes;
+    static constexpr int64_t kCount = kFloatLanes;
+};
+
 /// Sum of the lanes, halves first.
 [[gnu::always_inline]] inline double total(const Lanes& x) {
     double sum = 0.0;
@@ -46,6 +73,9 @@ using LaneBits [[gnu::vector_size(16)]] = int64_t;
 
 [[gnu::always_inline]] inline Lanes magnitude(const Lanes& x) {
     return reinterpret_cast<Lanes>(magnitudeBits(x));
+}
+[[gnu::always_inline]] inline FloatLanes magnitude(const FloatLanes& x) {
+    return reinterpret_cast<FloatLanes>(reinterpret_cast<FloatBits>(x) & 0x7fffffff);
 }
 
 }  // namespace

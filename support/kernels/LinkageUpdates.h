@@ -29,12 +29,11 @@ struct LinkageUpdates {
     /// first[k] = d(k, i∪j) for n clusters k, from first[k] = d(i,k) and second[k] = d(j,k).
     void (*update)(std::int64_t n, double* first, const double* second,
                    const LinkageCoefficients& coefficients);
-    /// Where x is smaller than `least`, takes it over and notes `place`; the next smallest of all
-    /// is in `second`. NaN is passed over.
-    void (*keepTwoSmallest)(std::int64_t n, const double* x, double place, double* least,
-                            double* second, double* places);
     void (*updateByWard)(std::int64_t n, double* first, const double* second,
                          const double* clusterSizes, const WardSizes& merged);
+    /// The same with one division in place of three, rounded differently.
+    void (*updateByWardQuickly)(std::int64_t n, double* first, const double* second,
+                                const double* clusterSizes, const WardSizes& merged);
 };
 
 /// The kernels for this processor.

@@ -52,19 +52,18 @@ void updateByWard(int64_t n, double* __restrict first, const double* __restrict 
     for (; k < n; ++k) updatedByWard(first[k], second[k], clusterSizes[k], merged);
 }
 
-void keepTwoSmallest(int64_t n, const double* __restrict x, double place, double* __restrict least,
-                     double* __restrict second, double* __restrict places) {
+void updateByWardQuickly(int64_t n, double* __restrict first, const double* __restrict second,
+                         const double* __restrict clusterSizes, const WardSizes& merged) {
+    const double both = merged.first + merged.second;
     for (int64_t k = 0; k < n; ++k) {
-        const double value = x[k];
-        const bool nearer = value < least[k];
-        const double other = nearer ? least[k] : value;
-        second[k] = other < second[k] ? other : second[k];
-        least[k] = nearer ? value : least[k];
-        places[k] = nearer ? place : places[k];
+        const double size = clusterSizes[k];
+        first[k] = ((size + merged.second) * second[k] + (size + merged.first) * first[k] -
+                    size * merged.distance) /
+                   (size + both);
     }
 }
 
-constexpr Veltrix::Kernels::LinkageUpdates kLinkageUpdates = {update, keepTwoSmallest,
-                                                              updateByWard};
+constexpr Veltrix::Kernels::LinkageUpdates kLinkageUpdates = {update, updateByWard,
+                                                              updateByWardQuickly};
 
 }  // namespace

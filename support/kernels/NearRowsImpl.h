@@ -12,15 +12,6 @@ using Veltrix::Kernels::kNearInner;
 using Veltrix::Kernels::kNearOuter;
 using Veltrix::Kernels::NearRowsStrip;
 
-constexpr int64_t kFloatLanes = 2 * kLanes;
-using FloatLanes [[gnu::vector_size(kLanes * 8)]] = float;
-
-[[gnu::always_inline]] inline FloatLanes load(const float* place) {
-    FloatLanes result;
-    __builtin_memcpy(&result, place, sizeof result);
-    return result;
-}
-
 /// Whether no lane of a comparison is set.
 template <class Comparison>
 [[gnu::always_inline]] inline bool none(const Comparison& lanes) {

@@ -11,7 +11,7 @@
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "engine/unsupervised/HC/Bounds.h"
-#include "support/kernels/Arrays.h"
+#include "support/kernels/ClusterRows.h"
 #include "support/kernels/LinkageUpdates.h"
 
 namespace Veltrix::Engine::HC {
@@ -22,6 +22,7 @@ using Kernels::WardSizes;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr std::int32_t kUnknown = -1;
+constexpr std::size_t kAhead = 16;
 constexpr std::int32_t kWard = 7;
 
 /// The coefficients for clusters of sizes n_i and n_j at distance d(i,j); not for Ward.
@@ -54,9 +55,9 @@ LinkageCoefficients coefficientsOf(std::int32_t linkage, double first, double se
 /// clusters of least bound: the first one, once its nearest is known, is the first of all pairs in
 /// the order of (distance, first place, second place). Places in the order of labels stay so.
 ///
-/// Clusters that were merged into others keep their place until a quarter of the places is not in
-/// use; then the triangle moves together, which keeps what follows in the cache. Distances to such
-/// places are infinite or NaN in the rows of those in use, so that no search finds them.
+/// Clusters that were merged into others keep their place until half of the places are not in
+/// use; then the triangle moves together. Distances to such places are infinite or NaN in the rows
+/// of those in use, so that no search finds them.
 class Agglomeration {
   public:
     Agglomeration(Clusters clusters, std::int32_t linkage);
@@ -70,11 +71,17 @@ class Agglomeration {
         return distances_.data() + (rowStart_[place(i)] + j);
     }
 
+    /// What is a row apart is asked for some rows ahead.
+    std::int32_t soonAfter(std::size_t index) const {
+        return inUse_[std::min(index + kAhead, inUse_.size() - 1)];
+    }
+
     void layOut();
     void moveTogether();
     std::int32_t nearestPair();
     bool isTied(std::int32_t i);
     void search(std::int32_t i);
+    void note(std::int32_t i, const Kernels::NearestTwo<double>& found);
     void merge(std::int32_t i, std::int32_t j);
     void updateBefore(std::int32_t i, std::int32_t j);
     void updateBetween(std::int32_t i, std::int32_t j);
@@ -88,7 +95,7 @@ class Agglomeration {
     std::vector<std::int64_t> rowStart_;  // d(i, j) stands at rowStart_[i] + j
     std::vector<std::int32_t> labels_;
     Vector sizes_;
-    bool bounded_;
+    bool isSearched_;
     Bounds bounds_;
     Vector seconds_;  // no more than the distances to all but the nearest
     std::vector<std::int32_t> nearest_;
@@ -98,6 +105,7 @@ class Agglomeration {
     Vector gatheredSizes_;
     LinkageCoefficients coefficients_{};
     WardSizes ward_{};
+    bool isExact_ = true;  // to the last bit
 };
 
 Agglomeration::Agglomeration(Clusters clusters, std::int32_t linkage)
@@ -107,8 +115,8 @@ Agglomeration::Agglomeration(Clusters clusters, std::int32_t linkage)
       rowStart_(clusters.labels.size()),
       labels_(std::move(clusters.labels)),
       sizes_(std::move(clusters.sizes)),
-      bounded_(!clusters.bounds.empty()),
-      bounds_(bounded_ ? std::move(clusters.bounds) : Vector(labels_.size(), kInfinity)),
+      isSearched_(!clusters.nearest.empty()),
+      bounds_(Vector(labels_.size(), kInfinity)),
       seconds_(labels_.size(), 0.0),
       nearest_(labels_.size(), kUnknown),
       inUse_(labels_.size()),
@@ -116,6 +124,8 @@ Agglomeration::Agglomeration(Clusters clusters, std::int32_t linkage)
       toSecond_(labels_.size()),
       gatheredSizes_(labels_.size()) {
     layOut();
+    std::int32_t i = 0;
+    for (const auto& found : clusters.nearest) note(i++, found);
 }
 
 void Agglomeration::layOut() {
@@ -130,14 +140,15 @@ std::optional<MergingHistory> Agglomeration::run(bool stopAtTies) {
     const auto merges = static_cast<std::size_t>(width_ - 1);
     MergingHistory history;
     history.reserve(merges);
-    ProgressPhase phase("Merging clusters", packedSize(width_) * (bounded_ ? 3 : 4));
+    isExact_ = !stopAtTies;
+    ProgressPhase phase("Merging clusters", packedSize(width_) * (isSearched_ ? 3 : 4));
     bounds_.set(width_ - 1, kInfinity);
-    for (std::int32_t i = 0; !bounded_ && i + 1 < width_; ++i) {
+    for (std::int32_t i = 0; !isSearched_ && i + 1 < width_; ++i) {
         search(i);
         phase.advance(place(width_ - i - 1));
     }
     while (inUse_.size() > 1) {
-        if (4 * inUse_.size() <= 3 * place(width_)) moveTogether();
+        if (2 * inUse_.size() <= place(width_)) moveTogether();
         const std::int32_t i = nearestPair();
         if (i == kUnknown) {
             if (stopAtTies) return std::nullopt;
@@ -208,20 +219,14 @@ bool Agglomeration::isTied(std::int32_t i) {
 /// Looks the nearest of the clusters after i up, and the distance to the next nearest. A bound of
 /// infinity says that there is none at a finite distance.
 void Agglomeration::search(std::int32_t i) {
-    double* const first = entry(i, i + 1);
-    const std::int64_t count = width_ - i - 1;
-    const double least = Kernels::arrays().smallest(count, first);
-    bounds_.set(i, kInfinity);
-    seconds_.data()[i] = kInfinity;
-    nearest_[place(i)] = kUnknown;
-    if (!(least < kInfinity)) return;
-    double* const found = std::find(first, first + count, least);
-    *found = kInfinity;
-    const double second = Kernels::arrays().smallest(count, first);
-    *found = least;
-    bounds_.set(i, least);
-    if (second < kInfinity) seconds_.data()[i] = second;
-    nearest_[place(i)] = static_cast<std::int32_t>(found - first) + i + 1;
+    note(i, Kernels::clusterRows<double>().nearestTwo(width_ - i - 1, entry(i, i + 1)));
+}
+
+void Agglomeration::note(std::int32_t i, const Kernels::NearestTwo<double>& found) {
+    bounds_.set(i, found.least);
+    seconds_.data()[i] = found.second;
+    nearest_[place(i)] =
+        found.least < kInfinity ? static_cast<std::int32_t>(i + 1 + found.place) : kUnknown;
 }
 
 /// The nearest of k is not what it was; what is known is that the others are no nearer than the
@@ -252,6 +257,9 @@ void Agglomeration::updateBefore(std::int32_t i, std::int32_t j) {
     std::int64_t count = 0;
     for (const std::int32_t k : inUse_) {
         if (k >= i) break;
+        const std::int32_t ahead = std::min(soonAfter(place(count)), i);
+        __builtin_prefetch(entry(ahead, i), 1);
+        __builtin_prefetch(entry(ahead, j), 1);
         toFirst_.data()[count] = *entry(k, i);
         toSecond_.data()[count] = std::exchange(*entry(k, j), kInfinity);
         gatheredSizes_.data()[count] = sizes_.data()[k];
@@ -293,10 +301,13 @@ void Agglomeration::offer(std::int32_t k, std::int32_t i, std::int32_t j, double
 /// The distances of the clusters between i and j: to i they stand in its row, to j in their own.
 void Agglomeration::updateBetween(std::int32_t i, std::int32_t j) {
     std::fill(toSecond_.data(), toSecond_.data() + (j - i - 1), kInfinity);
-    for (auto k = std::upper_bound(inUse_.begin(), inUse_.end(), i); k != inUse_.end() && *k < j;
-         ++k) {
-        toSecond_.data()[*k - i - 1] = std::exchange(*entry(*k, j), kInfinity);
-        if (nearest_[place(*k)] == j) forget(*k);
+    const auto next = std::upper_bound(inUse_.begin(), inUse_.end(), i);
+    for (auto c = static_cast<std::size_t>(next - inUse_.begin()); c < inUse_.size(); ++c) {
+        const std::int32_t k = inUse_[c];
+        if (k >= j) break;
+        __builtin_prefetch(entry(std::min(soonAfter(c), j), j), 1);
+        toSecond_.data()[k - i - 1] = std::exchange(*entry(k, j), kInfinity);
+        if (nearest_[place(k)] == j) forget(k);
     }
     update(j - i - 1, entry(i, i + 1), toSecond_.data(), sizes_.data() + i + 1);
 }
@@ -305,7 +316,8 @@ void Agglomeration::update(std::int64_t n, double* first, const double* second,
                            const double* sizes) const {
     const Kernels::LinkageUpdates& kernels = Kernels::linkageUpdates();
     if (linkage_ == kWard) {
-        kernels.updateByWard(n, first, second, sizes, ward_);
+        (isExact_ ? kernels.updateByWard : kernels.updateByWardQuickly)(n, first, second, sizes,
+                                                                        ward_);
     } else {
         kernels.update(n, first, second, coefficients_);
     }

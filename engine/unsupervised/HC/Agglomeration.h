@@ -6,6 +6,7 @@
 
 #include "Veltrix/Data/Vector.h"
 #include "Veltrix/Engine/HC.h"
+#include "support/kernels/ClusterRows.h"
 
 namespace Veltrix::Engine::HC {
 
@@ -14,8 +15,9 @@ struct Clusters {
     Vector distances;  ///< packed as `packedDistances` does
     std::vector<std::int32_t> labels;
     Vector sizes;
-    /// No more than the distance from each to the nearest of those after it; empty when unknown.
-    Vector bounds = {};
+    /// Of each: the distance to the nearest of those after it, the place of that cluster among
+    /// them, and the distance to the next nearest; nothing when not known.
+    std::vector<Kernels::NearestTwo<double>> nearest = {};
 };
 
 /// n ≥ 2 records by their distances, in their order.

@@ -3,234 +3,210 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <utility>
+#include <vector>
 
-#include "Veltrix/Data/IntVector.h"
 #include "Veltrix/Data/PackedDistances.h"
 #include "Veltrix/Data/Util.h"
 #include "engine/unsupervised/HC/Agglomeration.h"
-#include "support/kernels/Arrays.h"
-#include "support/kernels/LinkageUpdates.h"
+#include "engine/unsupervised/HC/GroupDistances.h"
+#include "engine/unsupervised/HC/Groups.h"
 
 namespace Veltrix::Engine::HC {
 namespace {
 
 using Veltrix::Util;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr std::int32_t kComplete = 2;
+constexpr std::int32_t kWard = 7;
 
 std::size_t place(std::int64_t index) { return static_cast<std::size_t>(index); }
 
-/// For every record the distances to its two nearest others, and the nearest one.
-struct NearestRecords {
-    NearestRecords(const Matrix& x, DissimilarityType type);
-    void look(const DistanceBlock& block);
-
-    Vector least;
-    Vector second;
-    Vector places;
-};
-
-NearestRecords::NearestRecords(const Matrix& x, DissimilarityType type)
-    : least(place(x.getNumRows()), kInfinity),
-      second(place(x.getNumRows()), kInfinity),
-      places(place(x.getNumRows()), -1.0) {
-    visitDistances(x, true, type, [this](const DistanceBlock& block) { look(block); });
-    if (type == DissimilarityType::euclidean) {
-        for (double& distance : least) distance = std::sqrt(distance);
-        for (double& distance : second) distance = std::sqrt(distance);
-    }
+/// Linkages by which a merged cluster is no nearer to others than its two sides were: pairs of
+/// clusters that are each other's nearest merge whatever else happens.
+bool isReducible(std::int32_t linkage) {
+    return (linkage >= kComplete && linkage <= 4) || linkage == kWard;
 }
 
-void NearestRecords::look(const DistanceBlock& block) {
-    for (std::int64_t r = 0; r < block.numRows; ++r) {
-        const std::int64_t row = block.firstRow + r;
-        const std::int64_t first = std::max(block.firstColumn, row + 1);
-        const std::int64_t count = block.firstColumn + block.numColumns - first;
-        if (count <= 0) continue;
-        double* const line = block.values + r * block.step + (first - block.firstColumn);
-        Kernels::linkageUpdates().keepTwoSmallest(count, line, static_cast<double>(row),
-                                                  least.data() + first, second.data() + first,
-                                                  places.data() + first);
-        // Seldom does a part of a line hold one of the two nearest.
-        for (int k = 0; k < 2; ++k) {
-            const double nearest = Kernels::arrays().smallest(count, line);
-            if (!(nearest < second.data()[row])) break;
-            double* const found = std::find(line, line + count, nearest);
-            if (nearest < least.data()[row]) {
-                second.data()[row] = std::exchange(least.data()[row], nearest);
-                places.data()[row] = static_cast<double>(first + (found - line));
-            } else {
-                second.data()[row] = nearest;
-            }
-            *found = kInfinity;
-        }
-    }
-}
-
-/// The records in the order of their places: pairs that are each other's nearest side by side, the
-/// others by the distance to their nearest, so that those come first which merge early.
-class Arrangement {
+/// Merges pairs that are each other's nearest beyond doubt, all of them at a time, while that is
+/// quicker than to merge one by one. What is near is found in single precision.
+class Rounds {
   public:
-    /// Linkages by which a merged cluster is no nearer to others than its two sides were merge such
-    /// pairs whatever else happens.
-    static bool isReducible(std::int32_t linkage) {
-        return (linkage >= 2 && linkage <= 4) || linkage == 7;
-    }
+    Rounds(const Matrix& x, DissimilarityType type, std::int32_t linkage);
 
-    /// False when two distances that matter are the same.
-    bool arrange(const NearestRecords& nearest, bool pairsMerge);
-    Clusters clusters(const Matrix& x, DissimilarityType type, std::int32_t linkage) const;
-    const MergingHistory& merges() const { return merges_; }
+    /// False when nothing was merged.
+    bool mergePairs();
+    const Groups& groups() const { return groups_; }
+    MergingHistory& merges() { return merges_; }
+    /// The clusters that are left.
+    Clusters clusters() const;
 
   private:
-    bool findPairs(const NearestRecords& nearest);
+    void findNearest();
+    float doubtAbout(std::int64_t group, float distance) const;
+    bool isPair(std::int64_t group) const;
+    double distanceOfRecords(std::int32_t i, std::int32_t j) const;
+    double distance(std::int32_t first, std::int32_t second) const;
 
-    std::vector<std::int32_t> records_;
-    MergingHistory merges_;  // of the pairs
-    Vector bounds_;
+    const Matrix& x_;
+    DissimilarityType type_;
+    std::int32_t linkage_;
+    Vector centre_;
+    double scale_ = 1.0;
+    Groups groups_;
+    MergingHistory merges_;
+    double largestSpread_ = 0.0;
+    std::vector<float> least_;
+    std::vector<float> second_;
+    std::vector<float> nearest_;
 };
 
-bool Arrangement::findPairs(const NearestRecords& nearest) {
-    const auto n = static_cast<std::int32_t>(nearest.least.size());
-    for (std::int32_t i = 0; i < n; ++i) {
-        const double distance = nearest.least.data()[i];
-        if (!(distance < kInfinity)) return false;
-        const auto j = static_cast<std::int32_t>(nearest.places.data()[i]);
-        if (j < i || static_cast<std::int32_t>(nearest.places.data()[j]) != i) continue;
-        if (Util::equal(distance, nearest.second.data()[i]) ||
-            Util::equal(distance, nearest.second.data()[j])) {
-            return false;
+Rounds::Rounds(const Matrix& x, DissimilarityType type, std::int32_t linkage)
+    : x_(x),
+      type_(type),
+      linkage_(linkage),
+      centre_(place(x.getNumCols())),
+      groups_(x.getNumRows()) {
+    double largest = 0.0;
+    for (int k = 0; k < x.getNumCols(); ++k) {
+        double low = x(0, k);
+        double high = low;
+        for (int i = 1; i < x.getNumRows(); ++i) {
+            low = std::min(low, x(i, k));
+            high = std::max(high, x(i, k));
         }
-        merges_.push_back({i + 1, j + 1, distance});
+        centre_.data()[k] = low / 2 + high / 2;
+        largest = std::max(largest, high / 2 - low / 2);
     }
-    std::ranges::sort(merges_, {}, &MergeRecord::distance);
-    return std::ranges::adjacent_find(merges_, Util::equal, &MergeRecord::distance) ==
-           merges_.end();
+    if (largest > 0.0) scale_ = 1.0 / largest;
 }
 
-bool Arrangement::arrange(const NearestRecords& nearest, bool pairsMerge) {
-    if (!findPairs(nearest)) return false;
-    if (!pairsMerge) merges_.clear();
-    const std::size_t n = nearest.least.size();
-    std::vector<bool> paired(n, false);
-    for (const auto& [first, second, distance] : merges_) {
-        for (const std::int32_t label : {first, second}) {
-            records_.push_back(label - 1);
-            paired[place(label - 1)] = true;
-        }
-        bounds_.push_back(
-            std::min(nearest.second.data()[first - 1], nearest.second.data()[second - 1]));
-    }
-    for (std::size_t i = 0; i < n; ++i) {
-        if (!paired[i]) records_.push_back(static_cast<std::int32_t>(i));
-    }
-    std::ranges::sort(records_.begin() + static_cast<std::ptrdiff_t>(2 * merges_.size()),
-                      records_.end(), {},
-                      [&](std::int32_t record) { return nearest.least.data()[record]; });
-    for (std::size_t k = 2 * merges_.size(); k < n; ++k) {
-        bounds_.push_back(nearest.least.data()[records_[k]]);
+/// For every cluster the distances to its two nearest others, and the nearest one.
+void Rounds::findNearest() {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const std::size_t count = groups_.labels.size();
+    least_.assign(count, kInfinity);
+    second_.assign(count, kInfinity);
+    nearest_.assign(count, -1.0F);
+    const Kernels::ClusterRows<float>& kernels = Kernels::clusterRows<float>();
+    GroupDistances<float>(x_, centre_, scale_, type_, groups_, linkage_)
+        .visit([&](std::int64_t group, float* distances, std::int64_t n) {
+            const auto own = static_cast<float>(group);
+            const std::size_t at = place(group);
+            kernels.keepTwoSmallest(n, distances, own, least_.data() + at + 1,
+                                    second_.data() + at + 1, nearest_.data() + at + 1);
+            const auto found = kernels.nearestTwo(n, distances);
+            if (found.least < least_[at]) {
+                second_[at] = std::min(std::exchange(least_[at], found.least), found.second);
+                nearest_[at] = static_cast<float>(group + 1 + found.place);
+            } else {
+                second_[at] = std::min(second_[at], found.least);
+            }
+        });
+    largestSpread_ = groups_.spreads.data()[0];
+    for (const double spread : groups_.spreads) largestSpread_ = std::max(largestSpread_, spread);
+}
+
+/// More than rounding can have changed that distance from the cluster, and any shorter one. With
+/// coordinates of at most 1 that are off by ε each, sums of p differences are off by 4pε and by
+/// (p + 4)ε of themselves; the distances' sums over n_A n_B pairs by n_A n_B ε more. By Ward's rule
+/// the mean distance is multiplied by no more than 2 n_A and the spreads are taken off.
+float Rounds::doubtAbout(std::int64_t group, float distance) const {
+    const auto p = static_cast<double>(x_.getNumCols());
+    const auto own = static_cast<double>(groups_.size(group));
+    const auto largest = static_cast<double>(groups_.size(0));
+    const double times = linkage_ == kWard ? 2.0 * own : 1.0;
+    const double taken = linkage_ == kWard ? times * 2.0 * largestSpread_ * scale_ : 0.0;
+    const double doubt = times * 4.0 * p + (p + own * largest + 8.0) * (distance + taken);
+    return static_cast<float>(doubt * std::numeric_limits<float>::epsilon());
+}
+
+/// Whether the cluster and a later one are each other's nearest beyond doubt.
+bool Rounds::isPair(std::int64_t group) const {
+    const auto other = static_cast<std::int64_t>(nearest_[place(group)]);
+    if (other < group || static_cast<std::int64_t>(nearest_[place(other)]) != group) return false;
+    for (const std::int64_t each : {group, other}) {
+        const float second = std::min(second_[place(each)], std::numeric_limits<float>::max());
+        if (!(second - least_[place(each)] > 2 * doubtAbout(each, second))) return false;
     }
     return true;
 }
 
-/// The recurrence for a pair of records and a cluster of `size` others; see `Model`.
-struct PairRule {
-    PairRule(std::int32_t linkage, double size) {
-        if (linkage == 2) ofDifference = 0.5;
-        if (linkage != 7) return;
-        ofEach = (size + 1.0) / (size + 2.0);
-        ofDistance = -size / (size + 2.0);
+double Rounds::distanceOfRecords(std::int32_t i, std::int32_t j) const {
+    double sum = 0.0;
+    double largest = 0.0;
+    const bool isSquared = type_ == DissimilarityType::euclidean;
+    for (int k = 0; k < x_.getNumCols(); ++k) {
+        const double difference = std::fabs(x_(i, k) - x_(j, k));
+        sum += isSquared ? difference * difference : difference;
+        largest = std::max(largest, difference);
     }
-    double operator()(double first, double second, double distance) const {
-        return ofEach * (first + second) + ofDistance * distance +
-               ofDifference * std::fabs(first - second);
-    }
+    if (type_ == DissimilarityType::maximum) return largest;
+    return isSquared ? std::sqrt(sum) : sum;
+}
 
-    double ofEach = 0.5;
-    double ofDistance = 0.0;
-    double ofDifference = 0.0;
-};
-
-/// Writes the distances between clusters from blocks of those between records in their order, of
-/// which the first `merges.size()` pairs are clusters.
-class Reduction {
-  public:
-    Reduction(const MergingHistory& merges, std::int64_t records, std::int32_t linkage,
-              Vector& distances)
-        : numPairs_(static_cast<std::int64_t>(merges.size())),
-          numClusters_(records - numPairs_),
-          alone_(linkage, 1.0),
-          paired_(linkage, 2.0),
-          target_(distances.data()) {
-        for (const MergeRecord& merge : merges) heights_.push_back(merge.distance);
-    }
-
-    void take(const DistanceBlock& block) const {
-        for (std::int64_t r = 0; r < block.numRows;) {
-            const std::int64_t row = block.firstRow + r;
-            double* const line = block.values + r * block.step;
-            if (row >= 2 * numPairs_) {
-                write(row - numPairs_, alone_, line, block);
-                ++r;
-                continue;
-            }
-            // Both lines of the pair stand in the block.
-            const double height = heights_.data()[row / 2];
-            const double* const other = line + block.step;
-            for (std::int64_t c = 0; c < block.numColumns; ++c) {
-                line[c] = alone_(line[c], other[c], height);
-            }
-            write(row / 2, paired_, line, block);
-            r += 2;
+double Rounds::distance(std::int32_t first, std::int32_t second) const {
+    double sum = 0.0;
+    double largest = 0.0;
+    double weighted = 0.0;
+    for (std::int64_t i = groups_.start(first); i < groups_.start(first + 1); ++i) {
+        for (std::int64_t j = groups_.start(second); j < groups_.start(second + 1); ++j) {
+            const double each =
+                distanceOfRecords(groups_.records[place(i)], groups_.records[place(j)]);
+            sum += each;
+            largest = std::max(largest, each);
+            weighted += groups_.shares.data()[i] * groups_.shares.data()[j] * each;
         }
     }
+    const auto a = static_cast<double>(groups_.size(first));
+    const auto b = static_cast<double>(groups_.size(second));
+    const Vector& spreads = groups_.spreads;
+    if (linkage_ == kComplete) return largest;
+    if (linkage_ == 3) return sum / (a * b);
+    if (linkage_ == 4) return weighted;
+    return 2.0 / (a + b) * (sum - a * b * (spreads.data()[first] + spreads.data()[second]));
+}
 
-  private:
-    /// The distances from a cluster to those after it, from those to records.
-    void write(std::int64_t cluster, const PairRule& rule, const double* line,
-               const DistanceBlock& block) const {
-        const std::int64_t end = block.firstColumn + block.numColumns;
-        const std::int64_t pairsFrom = std::max(block.firstColumn / 2, cluster + 1);
-        const std::int64_t pairsEnd = std::min(end / 2, numPairs_);
-        double* to = target_ + packedIndex(numClusters_, cluster, pairsFrom);
-        const double* from = line + (2 * pairsFrom - block.firstColumn);
-        const double* const heights = heights_.data();
-        for (std::int64_t pair = pairsFrom; pair < pairsEnd; ++pair, from += 2) {
-            *to++ = rule(from[0], from[1], heights[pair]);
-        }
-        const std::int64_t first =
-            std::max({block.firstColumn, 2 * numPairs_, cluster + numPairs_ + 1});
-        if (first >= end) return;
-        std::copy(line + (first - block.firstColumn), line + block.numColumns,
-                  target_ + packedIndex(numClusters_, cluster, first - numPairs_));
+bool Rounds::mergePairs() {
+    findNearest();
+    std::vector<GroupMerge> pairs;
+    const auto count = static_cast<std::int32_t>(groups_.count());
+    for (std::int32_t g = 0; isReducible(linkage_) && g < count; ++g) {
+        if (!isPair(g)) continue;
+        std::int32_t first = g;
+        auto second = static_cast<std::int32_t>(nearest_[place(g)]);
+        const auto label = [&](std::int32_t group) { return groups_.labels[place(group)]; };
+        if (label(second) < label(first)) std::swap(first, second);
+        pairs.push_back({first, second, distance(first, second)});
+        merges_.push_back({label(first), label(second), pairs.back().distance});
+        // A merged cluster is as far from the others as its sides were, or farther.
+        for (const std::int32_t each : {first, second}) least_[place(each)] = second_[place(each)];
     }
+    Vector ranks(place(count));
+    for (std::int32_t g = 0; g < count; ++g) {
+        const float least = least_[place(g)];
+        ranks.data()[g] = std::max(0.0F, least - doubtAbout(g, least)) / scale_;
+    }
+    groups_ = merged(groups_, pairs, ranks);
+    return !pairs.empty();
+}
 
-    std::int64_t numPairs_;
-    std::int64_t numClusters_;
-    PairRule alone_;   // for others of one record
-    PairRule paired_;  // for others of two
-    Vector heights_;
-    double* target_;
-};
-
-Clusters Arrangement::clusters(const Matrix& x, DissimilarityType type,
-                               std::int32_t linkage) const {
-    const auto n = static_cast<std::int64_t>(records_.size());
-    const auto pairs = static_cast<std::int64_t>(merges_.size());
+Clusters Rounds::clusters() const {
+    const std::int64_t count = groups_.count();
     Clusters result;
-    result.distances = Vector(packedSize(n - pairs), Storage::kUnfilled);
-    const Reduction reduction(merges_, n, linkage, result.distances);
-    visitDistances(x(IntVector(records_.begin(), records_.end()), Util::all), false, type,
-                   [&](const DistanceBlock& block) { reduction.take(block); });
-    for (const MergeRecord& merge : merges_) result.labels.push_back(merge.first);
-    for (std::int64_t k = 2 * pairs; k < n; ++k) {
-        result.labels.push_back(records_[place(k)] + 1);
+    result.distances = Vector(packedSize(count), Storage::kUnfilled);
+    double* to = result.distances.data();
+    const Kernels::ClusterRows<double>& kernels = Kernels::clusterRows<double>();
+    GroupDistances<double>(x_, Vector(centre_.size(), 0.0), 1.0, type_, groups_, linkage_)
+        .visit([&](std::int64_t, const double* distances, std::int64_t n) {
+            result.nearest.push_back(kernels.nearestTwo(n, distances));
+            to = std::copy(distances, distances + n, to);
+        });
+    result.labels = groups_.labels;
+    result.sizes = Vector(place(count));
+    for (std::int64_t g = 0; g < count; ++g) {
+        result.sizes.data()[g] = static_cast<double>(groups_.size(g));
     }
-    result.sizes = Vector(place(n - pairs), 1.0);
-    std::fill(result.sizes.begin(), result.sizes.begin() + pairs, 2.0);
-    result.bounds = bounds_;
     return result;
 }
 
@@ -239,16 +215,16 @@ Clusters Arrangement::clusters(const Matrix& x, DissimilarityType type,
 std::optional<MergingHistory> mergeArranged(const Matrix& x, DissimilarityType type,
                                             std::int32_t linkage) {
     constexpr int kFewest = 100;
-    if (x.getNumRows() < kFewest || linkage < 2 || linkage > 7) return std::nullopt;
-    const bool pairsMerge = Arrangement::isReducible(linkage);
-    Arrangement arrangement;
-    if (!arrangement.arrange(NearestRecords(x, type), pairsMerge)) return std::nullopt;
-    MergingHistory history = arrangement.merges();
-    std::optional<MergingHistory> rest =
-        agglomerateUnlessTied(arrangement.clusters(x, type, linkage), linkage);
+    constexpr int kMostRounds = 4;
+    if (x.getNumRows() < kFewest || linkage < kComplete || linkage > kWard) return std::nullopt;
+    Rounds rounds(x, type, linkage);
+    for (int round = 0; round < kMostRounds && rounds.mergePairs(); ++round) {
+    }
+    MergingHistory history = rounds.merges();
+    std::optional<MergingHistory> rest = agglomerateUnlessTied(rounds.clusters(), linkage);
     if (!rest) return std::nullopt;
     history.insert(history.end(), rest->begin(), rest->end());
-    if (!pairsMerge) return history;
+    if (!isReducible(linkage)) return history;
     std::ranges::sort(history, {}, &MergeRecord::distance);
     const auto tied = std::ranges::adjacent_find(history, Util::equal, &MergeRecord::distance);
     if (tied != history.end()) return std::nullopt;

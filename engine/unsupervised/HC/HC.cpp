@@ -39,7 +39,10 @@ std::optional<MergingHistory> mergeWithoutTies(const Matrix& x, DissimilarityTyp
                                                std::int32_t linkage) {
     constexpr std::int32_t kSingle = 1;
     if (linkage == kSingle && type == DissimilarityType::euclidean) return mergeBySpanningTree(x);
-    return mergeArranged(x, type, linkage);
+    const bool hasCoordinates = type == DissimilarityType::euclidean ||
+                                type == DissimilarityType::manhattan ||
+                                type == DissimilarityType::maximum;
+    return hasCoordinates ? mergeArranged(x, type, linkage) : std::nullopt;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 
 #include "Veltrix/Data/Enumerations.h"
 #include "Veltrix/Data/Matrix.h"
@@ -23,23 +22,6 @@ constexpr std::uint64_t packedSize(std::int64_t n) {
 constexpr std::int64_t packedIndex(std::int64_t n, std::int64_t i, std::int64_t j) {
     return i * (2 * n - i - 1) / 2 + (j - i - 1);
 }
-
-/// Distances from some rows to some others: that of row firstRow + r and row firstColumn + c stands
-/// at values[r · step + c]. They may be written over.
-struct DistanceBlock {
-    std::int64_t firstRow;     ///< even
-    std::int64_t numRows;      ///< even but at the end
-    std::int64_t firstColumn;  ///< even
-    std::int64_t numColumns;   ///< even but at the end
-    double* values;
-    std::int64_t step;
-};
-
-/// Hands out the distances of `packedDistances`, or the squares of Euclidean ones, block by block
-/// in place of storing them. The blocks cover every pair i < j once; what they hold on the diagonal
-/// and below it is nobody's.
-VELTRIX_DATA_API void visitDistances(const Matrix& a, bool squared, DissimilarityType type,
-                                     const std::function<void(const DistanceBlock&)>& visit);
 
 /// Distances between the rows, equal to those of `Util::pairwiseDistance(a, false, type)` to the
 /// last bit; what is said there of NaN, of rows without a direction and of accuracy holds here.

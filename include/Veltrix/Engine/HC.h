@@ -71,8 +71,9 @@ struct Dendrogram {
 /// only when it may be the next to merge. Records none of whose merges are as near to each other as
 /// `Util::equal` tells take quicker ways, whose distances differ by rounding only: single linkage
 /// by Euclidean distance goes along a minimum spanning tree (Prim 1957) in a few numbers a record;
-/// the others keep records together that merge early and, but for median and centroid, merge those
-/// that are each other's nearest before any other distance is stored (Bruynooghe 1977).
+/// the others, for the dissimilarities 1, 4 and 5, but for median and centroid, merge pairs that
+/// are each other's nearest in rounds (Bruynooghe 1977) before any distance is stored. What is near
+/// is found in single precision then; a pair merges in a round only where that leaves no doubt.
 ///
 /// A fit throws, and leaves the model as it was,
 /// - `HCIncompatibleDissimilarity` for the linkages 5 to 7 with a dissimilarity other than 1;

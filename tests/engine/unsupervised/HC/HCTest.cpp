@@ -14,6 +14,7 @@
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "Veltrix/Engine/HC.h"
+#include "support/kernels/ClusterRows.h"
 #include "support/kernels/LinkageUpdates.h"
 #include "tests/data/RandomValues.h"
 #include "tests/engine/Refusals.h"
@@ -118,6 +119,8 @@ MergingHistory plainHistory(Matrix d, int linkage) {
 // the last bit, but for records without ties.
 TEST(HC, MergesAsTheRuleIsWritten) {
     const Matrix normals = normalMatrix(150, 3, MatrixOrderType::columnMajor, 5);
+    Matrix clouds = normalMatrix(260, 10, MatrixOrderType::rowMajor, 3);  // merged in rounds
+    for (int i = 0; i < 260; ++i) clouds(i, 4) = 1e3 * (i % 7) + clouds(i, 4);
     Matrix halves = normals;  // repeated distances that are not whole numbers
     for (int i = 0; i < 150; ++i) halves(i, i % 3) = halves((i * 7 + 3) % 150, i % 3);
     const Matrix inputs[] = {
@@ -125,6 +128,7 @@ TEST(HC, MergesAsTheRuleIsWritten) {
         Matrix(60, 3, smallIntegers(180, 4, 7), MatrixOrderType::rowMajor),
         normals,
         normals * 1e-9,
+        clouds,
         halves,
         normalMatrix(130, 900, MatrixOrderType::columnMajor, 8),  // several blocks of distances
         Matrix(2, 1, Vector{3.0, 4.0}),
@@ -188,6 +192,13 @@ TEST(HC, MergesMatricesOfAnyKind) {
 TEST(HC, KernelsAgree) {
     const Vector values = normals(150, 4);
     Vector results[2] = {values, values};
+    const Kernels::NearestTwo<double> found =
+        Kernels::clusterRows<double>().nearestTwo(149, values.data());
+    const auto least = std::min_element(values.begin(), values.end() - 1);
+    EXPECT_EQ(found.place, least - values.begin());
+    const auto other = Kernels::kClusterRowsBaseline.nearestTwo(149, values.data());
+    EXPECT_EQ((std::vector{found.least, found.second, static_cast<double>(found.place)}),
+              (std::vector{other.least, other.second, static_cast<double>(other.place)}));
     for (int k = 0; k < 2; ++k) {
         const auto& kernels = k == 0 ? Kernels::linkageUpdates() : Kernels::kLinkageUpdatesBaseline;
         kernels.update(37, results[k].data(), values.data() + 40, {0.3, 0.7, -0.1, 0.5});
