@@ -78,6 +78,19 @@ TEST_F(DataFiles, RowsAreChosen) {
     EXPECT_EQ(scores.column("Predictions", "Row"), (std::vector<double>{4, 6, 8, 9}));
 }
 
+TEST_F(DataFiles, PartsHaveSeveralNamesAndAreNoticed) {
+    const std::string parts =
+        folder.write("parts.csv",
+                     "y,a,Partition\n1,1,Training\n2,3,TRAIN\n4,4,train\n5,7,Validation\n"
+                     "3,2,valid\n6,5,testing\n7,9,Test\n");
+    const JsonReport report = regress({"--partition-column Partition --data", parts});
+    EXPECT_EQ(report.column("Parts", "Rows used"), (std::vector<double>{3, 2, 2}));
+    const std::string unnamed = folder.write(
+        "unnamed.csv", "y,a,Partition\n1,1,train\n2,3,Train\n4,4,train\n5,7,train\n3,2,Train\n");
+    EXPECT_THAT(outputOf({"regress --target y --data", unnamed}),
+                testing::HasSubstr("Partition\" is a predictor, but looks as if it said"));
+}
+
 // Figures of pandas 1.5.3.
 TEST(Describe, ColumnsAsOtherSoftwareDescribesThem) {
     const JsonReport report(outputOf({"describe --correlations --format json --data",

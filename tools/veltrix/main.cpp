@@ -24,6 +24,7 @@
 #include "tools/veltrix/host/Command.h"
 #include "tools/veltrix/host/InputOptions.h"
 #include "tools/veltrix/host/OptionGroup.h"
+#include "tools/veltrix/host/Suggestion.h"
 #include "tools/veltrix/host/UserError.h"
 #include "tools/veltrix/io/CsvSettings.h"
 #include "tools/veltrix/io/Interrupt.h"
@@ -61,10 +62,28 @@ int leaveParser(const CLI::App& app, const CLI::ParseError& error) {
     return 0;
 }
 
+/// Names the option that was meant where the command has none of that name, which the parser finds
+/// too late: it misses required ones first.
+void checkOptions(const CLI::App& command, int argc, const char* const* argv, int next) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options()) names.push_back(option->get_name());
+    for (; next < argc; ++next) {
+        const std::string_view argument = argv[next];
+        const std::string name(argument.substr(0, argument.find('=')));
+        if (!name.starts_with("--") || name.size() == 2) continue;
+        if (command.get_option_no_throw(name) != nullptr) continue;
+        throw UserError(fmt::format("{} is no option of {}; {}", Veltrix::Tool::quoted(name),
+                                    command.get_name(),
+                                    suggestion(name, names, "the options are")));
+    }
+}
+
 /// Names the commands when the next argument is none of them, which the parser does not.
 void checkCommand(const CLI::App& app, int argc, const char* const* argv, int next = 1) {
     const std::vector<const CLI::App*> commands = app.get_subcommands({});
-    if (commands.empty() || (argc > next && argv[next][0] == '-')) return;
+    if (commands.empty() || (argc > next && argv[next][0] == '-')) {
+        return checkOptions(app, argc, argv, next);
+    }
     std::vector<std::string> names;
     for (const CLI::App* command : commands) {
         names.push_back(command->get_name());
@@ -76,8 +95,11 @@ void checkCommand(const CLI::App& app, int argc, const char* const* argv, int ne
         throw UserError(
             fmt::format("A command is required, expected one of {}", fmt::join(names, ", ")));
     }
-    throw UserError(fmt::format("{} is no command, expected one of {}",
-                                Veltrix::Tool::quoted(argv[next]), fmt::join(names, ", ")));
+    std::string meant = suggestion(argv[next], names, "");
+    if (!meant.starts_with("did")) {
+        meant = fmt::format("expected one of {}", fmt::join(names, ", "));
+    }
+    throw UserError(fmt::format("{} is no command, {}", Veltrix::Tool::quoted(argv[next]), meant));
 }
 
 /// The options that commands share.

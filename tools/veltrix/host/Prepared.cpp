@@ -15,13 +15,6 @@ namespace {
 
 using Parts = std::vector<std::optional<Part>>;
 
-std::optional<Part> partOf(const WString& text) {
-    if (text == L"train") return Part::Training;
-    if (text == L"valid") return Part::Validation;
-    if (text == L"test") return Part::Test;
-    return std::nullopt;
-}
-
 /// The part of every row of the file; rows with an empty cell have none.
 Parts readParts(const DataFile& file, const std::string& name) {
     const auto numRows = static_cast<std::size_t>(file.numRows());
@@ -143,6 +136,23 @@ void checkWeights(const Prepared& data, const std::string& name) {
     failAllZero(fmt::format("the training rows of class {}", Tool::quoted(label.toUtf8())));
 }
 
+/// A note for each text predictor that holds nothing but names of parts, training among them.
+void notePartitions(Prepared& data, const RowSelection& selection) {
+    for (const TypedColumn& column : selection.columns) {
+        bool trains = false;
+        const bool parts = std::ranges::all_of(column.levels, [&](const WString& level) {
+            const std::optional<Part> part = partOf(level);
+            trains = trains || part == Part::Training;
+            return part.has_value();
+        });
+        if (column.used.option != data.option || !parts || !trains) continue;
+        data.text.notes.push_back(
+            fmt::format("column {} is a predictor, but looks as if it said which rows train; {} "
+                        "makes it do so",
+                        Tool::quoted(column.used.name), TaskOptions::kPartitionColumn));
+    }
+}
+
 /// Rows read and the positions of the rows selected, part by part.
 std::array<IntVector, kParts.size()> divide(Prepared& data, const Parts& parts,
                                             const RowSelection& selection) {
@@ -189,6 +199,17 @@ void fillParts(Prepared& data, const std::array<IntVector, kParts.size()>& rows,
 std::string_view partName(Part part) {
     constexpr std::array<std::string_view, kParts.size()> kNames{"training", "validation", "test"};
     return kNames[static_cast<std::size_t>(part)];
+}
+
+std::optional<Part> partOf(const WString& text) {
+    std::wstring lower(text.view());
+    for (wchar_t& c : lower) {
+        if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c - L'A' + L'a');
+    }
+    if (lower == L"train" || lower == L"training") return Part::Training;
+    if (lower == L"valid" || lower == L"validation") return Part::Validation;
+    if (lower == L"test" || lower == L"testing") return Part::Test;
+    return std::nullopt;
 }
 
 std::vector<double> Prepared::series() const {
@@ -247,6 +268,7 @@ Prepared prepare(const DataFile& file, const TaskOptions& options) {
     for (std::string& note : slipNotes(file, data.leftOut)) {
         data.text.notes.push_back(std::move(note));
     }
+    if (options.hasTarget() && options.partitionColumn.empty()) notePartitions(data, selection);
     const auto rows = divide(data, parts, selection);
     data.coding.learn(selection, options.maxLevels);
     fillParts(data, rows, selection, options);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,8 @@ namespace Veltrix::Tool {
 enum class Part : std::size_t { Training, Validation, Test };
 inline constexpr std::array kParts{Part::Training, Part::Validation, Part::Test};
 std::string_view partName(Part part);
+/// The part that a cell names: train, training, valid, validation, test or testing in any case.
+std::optional<Part> partOf(const WString& text);
 
 /// The records of a part, which all have values in the columns used.
 struct PartData {
