@@ -18,6 +18,7 @@
 #include "Veltrix/Data/Convert.h"
 #include "support/Json.h"
 #include "tests/bigdata/StandInServer.h"
+#include "tests/support/Refusals.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ namespace Summarization = BigData::Summarization;
 using BigData::WString;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::ThrowsMessage;
 using Veltrix::DataFrame;
 using Veltrix::Support::JsonDocument;
 using VeltrixTest::Answer;
@@ -81,7 +83,7 @@ TEST(ClusterJobs, SamplingRequestsAreWrittenKeyByKey) {
     Sampling::Parameters parameters = sampling(server);
     BigData::SparkMasterSettings settings = server.settings();
     parameters.setSparkSettings(settings.setAppName(L"a b&c#\x4E2D"));
-    static_cast<void>(Sampling::runSync(parameters));
+    (void)Sampling::runSync(parameters);
     const Received exact = server.last();
     EXPECT_EQ(exact.method, "POST");
     EXPECT_EQ(exact.query,
@@ -158,14 +160,9 @@ TEST(ClusterJobs, OtherRequestsAreWrittenKeyByKey) {
         BigData::QuorvanDatasets::Parameters().setSparkSettings(server.settings());
     EXPECT_EQ(BigData::QuorvanDatasets::run(datasets).getDatasets(),
               (Veltrix::StringVector{L"a", L"{\"b\":1}"}));
-    EXPECT_THROW(static_cast<void>(BigData::QuorvanDatasets::run(datasets)),
-                 BigData::BDParsingError);
-    try {
-        static_cast<void>(BigData::Schema::run(schema));
-        ADD_FAILURE();
-    } catch (const BigData::BDParsingError& error) {
-        EXPECT_THAT(error.what(), HasSubstr("no file"));
-    }
+    EXPECT_THROW((void)BigData::QuorvanDatasets::run(datasets), BigData::BDParsingError);
+    EXPECT_THAT([&] { (void)BigData::Schema::run(schema); },
+                ThrowsMessage<BigData::BDParsingError>(HasSubstr("no file")));
 }
 
 TEST(ClusterJobs, TheContextIsCheckedOrCreated) {
@@ -181,18 +178,10 @@ TEST(ClusterJobs, TheContextIsCheckedOrCreated) {
     EXPECT_EQ(server.last().query, "context-factory=spark.jobserver.context.HiveContextFactory");
     EXPECT_THROW(check(), BigData::BDHttpError);
     server.on("/contexts", {Answer::json(R"(["My context"])"), Answer::json(R"(["a","b"])")});
-    try {
-        check();
-        ADD_FAILURE();
-    } catch (const BigData::BDIncorrectSparkApplication& error) {
-        EXPECT_THAT(error.what(), HasSubstr("Details: </b>Context is: My context"));
-    }
-    try {
-        check();
-        ADD_FAILURE();
-    } catch (const BigData::BDMultipleSparkContexts& error) {
-        EXPECT_THAT(error.what(), testing::EndsWith("Details: </b>[a,b,"));
-    }
+    EXPECT_THAT(check, ThrowsMessage<BigData::BDIncorrectSparkApplication>(
+                           HasSubstr("Details: </b>Context is: My context")));
+    EXPECT_THAT(check, ThrowsMessage<BigData::BDMultipleSparkContexts>(
+                           testing::EndsWith("Details: </b>[a,b,")));
 }
 
 TEST(ClusterJobs, SampledRowsBecomeTypedColumns) {
@@ -232,12 +221,8 @@ TEST(ClusterJobs, SampledRowsBecomeTypedColumns) {
     EXPECT_THAT(texts(bare, 2), ElementsAre("[1]", "b"));
     for (const char* details :
          {"row 1: \"oops\"", "row 2 has 1 cells", "1 columns described", "row 1 is no array"}) {
-        try {
-            static_cast<void>(Sampling::getResults(parameters));
-            ADD_FAILURE() << details;
-        } catch (const BigData::BDParsingError& error) {
-            EXPECT_THAT(error.what(), HasSubstr(details));
-        }
+        EXPECT_THAT([&] { (void)Sampling::getResults(parameters); },
+                    ThrowsMessage<BigData::BDParsingError>(HasSubstr(details)));
     }
 }
 
@@ -262,18 +247,14 @@ TEST(ClusterJobs, SummariesCarryCountsAndTheGuard) {
     EXPECT_THAT(texts(summary.getCounts(), 0), ElementsAre("4", "5"));
     EXPECT_EQ(summary.getJobConfig().aggType, 2);
     EXPECT_EQ(Summarization::getResults(parameters).getCounts().getNumCols(), 2);
-    EXPECT_THROW(static_cast<void>(Summarization::getResults(parameters)), BigData::BDParsingError);
-    EXPECT_THROW(static_cast<void>(Summarization::getResults(parameters)),
+    EXPECT_THROW((void)Summarization::getResults(parameters), BigData::BDParsingError);
+    EXPECT_THROW((void)Summarization::getResults(parameters),
                  BigData::BDSummarizationTooManyDistinct);
 }
 
 TEST(ClusterJobs, RepliesWithoutResultsSayWhy) {
-    struct Case {
-        Answer answer;
-        int code;
-    };
     const std::string unknown = R"({"status":"ERROR","result":"No such job ID 7"})";
-    const std::vector<Case> cases = {
+    const std::vector<std::pair<Answer, int>> cases = {
         {Answer::json(R"({"status":"RUNNING"})"), 532},
         {Answer::json(R"({"status":"ok","result":{}})"), 532},
         {Answer::json(R"({"status":"ERROR","ERROR":{"message":"m"}})"), 532},
@@ -292,15 +273,11 @@ TEST(ClusterJobs, RepliesWithoutResultsSayWhy) {
     for (std::size_t k = 0; k < cases.size(); ++k) {
         SCOPED_TRACE(k);
         StandInServer server;
-        server.on("/jobs/7", {cases[k].answer});
+        server.on("/jobs/7", {cases[k].first});
         Sampling::Parameters parameters = sampling(server);
         parameters.setJobID(L"7");
-        try {
-            static_cast<void>(Sampling::getResults(parameters));
-            ADD_FAILURE();
-        } catch (const Veltrix::Exception& error) {
-            EXPECT_EQ(error.getCode(), cases[k].code) << error.what();
-        }
+        EXPECT_TRUE(Veltrix::Testing::refuses([&] { (void)Sampling::getResults(parameters); }, "",
+                                              cases[k].second));
     }
 }
 

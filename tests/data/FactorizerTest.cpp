@@ -8,6 +8,7 @@
 #include "Veltrix/Data/Imputer.h"
 #include "Veltrix/Data/Util.h"
 #include "tests/data/MatrixTesting.h"
+#include "tests/support/Refusals.h"
 
 using namespace Veltrix;
 using namespace Veltrix::Testing;
@@ -54,22 +55,20 @@ TEST(Factorizer, unseenValuesAndNumericColumns) {
 TEST(Factorizer, baseLevelAndMisuse) {
     Factorizer factorizer;
     factorizer.fit(colours()).setBaseIndex(L"c", 1);
-    EXPECT_TRUE(throwsException([&] { factorizer.setBaseIndex(L"c", 2); },
-                                "Factorizer: level 2 of 2, counted from 0"));
-    EXPECT_TRUE(throwsException([&] { (void)factorizer.getColMapper(L"n"); },
-                                "Factorizer: column \"n\" was not fitted"));
+    EXPECT_TRUE(refuses([&] { factorizer.setBaseIndex(L"c", 2); },
+                        "Factorizer: level 2 of 2, counted from 0"));
+    EXPECT_TRUE(refuses([&] { (void)factorizer.getColMapper(L"n"); },
+                        "Factorizer: column \"n\" was not fitted"));
     EXPECT_EQ(factorizer.getColMapper(L"c").baseIndex, 1);
 }
 
 TEST(Imputer, whatIsNotFiniteBecomesTheMean) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const double infinity = std::numeric_limits<double>::infinity();
-    Vector values{1.0, nan, 4.0, -infinity, 4.0};
+    Vector values{1.0, kNaN, 4.0, -kInfinity, 4.0};
     const Vector clean = Imputer::clean(values);
     EXPECT_TRUE(allNear(clean, Vector{1, 3, 4, 3, 4}, {1e-15}));
-    EXPECT_EQ(Imputer::clean(Vector{nan, infinity}), (Vector{0, 0}));
+    EXPECT_EQ(Imputer::clean(Vector{kNaN, kInfinity}), (Vector{0, 0}));
     EXPECT_TRUE(
-        allNear(Imputer::clean(Vector{1.6e308, 1.6e308, nan}), Vector(3, 1.6e308), {1e-15}));
+        allNear(Imputer::clean(Vector{1.6e308, 1.6e308, kNaN}), Vector(3, 1.6e308), {1e-15}));
 }
 
 }  // namespace

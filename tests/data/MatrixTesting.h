@@ -81,22 +81,4 @@ inline Matrix identity(int order) {
     return made(order, order, kByColumns, [](int i, int j) { return i == j ? 1.0 : 0.0; });
 }
 
-/// Runs an action and checks the message and code of the `Exception` that it must throw.
-template <class Action>
-testing::AssertionResult throwsException(Action action, const std::string& message, int code = -1) {
-    try {
-        action();
-    } catch (const Exception& error) {
-        if (error.getMessage() != message) {
-            return testing::AssertionFailure()
-                   << "\"" << error.what() << "\" instead of \"" << message << "\"";
-        }
-        if (code >= 0 && error.getCode() != code) {
-            return testing::AssertionFailure() << "code " << error.getCode();
-        }
-        return testing::AssertionSuccess();
-    }
-    return testing::AssertionFailure() << "nothing thrown, expected \"" << message << "\"";
-}
-
 }  // namespace Veltrix::Testing

@@ -45,15 +45,4 @@ inline Vector smallIntegers(std::int64_t count, int range, unsigned seed) {
     return values;
 }
 
-/// The text of the exception that `call` throws, or "accepted".
-template <class Call>
-std::string refusal(Call call) {
-    try {
-        call();
-    } catch (const Exception& error) {
-        return error.what();
-    }
-    return "accepted";
-}
-
 }  // namespace Veltrix::Testing

@@ -45,11 +45,12 @@ TEST(Vector, arithmeticElementByElement) {
 
 TEST(Vector, operandsMayBeTheTargetItself) {
     Vector v{1.0, 2.0, 4.0};
-    v += v;
-    v *= v;
+    const Vector& same = v;
+    v += same;
+    v *= same;
     EXPECT_EQ(v, (Vector{4.0, 16.0, 64.0}));
-    v /= v;
-    v -= v;
+    v /= same;
+    v -= same;
     EXPECT_EQ(v, Vector(3));
 }
 

@@ -14,6 +14,7 @@
 #include "tests/data/MatrixTesting.h"
 #include "tests/support/Containers.h"
 #include "tests/support/ReferenceData.h"
+#include "tests/support/Refusals.h"
 
 using namespace Veltrix;
 using namespace Veltrix::Testing;
@@ -29,22 +30,15 @@ const ReferenceData& reference() {
 
 std::vector<double> list(const Vector& values) { return {values.begin(), values.end()}; }
 
+IntVector toIndexes(const std::vector<double>& values) { return {values.begin(), values.end()}; }
+
 /// A case of the reference.
 struct Case {
-    explicit Case(const std::string& caseName) : name(caseName) {
-        for (const double cls : quantities("actual")) actual.push_back(static_cast<int>(cls));
-        for (const double cls : quantities("predicted")) predicted.push_back(static_cast<int>(cls));
-        posteriors = toMatrix(reference().matrix(name + ".posteriors"));
-    }
-    std::vector<double> quantities(const std::string& quantity) const {
-        return reference().vector(name + "." + quantity);
-    }
     void expect(const std::string& quantity, double found) const {
-        EXPECT_TRUE(isNear(found, reference().scalar(name + "." + quantity), kDigits))
-            << name << " " << quantity;
+        expect(quantity, std::vector<double>{found});
     }
     void expect(const std::string& quantity, const std::vector<double>& found) const {
-        EXPECT_TRUE(allNear(found, quantities(quantity), kDigits)) << name << " " << quantity;
+        EXPECT_TRUE(allNear(found, quantities.vector(quantity), kDigits)) << quantity;
     }
     Vector outcomes(int cls) const {
         Vector result;
@@ -56,15 +50,16 @@ struct Case {
         return {column.begin(), column.end()};
     }
 
-    std::string name;
-    IntVector actual;
-    IntVector predicted;
-    Matrix posteriors;
+    ReferenceData quantities;
+    IntVector actual = toIndexes(quantities.vector("actual"));
+    IntVector predicted = toIndexes(quantities.vector("predicted"));
+    Matrix posteriors = toMatrix(quantities.matrix("posteriors"));
 };
 
 TEST(EvaluationMeasures, classesAgreeWithTheReference) {
     for (const char* name : {"binary", "classes", "constant"}) {
-        const Case data(name);
+        SCOPED_TRACE(name);
+        const Case data{reference().part(name)};
         const int classes = data.posteriors.getNumCols();
         const ConfusionMatrix matrix(data.actual, data.predicted, classes);
         data.expect("accuracy", matrix.accuracy());
@@ -95,7 +90,7 @@ TEST(EvaluationMeasures, classesAgreeWithTheReference) {
             for (int k = 0; k < classes; ++k) found.push_back(measure(k));
             data.expect(quantity, found);
         }
-        const std::vector<double> brier = data.quantities("brier");
+        const std::vector<double> brier = data.quantities.vector("brier");
         EXPECT_TRUE(isNear(Metrics::brierScore(data.actual, data.posteriors),
                            classes == 2 ? brier[1] : Util::sum(toVector(brier)), kDigits));
         const int last = classes - 1;
@@ -113,16 +108,16 @@ TEST(EvaluationMeasures, classesAgreeWithTheReference) {
 
 TEST(EvaluationMeasures, numbersAgreeWithTheReference) {
     for (const std::string name : {"numbers", "large"}) {
-        const Vector actual = toVector(reference().vector(name + ".actual"));
-        const Vector predicted = toVector(reference().vector(name + ".predicted"));
+        const ReferenceData item = reference().part(name);
+        const Vector actual = toVector(item.vector("actual"));
+        const Vector predicted = toVector(item.vector("predicted"));
         const std::pair<const char*, double (*)(const Vector&, const Vector&)> measures[] = {
-            {".mse", Metrics::MSE},
-            {".mae", Metrics::MAE},
-            {".mape", Metrics::MAPE},
-            {".r2", Metrics::R2}};
+            {"mse", Metrics::MSE},
+            {"mae", Metrics::MAE},
+            {"mape", Metrics::MAPE},
+            {"r2", Metrics::R2}};
         for (const auto& [quantity, measure] : measures) {
-            EXPECT_TRUE(
-                isNear(measure(actual, predicted), reference().scalar(name + quantity), kDigits))
+            EXPECT_TRUE(isNear(measure(actual, predicted), item.scalar(quantity), kDigits))
                 << name << quantity;
         }
         // The steps leave the mean absolute error above them.
@@ -175,17 +170,15 @@ TEST(EvaluationMeasures, whatCannotBeComputedIsNaN) {
 }
 
 TEST(EvaluationMeasures, badArgumentsAreRefused) {
-    const auto refuses = [](const char* text, int code, auto operation) {
-        EXPECT_TRUE(throwsException(operation, text, code)) << text;
-    };
-    refuses("Confusion matrix: class -2 of 2, counted from 0", 2,
-            [] { ConfusionMatrix({0}, {-2}, 2); });
-    refuses("Log loss: class 2 of 2, counted from 0", 2,
-            [] { (void)Metrics::logLoss({2}, Matrix(1, 2)); });
-    refuses("ROC curve: an outcome is neither 0 nor 1, successes and others expected", 3,
-            [] { (void)RankedOutcomes({2}, {1}).rocCurve(); });
-    refuses("Ranked outcomes: outcome 0 is not finite", 4, [] { RankedOutcomes({NAN}, {1}); });
-    refuses("Lift: 0 groups, at least 1 expected", 3, [] { (void)RankedOutcomes().lift(0); });
+    expectRefused({
+        {"Confusion matrix: class -2 of 2, counted from 0", [] { ConfusionMatrix({0}, {-2}, 2); }},
+        {"Log loss: class 2 of 2, counted from 0",
+         [] { (void)Metrics::logLoss({2}, Matrix(1, 2)); }},
+        {"ROC curve: an outcome is neither 0 nor 1, successes and others expected",
+         [] { (void)RankedOutcomes({2}, {1}).rocCurve(); }},
+        {"Ranked outcomes: outcome 0 is not finite", [] { RankedOutcomes({NAN}, {1}); }},
+        {"Lift: 0 groups, at least 1 expected", [] { (void)RankedOutcomes().lift(0); }},
+    });
 }
 
 // Scores 3 and 1 are tied: 2 of 4 records and 1 of 3, whose successes spread evenly.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Veltrix/Data/Matrix.h"
+#include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
 #include "tests/support/ReferenceData.h"
 
@@ -11,6 +12,21 @@ namespace Veltrix::Testing {
 
 inline Vector toVector(const std::vector<double>& values) {
     return Vector(values.begin(), values.end());
+}
+
+inline StringVector toStrings(const std::vector<std::string>& texts) {
+    StringVector result;
+    for (const std::string& text : texts) result.push_back(WString::fromUtf8(text));
+    return result;
+}
+
+/// The elements row after row, as reference data have them.
+inline Vector rowsOf(const Matrix& a) {
+    Vector values;
+    for (int i = 0; i < a.getNumRows(); ++i) {
+        for (int j = 0; j < a.getNumCols(); ++j) values.push_back(a(i, j));
+    }
+    return values;
 }
 
 inline Matrix toMatrix(const Table& table, MatrixOrderType order = MatrixOrderType::columnMajor) {

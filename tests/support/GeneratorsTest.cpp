@@ -15,16 +15,15 @@ using namespace Veltrix::Support;
 using namespace Veltrix::Testing;
 
 TEST(RuntimeRandom, FollowsTheReferenceSequences) {
-    const ReferenceData reference("learners/rand_sequence");
-    for (int s = 0; s < 4; ++s) {
-        const std::string prefix = "sequences." + std::to_string(s) + ".";
-        const auto seed = static_cast<std::uint32_t>(reference.scalar(prefix + "seed"));
+    for (const ReferenceData& item :
+         ReferenceData("learners/rand_sequence").parts("sequences", "seed")) {
+        const auto seed = static_cast<std::uint32_t>(item.scalar("seed"));
         RuntimeRandom random(seed);
         std::vector<double> drawn;
         for (int k = 0; k < 40; ++k) drawn.push_back(random.next());
-        EXPECT_EQ(drawn, reference.vector(prefix + "first_40")) << "seed " << seed;
+        EXPECT_EQ(drawn, item.vector("first_40")) << "seed " << seed;
         for (int k = 40; k < 999999; ++k) random.next();
-        EXPECT_EQ(random.next(), reference.scalar(prefix + "draw_1000000"));
+        EXPECT_EQ(random.next(), item.scalar("draw_1000000"));
     }
 }
 

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <limits>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -65,15 +66,33 @@ class ReferenceData {
   public:
     /// `name` is the file below the test data folder without ".flat.csv": "learners/longley.ols".
     explicit ReferenceData(const std::string& name) : name_(name) {
+        std::map<std::string, Elements> entries;
         const std::vector<std::string> lines = Detail::readLines(name + ".flat.csv");
         for (std::size_t k = 1; k < lines.size(); ++k) {
             const std::vector<std::string> cells = Detail::splitCells(lines[k], 4);
             if (cells.size() != 4) throw std::runtime_error(name + ": not 4 cells: " + lines[k]);
-            entries_[cells[0]][{std::stoul(cells[1]), std::stoul(cells[2])}] = cells[3];
+            entries[cells[0]][{std::stoul(cells[1]), std::stoul(cells[2])}] = cells[3];
         }
+        entries_ = std::make_shared<const std::map<std::string, Elements>>(std::move(entries));
     }
 
-    bool has(const std::string& quantity) const { return entries_.count(quantity) != 0; }
+    bool has(const std::string& quantity) const { return entries_->count(prefix_ + quantity) != 0; }
+
+    /// The quantities NAME.…, called by what follows.
+    ReferenceData part(const std::string& name) const {
+        ReferenceData part = *this;
+        part.prefix_ += name + ".";
+        return part;
+    }
+    /// The parts LIST.0, LIST.1, … as long as they have the quantity; at least one.
+    std::vector<ReferenceData> parts(const std::string& list, const std::string& quantity) const {
+        std::vector<ReferenceData> all{part(list + ".0")};
+        for (find(list + ".0." + quantity); all.back().has(quantity);) {
+            all.push_back(part(list + "." + std::to_string(all.size())));
+        }
+        all.pop_back();
+        return all;
+    }
 
     /// The only element of a quantity.
     std::string text(const std::string& quantity) const {
@@ -85,6 +104,7 @@ class ReferenceData {
     double scalar(const std::string& quantity) const {
         return Detail::toNumber(text(quantity), name_ + " " + quantity);
     }
+    int integer(const std::string& quantity) const { return static_cast<int>(scalar(quantity)); }
 
     /// The elements (i, 0) in order. Lists without elements have no line, so they are absent like
     /// a misspelt name: ask `has` first where a list may be empty.
@@ -137,17 +157,18 @@ class ReferenceData {
     using Elements = std::map<Index, std::string>;  // ordered row after row
 
     [[noreturn]] void fail(const std::string& quantity, const std::string& problem) const {
-        throw std::runtime_error(name_ + ": \"" + quantity + "\" " + problem);
+        throw std::runtime_error(name_ + ": \"" + prefix_ + quantity + "\" " + problem);
     }
 
     const Elements& find(const std::string& quantity) const {
-        const auto found = entries_.find(quantity);
-        if (found == entries_.end()) fail(quantity, "is missing");
+        const auto found = entries_->find(prefix_ + quantity);
+        if (found == entries_->end()) fail(quantity, "is missing");
         return found->second;
     }
 
     std::string name_;
-    std::map<std::string, Elements> entries_;
+    std::string prefix_;
+    std::shared_ptr<const std::map<std::string, Elements>> entries_;
 };
 
 /// A data file with a header line, read by column.

@@ -13,6 +13,7 @@
 
 #include "Veltrix/Veltrix.h"
 #include "tests/engine/Refusals.h"
+#include "tests/support/Containers.h"
 #include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
 
@@ -40,38 +41,32 @@ struct Opened : Sampler {
 
 /// The entry of a reference file and everything that both kinds of samplers have in common.
 template <class Sampler>
-void expectReference(const ReferenceData& reference, const std::string& entry,
-                     const std::string& result, Opened<Sampler> sampler) {
-    SCOPED_TRACE(entry);
-    const auto number = [&](const char* name) { return reference.scalar(entry + name); };
-    sampler.setDelta(reference.scalar("delta"));
-    sampler.setSeed(static_cast<std::uint32_t>(number("seed")));
-    EXPECT_TRUE(isNear(sampler.getThreshold().q1, number("q1"), {1e-13}));
-    EXPECT_TRUE(isNear(sampler.getThreshold().q2, number("q2"), {1e-13}));
-    EXPECT_EQ(sampler.countTaken(), number("accepted"));
+void expectReference(const ReferenceData& entry, double delta, const std::string& result,
+                     Opened<Sampler> sampler) {
+    sampler.setDelta(delta);
+    sampler.setSeed(static_cast<std::uint32_t>(entry.scalar("seed")));
+    EXPECT_TRUE(isNear(sampler.getThreshold().q1, entry.scalar("q1"), {1e-13}));
+    EXPECT_TRUE(isNear(sampler.getThreshold().q2, entry.scalar("q2"), {1e-13}));
+    EXPECT_EQ(sampler.countTaken(), entry.scalar("accepted"));
     const std::vector<int> drawn = toList(sampler.sample());
-    EXPECT_EQ(sampler.getWaitList().size(), number("wait_list"));
-    const bool empty = !reference.has(entry + result);
-    EXPECT_EQ(drawn, empty ? std::vector<int>() : toList(reference.vector(entry + result)));
+    EXPECT_EQ(sampler.getWaitList().size(), entry.scalar("wait_list"));
+    const bool empty = !entry.has(result);
+    EXPECT_EQ(drawn, empty ? std::vector<int>() : toList(entry.vector(result)));
     EXPECT_EQ(drawn, toList(sampler.getSample()));
     EXPECT_EQ(drawn, toList(sampler.sample())) << "a second draw differs";
 }
 
 TEST(RandomSampling, MatchesTheReferences) {
     const ReferenceData samples("learners/simple_random_samples");
-    for (int k = 0; k < 8; ++k) {
-        const std::string entry = "samples." + std::to_string(k) + ".";
-        Opened<ScalableSRS> sampler(static_cast<int>(samples.scalar(entry + "population")),
-                                    static_cast<int>(samples.scalar(entry + "size")));
-        sampler.setRandomIndex(samples.scalar(entry + "random_index") != 0.0);
-        expectReference(samples, entry, "sample", sampler);
+    for (const ReferenceData& entry : samples.parts("samples", "population")) {
+        Opened<ScalableSRS> sampler(entry.integer("population"), entry.integer("size"));
+        sampler.setRandomIndex(entry.scalar("random_index") != 0.0);
+        expectReference(entry, samples.scalar("delta"), "sample", sampler);
     }
     const ReferenceData parts("learners/random_partitions");
-    for (int k = 0; k < 4; ++k) {
-        const std::string entry = "partitions." + std::to_string(k) + ".";
-        expectReference(parts, entry, "permutation",
-                        Opened<Partitioning>(static_cast<int>(parts.scalar(entry + "records")),
-                                             parts.scalar(entry + "proportion")));
+    for (const ReferenceData& entry : parts.parts("partitions", "records")) {
+        expectReference(entry, parts.scalar("delta"), "permutation",
+                        Opened<Partitioning>(entry.integer("records"), entry.scalar("proportion")));
     }
 }
 
@@ -79,27 +74,18 @@ TEST(StratifiedSRS, MatchesTheReferenceSamples) {
     for (const char* name : {"iris_species", "quine_age", "titanic_class"}) {
         SCOPED_TRACE(name);
         const std::string file = std::string("learners/") + name;
-        StringVector labels;
-        for (const std::string& label : CsvData(file + ".csv").texts("stratum")) {
-            labels.push_back(WString::fromUtf8(label));
-        }
         DataFrame data;
-        data.append(labels, L"stratum");
-        const ReferenceData reference(file + ".stratified");
-        int count = 0;
-        for (std::string entry = "samples.0."; reference.has(entry + "size");
-             entry = "samples." + std::to_string(++count) + ".") {
-            const auto number = [&](const char* quantity) {
-                return static_cast<int>(reference.scalar(entry + quantity));
-            };
+        data.append(toStrings(CsvData(file + ".csv").texts("stratum")), L"stratum");
+        for (const ReferenceData& entry :
+             ReferenceData(file + ".stratified").parts("samples", "size")) {
             StratifiedSRS sampler;
-            sampler.setData(data).setSampleSize(number("size")).setAllocationMode(number("mode"));
-            sampler.setStratumSize(number("per_stratum")).setRandomIndex(number("random_index"));
-            sampler.setSeed(static_cast<std::uint32_t>(number("seed")));
-            EXPECT_EQ(toList(sampler.sample()),
-                      toList(reference.flattened(entry + "rows_by_stratum")));
+            sampler.setData(data).setSampleSize(entry.integer("size"));
+            sampler.setAllocationMode(entry.integer("mode"))
+                .setStratumSize(entry.integer("per_stratum"));
+            sampler.setRandomIndex(entry.integer("random_index"));
+            sampler.setSeed(static_cast<std::uint32_t>(entry.scalar("seed")));
+            EXPECT_EQ(toList(sampler.sample()), toList(entry.flattened("rows_by_stratum")));
         }
-        EXPECT_GE(count, 1);
     }
 }
 

@@ -26,18 +26,6 @@ const Tolerance kReference{1e-8, 1e-12};
 const Tolerance kPosterior{0.0, 1e-9};
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-testing::AssertionResult sameMatrix(const Matrix& actual, const Table& expected,
-                                    const Tolerance& tolerance = kReference) {
-    return allNear(actual.getAsDoubleVector(),
-                   toMatrix(expected, actual.getMatrixOrder()).getAsDoubleVector(), tolerance);
-}
-
-StringVector toTexts(const std::vector<std::string>& texts) {
-    StringVector result;
-    for (const std::string& text : texts) result.push_back(WString::fromUtf8(text));
-    return result;
-}
-
 /// Codes of labels by their place in the list of groups.
 IntVector codesOf(const std::vector<std::string>& labels, const std::vector<std::string>& groups) {
     IntVector codes;
@@ -63,9 +51,11 @@ TEST(DA, ReferenceResults) {
             model.setQuadratic(reference.scalar("quadratic") != 0.0)
                 .setPriors(toVector(reference.vector("priors")))
                 .fit(x, codesOf(labels, groups));
-            EXPECT_TRUE(
-                sameMatrix(Util::transpose(model.getGroupMeans()), reference.matrix("means")));
-            EXPECT_TRUE(sameMatrix(model.getCoefficients(), reference.matrix("coefficients")));
+            const auto expect = [&](const Matrix& found, const char* quantity, Tolerance within) {
+                EXPECT_TRUE(allNear(rowsOf(found), reference.flattened(quantity), within));
+            };
+            expect(Util::transpose(model.getGroupMeans()), "means", kReference);
+            expect(model.getCoefficients(), "coefficients", kReference);
             EXPECT_TRUE(allNear(model.getConstants(), reference.vector("constants"), kReference));
             for (std::size_t g = 0; g < model.getQuadraticTerms().size(); ++g) {
                 for (int i = 0; i < x.getNumCols(); ++i) {
@@ -77,9 +67,8 @@ TEST(DA, ReferenceResults) {
             }
             const Matrix posterior = model.posteriorProbability(x);
             EXPECT_EQ(posterior.getMatrixOrder(), order);
-            EXPECT_TRUE(sameMatrix(posterior, reference.matrix("posterior"), kPosterior));
-            EXPECT_TRUE(sameMatrix(model.posteriorProbability(fresh),
-                                   reference.matrix("new_posterior"), kPosterior));
+            expect(posterior, "posterior", kPosterior);
+            expect(model.posteriorProbability(fresh), "new_posterior", kPosterior);
         }
     }
 }
@@ -147,10 +136,10 @@ TEST(DA, PriorsCountAsTheyStand) {
 TEST(DA, FramesAreMatchedByNameAndClassesByLabel) {
     const CsvData csv("learners/iris.csv");
     const std::vector<std::string> names{"Petal.Width", "Sepal.Length", "Petal.Length"};
-    const StringVector labels = toTexts(csv.texts("Species"));
+    const StringVector labels = toStrings(csv.texts("Species"));
     DataFrame response;
     response.append(labels);
-    const DataFrame frame = Convert::toDataFrame(columnsOf(csv, names), toTexts(names));
+    const DataFrame frame = Convert::toDataFrame(columnsOf(csv, names), toStrings(names));
     Model model;
     model.setPrior(Model::PriorMap{{L"virginica", 0.5}, {L"setosa", 0.25}, {L"versicolor", 0.25}})
         .fit(frame, response(Util::all, 0));

@@ -43,17 +43,15 @@ struct Problem {
         }
         train = all(parts[0], Util::all);
         valid = all(parts[1], Util::all);
-        params.maxSplits = count("parameters.max_splits");
-        params.maxLevels = count("parameters.max_levels");
-        params.maxNodes = count("parameters.max_nodes");
-        params.minRecords = count("parameters.min_records");
-        params.seed = count("parameters.seed");
-        params.variablesPerSplit = count("parameters.variables_per_split");
+        const ReferenceData parameters = reference.part("parameters");
+        params.maxSplits = parameters.integer("max_splits");
+        params.maxLevels = parameters.integer("max_levels");
+        params.maxNodes = parameters.integer("max_nodes");
+        params.minRecords = parameters.integer("min_records");
+        params.seed = parameters.integer("seed");
+        params.variablesPerSplit = parameters.integer("variables_per_split");
     }
 
-    int count(const std::string& quantity) const {
-        return static_cast<int>(reference.scalar(quantity));
-    }
     DataFrame features(const DataFrame& frame) const { return frame(Util::all, predictors); }
     static ConstDataFrameColumn response(const DataFrame& frame) {
         return frame(Util::all, frame.getNumCols() - 1);
@@ -69,11 +67,7 @@ struct Problem {
                        bool text) {
         const WString name = WString::fromUtf8(column);
         if (text) {
-            StringVector cells;
-            for (const std::string& cell : data.texts(column)) {
-                cells.push_back(WString::fromUtf8(cell));
-            }
-            frame.append(cells, name);
+            frame.append(toStrings(data.texts(column)), name);
         } else {
             Vector values = toVector(data.numbers(column));
             values.setName(name);
@@ -86,9 +80,9 @@ void checkNodes(const ReferenceData& reference, const DT::BinaryTree& tree) {
     const auto nodes = tree.getNodes();
     for (std::size_t k = 0; k < nodes.size(); ++k) {
         const DT::Node& node = *nodes[k];
-        const std::string prefix = "nodes." + std::to_string(k) + ".";
-        const auto expected = [&](const char* field) { return reference.scalar(prefix + field); };
-        SCOPED_TRACE(prefix);
+        const ReferenceData item = reference.part("nodes." + std::to_string(k));
+        const auto expected = [&](const char* field) { return item.scalar(field); };
+        SCOPED_TRACE(k);
         EXPECT_EQ(node.id, expected("id"));
         EXPECT_EQ(node.depth, expected("depth"));
         EXPECT_EQ(node.numRecords, expected("records"));
@@ -100,19 +94,18 @@ void checkNodes(const ReferenceData& reference, const DT::BinaryTree& tree) {
         EXPECT_EQ(node.right->id, expected("right"));
         EXPECT_TRUE(isNear(node.splitValue, expected("split_value"), kDigits));
         EXPECT_TRUE(isNear(node.strength, expected("full_tree_strength"), kDigits));
-        if (!reference.has(prefix + "impurity")) continue;
+        if (!item.has("impurity")) continue;
         EXPECT_TRUE(isNear(node.impurity, expected("impurity"), kDigits));
         EXPECT_TRUE(isNear(node.probability, expected("probability"), kDigits));
-        EXPECT_TRUE(allNear(node.classProbabilities(),
-                            reference.vector(prefix + "class_probabilities"), kDigits));
         EXPECT_TRUE(
-            allNear(node.classCounts(), reference.vector(prefix + "class_counts"), kDigits));
+            allNear(node.classProbabilities(), item.vector("class_probabilities"), kDigits));
+        EXPECT_TRUE(allNear(node.classCounts(), item.vector("class_counts"), kDigits));
     }
 }
 
 void checkPruning(const ReferenceData& reference, const DT::Pruning& pruning) {
     const auto expected = [&](const char* field) {
-        return reference.vector(std::string("pruning.") + field);
+        return reference.part("pruning").vector(field);
     };
     EXPECT_TRUE(allNear(pruning.complexity, expected("complexity"), kDigits));
     const auto least = expected("decision_nodes");
@@ -173,13 +166,9 @@ TEST_P(TreeReference, GrowsAndPrunesAsExpected) {
         return;
     }
     DT::Classification::Model model;
-    StringVector classes;
-    const auto labels = reference.texts("classes");
+    const StringVector classes = toStrings(reference.texts("classes"));
     const auto priors = reference.vector("priors");
-    for (std::size_t c = 0; c < labels.size(); ++c) {
-        classes.push_back(WString::fromUtf8(labels[c]));
-        model.setPrior(classes[c], priors[c]);
-    }
+    for (std::size_t c = 0; c < priors.size(); ++c) model.setPrior(classes[c], priors[c]);
     model.setClasses(classes);
     const std::string success = reference.text("success_class");
     if (!success.empty()) model.setSuccessClass(WString::fromUtf8(success));

@@ -24,12 +24,6 @@ constexpr auto kEqual = WeightingScheme::equalVotes;
 constexpr auto kInverse = WeightingScheme::inverseDistance;
 constexpr Tolerance kWithin{0.0, 1e-10};
 
-StringVector toStrings(const std::vector<std::string>& texts) {
-    StringVector result;
-    for (const std::string& text : texts) result.push_back(WString::fromUtf8(text));
-    return result;
-}
-
 Vector numbers(const DataFrame& frame) { return Convert::toDoubleVector(frame); }
 
 /// A reference case: the first rows of its data train, the others are scored.
@@ -50,27 +44,20 @@ struct Case {
         frame.append(toStrings(data.texts(reference.text(role))));
         return frame(rows, Util::all);
     }
-    /// Runs compare(prefix, k, ties, scheme) for every entry of a list of the reference.
+    /// Runs compare(item, k, ties, scheme) for every entry of a list of the reference.
     template <class Compare>
     void forEach(const std::string& list, const char* k, Compare compare) const {
-        int c = 0;
-        for (std::string prefix; reference.has((prefix = list + std::to_string(c) + ".") + k);
-             ++c) {
-            const auto number = [&](const char* key) {
-                return static_cast<int>(reference.scalar(prefix + key));
-            };
-            compare(prefix, number(k), number("include_ties") == 1,
-                    static_cast<WeightingScheme>(number("scheme")));
+        for (const ReferenceData& item : reference.parts(list, k)) {
+            compare(item, item.integer(k), item.integer("include_ties") == 1,
+                    static_cast<WeightingScheme>(item.integer("scheme")));
         }
-        EXPECT_GE(c, 2) << list;
     }
     template <class Model, class Actual>
     void expectSearches(const Model& model, const Actual& actual, const std::string& errors) const {
-        forEach("searches.", "max_k", [&](const auto& prefix, int maxK, bool ties, auto scheme) {
+        forEach("searches", "max_k", [&](const auto& item, int maxK, bool ties, auto scheme) {
             const auto info = model.kSearch(records, actual, maxK, ties, false, scheme);
-            const std::vector<double> expected = reference.vector(prefix + errors);
-            EXPECT_TRUE(allNear(numbers(info.searchLog), expected, kWithin)) << prefix;
-            EXPECT_EQ(info.bestK, reference.scalar(prefix + "best_k")) << prefix;
+            EXPECT_TRUE(allNear(numbers(info.searchLog), item.vector(errors), kWithin));
+            EXPECT_EQ(info.bestK, item.integer("best_k"));
         });
     }
 
@@ -101,12 +88,13 @@ TEST(KNN, ClassificationReferences) {
             allNear(model.getPriorVector(), given.reference.vector("priors"), {1e-14, 0.0}));
         EXPECT_TRUE(allNear(model.getWeights(), given.reference.vector("normalized_weights"),
                             {1e-13, 0.0}));
-        given.forEach("scores.", "k", [&](const auto& prefix, int k, bool ties, auto scheme) {
+        given.forEach("scores", "k", [&](const auto& item, int k, bool ties, auto scheme) {
             const auto found = model.posteriorProbability(given.records, k, ties, true, scheme);
             EXPECT_EQ(found.getName(), L"Posterior Probability: rest");
             EXPECT_EQ(found.getColNames(), model.getClasses());
-            const Matrix expected = toMatrix(given.reference.matrix(prefix + "posterior"));
-            EXPECT_TRUE(Convert::toMatrix(found).equalTo(expected, 1e-10)) << name << prefix;
+            EXPECT_TRUE(
+                allNear(rowsOf(Convert::toMatrix(found)), item.flattened("posterior"), kWithin))
+                << name;
         });
         given.expectSearches(model, Convert::toStringVector(given.column("class", given.rest)),
                              "misclassified_percent");
@@ -119,12 +107,11 @@ TEST(KNN, RegressionReferences) {
     Regressor model;
     model.fit(given.features, response);
     EXPECT_EQ(model.getWeights(), Vector(response.size(), 1.0));
-    given.forEach("scores.", "k", [&](const auto& prefix, int k, bool ties, auto scheme) {
+    given.forEach("scores", "k", [&](const auto& item, int k, bool ties, auto scheme) {
         const DataFrame scores = model.predict(given.records, k, ties, false, scheme);
         EXPECT_EQ(scores.getName(), L"Scores: rest");
         EXPECT_EQ(scores.getColName(0), L"Prediction");
-        const std::vector<double> expected = given.reference.vector(prefix + "prediction");
-        EXPECT_TRUE(allNear(numbers(scores), expected, kWithin)) << prefix;
+        EXPECT_TRUE(allNear(numbers(scores), item.vector("prediction"), kWithin));
     });
     given.expectSearches(model, numbers(given.column("response", given.rest)), "rmse");
 }
@@ -245,11 +232,8 @@ TEST(KNN, QueriesReportAndEndWhenAsked) {
     const Matrix x = Util::gaussianMatrix(30000, 20, MatrixOrderType::columnMajor, 0.0, 1.0, 1);
     Regressor model;
     model.fit(x, Vector(30000, 1.0));
-    const ProgressScope scope([](const Progress& progress) {
-        EXPECT_EQ(progress.phase, "Finding neighbours");
-        return false;
-    });
-    EXPECT_THROW(model.predict(x, 5, true, false, kInverse), Cancelled);
+    expectCancelled(model, "Finding neighbours",
+                    [&](Regressor& m) { m.predict(x, 5, true, false, kInverse); });
 }
 
 }  // namespace

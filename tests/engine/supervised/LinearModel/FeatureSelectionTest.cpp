@@ -68,14 +68,13 @@ class SelectionReference : public testing::TestWithParam<const char*> {
 };
 
 TEST_P(SelectionReference, ForwardSelection) {
-    for (int k = 0; reference.has("forward." + std::to_string(k) + ".f_in"); ++k) {
-        const std::string item = "forward." + std::to_string(k) + ".";
-        const double fIn = reference.scalar(item + "f_in");
-        const int maxSize = static_cast<int>(reference.scalar(item + "max_size"));
+    for (const ReferenceData& item : reference.parts("forward", "f_in")) {
+        const double fIn = item.scalar("f_in");
+        const int maxSize = item.integer("max_size");
         const History history = search(Algorithm::forwardSelection, fIn, 0.0, 1, maxSize);
         Matrix s = crossProduct(x, y, intercept);
         const History swept = forwardSelection(s, x.getNumRows(), fIn, intercept, maxSize);
-        const auto entered = reference.vector(item + "entered");
+        const auto entered = item.vector("entered");
         const int first = intercept ? 1 : 0;
         ASSERT_EQ(history.getNumModels(), static_cast<int>(entered.size()) + first);
         ASSERT_TRUE(swept.getSubsets().equalTo(history.getSubsets(), 0.0));
@@ -84,10 +83,10 @@ TEST_P(SelectionReference, ForwardSelection) {
             const auto column = static_cast<int>(entered[i]) + first;
             EXPECT_EQ(history.getSubsets()(model, column), 1.0);
             EXPECT_EQ(history.getSizes()[model], model + 1);
-            const double f = reference.vector(item + "f")[i];
+            const double f = item.vector("f")[i];
             EXPECT_TRUE(isNear(history.getStatistics()[model], f, tolerance));
             EXPECT_TRUE(isNear(swept.getStatistics()[model], f, tolerance));
-            EXPECT_TRUE(isNear(rss(history, model), reference.vector(item + "rss")[i], tolerance));
+            EXPECT_TRUE(isNear(rss(history, model), item.vector("rss")[i], tolerance));
         }
         EXPECT_TRUE(isNear(Util::residualSumOfSquares(s), rss(history, history.getNumModels() - 1),
                            tolerance));
@@ -95,26 +94,23 @@ TEST_P(SelectionReference, ForwardSelection) {
 }
 
 TEST_P(SelectionReference, RemovalAndExchange) {
-    const double fOut = reference.scalar("customary_backward.f_out");
+    const ReferenceData removal = reference.part("customary_backward");
+    const double fOut = removal.scalar("f_out");
     const History backward = search(Algorithm::backwardElimination, 0.0, fOut, 1, p);
-    const int steps = reference.has("customary_backward.f")
-                          ? static_cast<int>(reference.vector("customary_backward.f").size())
-                          : 0;
+    const auto f = removal.has("f") ? removal.vector("f") : std::vector<double>();
+    const int steps = static_cast<int>(f.size());
     ASSERT_EQ(backward.getNumModels(), steps + 1);
-    EXPECT_EQ(predictorsOf(backward, steps),
-              toIndexes(reference.vector("customary_backward.final")));
+    EXPECT_EQ(predictorsOf(backward, steps), toIndexes(removal.vector("final")));
     EXPECT_TRUE(isNear(rss(backward, 0), reference.scalar("full_rss"), tolerance));
     for (int i = 1; i <= steps; ++i) {
         const auto place = static_cast<std::size_t>(i) - 1;
-        EXPECT_TRUE(isNear(backward.getStatistics()[i],
-                           reference.vector("customary_backward.f")[place], tolerance));
-        EXPECT_TRUE(
-            isNear(rss(backward, i), reference.vector("customary_backward.rss")[place], tolerance));
+        EXPECT_TRUE(isNear(backward.getStatistics()[i], f[place], tolerance));
+        EXPECT_TRUE(isNear(rss(backward, i), removal.vector("rss")[place], tolerance));
     }
-    const History stepwise =
-        search(Algorithm::stepwiseRegression, reference.scalar("customary_stepwise.f_in"),
-               reference.scalar("customary_stepwise.f_out"), 1, p);
-    const Table path = reference.matrix("customary_stepwise.path");
+    const ReferenceData exchange = reference.part("customary_stepwise");
+    const History stepwise = search(Algorithm::stepwiseRegression, exchange.scalar("f_in"),
+                                    exchange.scalar("f_out"), 1, p);
+    const Table path = exchange.matrix("path");
     const int first = intercept ? 1 : 0;
     ASSERT_EQ(stepwise.getNumModels(), static_cast<int>(path.rows) + first);
     for (std::size_t i = 0; i < path.rows; ++i) {
@@ -128,18 +124,17 @@ TEST_P(SelectionReference, RemovalAndExchange) {
 TEST_P(SelectionReference, BestSubsets) {
     const History best = search(Algorithm::bestSubsets, 0.0, 0.0, 3, p);
     int model = 0;
-    for (int k = 0; reference.has("best_subsets." + std::to_string(k) + ".size"); ++k) {
-        const std::string item = "best_subsets." + std::to_string(k) + ".";
-        const auto expected = reference.vector(item + "rss");
-        const Table subsets = reference.matrix(item + "subsets");
+    for (const ReferenceData& item : reference.parts("best_subsets", "size")) {
+        const auto expected = item.vector("rss");
+        const Table subsets = item.matrix("subsets");
         for (std::size_t i = 0; i < expected.size(); ++i, ++model) {
             ASSERT_LT(model, best.getNumModels());
-            EXPECT_TRUE(isNear(rss(best, model), expected[i], tolerance)) << item;
+            EXPECT_TRUE(isNear(rss(best, model), expected[i], tolerance));
             IntVector columns;
             for (std::size_t j = 0; j < subsets.columns; ++j) {
                 columns.push_back(static_cast<int>(subsets(i, j)));
             }
-            EXPECT_EQ(predictorsOf(best, model), columns) << item;
+            EXPECT_EQ(predictorsOf(best, model), columns);
         }
     }
     EXPECT_EQ(best.getNumModels(), model);

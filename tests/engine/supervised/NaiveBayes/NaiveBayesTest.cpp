@@ -4,11 +4,13 @@
 #include <stdexcept>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "Veltrix/Engine/NaiveBayes.h"
+#include "tests/support/Containers.h"
 #include "tests/support/ReferenceData.h"
 #include "tests/support/Tolerance.h"
 
@@ -20,12 +22,6 @@ using namespace Classification::NaiveBayes::Engine;
 const Tolerance kDigits{1e-11, 0.0, NaNRule::EqualsNaN};
 
 WString wide(const std::string& text) { return WString::fromUtf8(text); }
-
-StringVector column(const std::vector<std::string>& cells) {
-    StringVector result;
-    for (const std::string& cell : cells) result.push_back(wide(cell));
-    return result;
-}
 
 /// A column of texts.
 DataFrame frame(const wchar_t* name, const StringVector& cells) {
@@ -43,14 +39,6 @@ Model trained(const DataFrame& features, const StringVector& classes, double alp
         computeFrequency(features, target(Selection::all, 0), alpha, priors));
 }
 
-std::vector<double> byRows(const Matrix& values) {
-    std::vector<double> result;
-    for (int i = 0; i < values.getNumRows(); ++i) {
-        for (int j = 0; j < values.getNumCols(); ++j) result.push_back(values(i, j));
-    }
-    return result;
-}
-
 class NaiveBayesReference : public testing::TestWithParam<const char*> {};
 INSTANTIATE_TEST_SUITE_P(Learners, NaiveBayesReference,
                          testing::Values("birthwt_nb", "haireyecolor"));
@@ -58,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(Learners, NaiveBayesReference,
 TEST_P(NaiveBayesReference, countsProbabilitiesAndScores) {
     const ReferenceData reference(std::string("learners/") + GetParam() + ".naivebayes");
     const CsvData data("learners/" + reference.text("data"));
-    const StringVector classes = column(reference.texts("classes"));
+    const StringVector classes = toStrings(reference.texts("classes"));
     Model::ClassValues priors;
     for (std::size_t c = 0; c < classes.size(); ++c) {
         priors[classes[c]] = reference.vector("priors")[c];
@@ -69,7 +57,7 @@ TEST_P(NaiveBayesReference, countsProbabilitiesAndScores) {
     const std::size_t numRecords = reference.matrix("log_posterior").rows;
     const auto scored = reference.flattenedTexts("scored_records");
     for (std::size_t f = 0; f < names.size(); ++f) {
-        features.append(column(data.texts(names[f])), wide(names[f]));
+        features.append(toStrings(data.texts(names[f])), wide(names[f]));
         // To be scored in another order.
         const std::size_t place = names.size() - 1 - f;
         StringVector cells;
@@ -78,30 +66,30 @@ TEST_P(NaiveBayesReference, countsProbabilitiesAndScores) {
         }
         records.append(cells, wide(names[place]));
     }
-    const DataFrame target = frame(L"", column(data.texts(reference.text("class"))));
+    const DataFrame target = frame(L"", toStrings(data.texts(reference.text("class"))));
     const Model counts =
         computeFrequency(features, target(Selection::all, 0), reference.scalar("alpha"), priors);
     const Model model = frequencyToPriorConditionalProbability(counts);
     std::size_t entries = 0;
     for (const auto& feature : model.featureValueClassCount) entries += feature.second.size();
-    for (std::size_t k = 0; k < entries; ++k) {
-        const std::string item = "conditional." + std::to_string(k) + ".";
-        const WString feature = wide(reference.text(item + "feature"));
-        const WString category = wide(reference.text(item + "category"));
+    const auto items = reference.parts("conditional", "feature");
+    EXPECT_EQ(items.size(), entries);
+    for (const ReferenceData& item : items) {
+        const WString feature = wide(item.text("feature"));
+        const WString category = wide(item.text("category"));
         std::vector<double> found, shares;
         for (const WString& cls : classes) {
             found.push_back(counts.featureValueClassCount.at(feature).at(category).at(cls));
             shares.push_back(model.featureValueClassCount.at(feature).at(category).at(cls));
         }
-        EXPECT_EQ(found, reference.vector(item + "counts"));
-        EXPECT_TRUE(allNear(shares, reference.vector(item + "probabilities"), kDigits));
+        EXPECT_EQ(found, item.vector("counts"));
+        EXPECT_TRUE(allNear(shares, item.vector("probabilities"), kDigits));
     }
-    EXPECT_FALSE(reference.has("conditional." + std::to_string(entries) + ".feature"));
     const LogPosterioriInfo logs = computeLogPosteriori(model, records);
     EXPECT_EQ(logs.classIndexes.at(classes[1]), 1);
     const PosteriorProbabilityInfo info = computePosteriorProbability(model, records, true);
-    EXPECT_TRUE(allNear(byRows(logs.logPosteriors), reference.flattened("log_posterior"), kDigits));
-    EXPECT_TRUE(allNear(byRows(info.posteriors), reference.flattened("posterior"), kDigits));
+    EXPECT_TRUE(allNear(rowsOf(logs.logPosteriors), reference.flattened("log_posterior"), kDigits));
+    EXPECT_TRUE(allNear(rowsOf(info.posteriors), reference.flattened("posterior"), kDigits));
     EXPECT_TRUE(allNear(info.logLikelihoods, reference.vector("log_likelihood"), kDigits));
     const auto unknown =
         reference.has("unknown_rows") ? reference.vector("unknown_rows") : std::vector<double>();
@@ -126,8 +114,8 @@ TEST(NaiveBayes, numbersAreCategoriesByTheirText) {
     const LogPosterioriInfo other = computeLogPosteriori(model, texts);
     EXPECT_TRUE(numbers.unknownRows.empty());
     EXPECT_EQ(other.unknownRows, IntVector{6});
-    const std::vector<double> rows = byRows(other.logPosteriors);
-    EXPECT_EQ(byRows(numbers.logPosteriors), std::vector<double>(rows.begin(), rows.end() - 2));
+    const Vector rows = rowsOf(other.logPosteriors);
+    EXPECT_EQ(rowsOf(numbers.logPosteriors), Vector(rows.begin(), rows.end() - 2));
 }
 
 TEST(NaiveBayes, withoutSmoothingAndWithManyFeatures) {
@@ -136,7 +124,7 @@ TEST(NaiveBayes, withoutSmoothingAndWithManyFeatures) {
     const Model model = trained(features, classes, 0.0);
     EXPECT_EQ(model.featureValueClassCount.at(L"f").at(L"v").at(L"b"), 0.0);
     PosteriorProbabilityInfo info = computePosteriorProbability(model, features, true);
-    EXPECT_EQ(byRows(info.posteriors), (std::vector<double>{0.5, 0.5, 0.5, 0.5, 1, 0, 0, 1}));
+    EXPECT_EQ(rowsOf(info.posteriors), (Vector{0.5, 0.5, 0.5, 0.5, 1, 0, 0, 1}));
     EXPECT_NEAR(info.logLikelihoods[2], std::log(0.25), 1e-15);
     // 3000 features, each with a probability of 1/4 or 3/4: far below the smallest double.
     Model wide;
@@ -150,7 +138,7 @@ TEST(NaiveBayes, withoutSmoothingAndWithManyFeatures) {
     wide.setTargetCount(L"a", 4).setTargetCount(L"b", 4).setPriorProbs(kEven);
     wide.state = Model::kProbabilities;
     info = computePosteriorProbability(wide, record, true);
-    EXPECT_TRUE(allNear(byRows(info.posteriors), std::vector<double>{0.25, 0.75}, {1e-10}));
+    EXPECT_TRUE(allNear(rowsOf(info.posteriors), Vector{0.25, 0.75}, {1e-10}));
     EXPECT_NEAR(info.logLikelihoods[0], 2999 * std::log(0.25) + std::log(0.5), 1e-8);
     EXPECT_EQ(wide.getFeatures().size(), 3000U);
 }
@@ -186,12 +174,9 @@ TEST(NaiveBayes, statesAndBadInput) {
                                                         {&withoutPrior, features},
                                                         {&incomplete, features}};
     for (const auto& [scoring, records] : cases) {
-        try {
-            (void)computePosteriorProbability(*scoring, records, false);
-            ADD_FAILURE() << "nothing thrown";
-        } catch (const std::out_of_range& error) {
-            EXPECT_STREQ(error.what(), "invalid unordered_map<K, T> key");
-        }
+        EXPECT_THAT([&, &from = *scoring,
+                     &of = records] { (void)computePosteriorProbability(from, of, false); },
+                    testing::ThrowsMessage<std::out_of_range>("invalid unordered_map<K, T> key"));
     }
 }
 

@@ -51,38 +51,38 @@ TEST(SeriesData, MatchesReferences) {
     const ReferenceData reference("timeseries/acvf_pacf");
     for (const std::string& name : reference.texts("cases")) {
         SCOPED_TRACE(name);
-        const auto key = [&name](const char* quantity) { return name + "." + quantity; };
+        const ReferenceData at = reference.part(name);
         const auto count = [&](const char* quantity) {
-            return static_cast<std::uint64_t>(reference.scalar(key(quantity)));
+            return static_cast<std::uint64_t>(at.scalar(quantity));
         };
         Data data(count("d"), count("D"), count("period"));
-        const CsvData file("timeseries/series/" + reference.text(key("series")) + ".csv");
+        const CsvData file("timeseries/series/" + at.text("series") + ".csv");
         const Values series = file.numbers("x");
         data.load(series).preprocess();
         ASSERT_EQ(data.numOriginalRecords(), count("n_original"));
         ASSERT_EQ(data.numProcessedRecords(), count("n"));
-        EXPECT_TRUE(isNear(data.mean(), reference.scalar(key("mean")), {1e-9, 1e-15}));
-        EXPECT_TRUE(isNear(data.variance(), reference.scalar(key("variance")), {1e-9}));
+        EXPECT_TRUE(isNear(data.mean(), at.scalar("mean"), {1e-9, 1e-15}));
+        EXPECT_TRUE(isNear(data.variance(), at.scalar("variance"), {1e-9}));
 
         const Values& processed = data.processedData();
-        const Values first = reference.vector(key("processed_first"));
-        const Values last = reference.vector(key("processed_last"));
+        const Values first = at.vector("processed_first");
+        const Values last = at.vector("processed_last");
         EXPECT_TRUE(agree(slice(processed, 0, first.size()), first));
         EXPECT_TRUE(agree(slice(processed, processed.size() - last.size(), last.size()), last));
-        const Values working = reference.vector(key("working_first"));
+        const Values working = at.vector("working_first");
         EXPECT_TRUE(agree(slice(data.lagInfo(), 0, working.size()), working));
 
-        const Values acvf = reference.vector(key("acvf"));
+        const Values acvf = at.vector("acvf");
         data.computePACF(0, acvf.size());
         EXPECT_TRUE(agree(data.acvf(), acvf));
-        EXPECT_TRUE(agree(data.pacf(), reference.vector(key("pacf"))));
+        EXPECT_TRUE(agree(data.pacf(), at.vector("pacf")));
 
         Values y;
         for (const double value : processed) y.push_back(value / 2.0);
         y.insert(y.end(), {0.25, -0.5, 1.0, 0.0, 0.75, -1.25});
         const Values restored = data.postprocess(y);
-        const Values head = reference.vector(key("postprocess_first"));
-        const Values tail = reference.vector(key("postprocess_last8"));
+        const Values head = at.vector("postprocess_first");
+        const Values tail = at.vector("postprocess_last8");
         ASSERT_EQ(restored.size(), series.size() + 6);
         EXPECT_TRUE(agree(slice(restored, 0, head.size()), head));
         EXPECT_TRUE(agree(slice(restored, restored.size() - tail.size(), tail.size()), tail));
@@ -186,14 +186,11 @@ TEST(SeriesData, StoredNumbersMustFitTogether) {
     Data data;
     data.load({1, 2, 4}).lag(1, 1).apply();
     data.subtractMean(kNaN);
-    expectDamageRefused(data,
-                        {
-                            {"\"count\":1", "\"count\":0", "operations[0].count"},
-                            {"\"lag\":1", "\"lag\":3", "\"operations\""},
-                            {"\"count\":1", "\"count\":18446744073709551615", "\"operations\""},
-                            {"\"applied\":1", "\"applied\":3", "\"applied\""},
-                            {"\"original\":[1,", "\"original\":[1,1,", "\"working\""},
-                        });
+    expectDamageRefused(data, {{"\"count\":1", "\"count\":0", "operations[0].count"},
+                               {"\"lag\":1", "\"lag\":3", "\"operations\""},
+                               {"\"count\":1", "\"count\":18446744073709551615", "\"operations\""},
+                               {"\"applied\":1", "\"applied\":3", "\"applied\""},
+                               {"\"original\":[1,", "\"original\":[1,1,", "\"working\""}});
 }
 
 }  // namespace

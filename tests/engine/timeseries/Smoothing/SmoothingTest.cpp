@@ -25,51 +25,38 @@ constexpr double kLargest = std::numeric_limits<double>::max();
 constexpr Tolerance kClose{1e-10, 1e-11, NaNRule::EqualsNaN};
 
 /// A case of a reference file.
-struct Case {
-    const ReferenceData& file;
-    std::string name;
-
-    bool has(const char* quantity) const { return file.has(name + "." + quantity); }
-    std::string text(const char* quantity) const { return file.text(name + "." + quantity); }
-    double scalar(const char* quantity) const { return file.scalar(name + "." + quantity); }
-    std::vector<double> vector(const char* quantity) const {
-        return file.vector(name + "." + quantity);
-    }
-    std::uint64_t count(const char* quantity) const {
-        return static_cast<std::uint64_t>(scalar(quantity));
-    }
-    double param(const char* quantity) const { return has(quantity) ? scalar(quantity) : 0.0; }
-
-    Vector series() const {
-        const CsvData csv("timeseries/series/" + text("series") + ".csv");
-        std::vector<double> values = csv.numbers("x");
-        if (has("first")) values.resize(count("first"));
-        return {values.begin(), values.end()};
-    }
-};
+using Case = ReferenceData;
 
 Made make(const Case& of) {
-    const std::string kind = of.text("kind");
-    const std::uint64_t trials = of.has("trials") ? of.count("trials") : 1;
-    const double alpha = of.param("alpha");
-    const double beta = of.param("beta");
-    const double gamma = of.param("gamma");
-    if (kind == "moving_average") {
-        return std::make_unique<MovingAverage>(of.series(), of.count("window"));
+    const std::vector<double> all =
+        CsvData("timeseries/series/" + of.text("series") + ".csv").numbers("x");
+    const auto count = [&](const char* quantity, int otherwise) {
+        return static_cast<std::uint64_t>(of.has(quantity) ? of.integer(quantity) : otherwise);
+    };
+    const auto size = static_cast<std::ptrdiff_t>(count("first", static_cast<int>(all.size())));
+    const Vector series(all.begin(), all.begin() + size);
+    const auto param = [&](const char* name) { return of.has(name) ? of.scalar(name) : 0.0; };
+    const double alpha = param("alpha");
+    const double beta = param("beta");
+    const double gamma = param("gamma");
+    const std::uint64_t trials = count("trials", 1);
+    const std::uint64_t period = count("period", 0);
+    const std::pair<const char*, std::function<Made()>> makers[] = {
+        {"moving_average",
+         [&] { return std::make_unique<MovingAverage>(series, count("window", 0)); }},
+        {"exponential", [&] { return std::make_unique<Exponential>(series, alpha, trials); }},
+        {"double_exponential",
+         [&] { return std::make_unique<DoubleExponential>(series, alpha, beta, trials); }},
+        {"holt_winters_multiplicative",
+         [&] { return std::make_unique<MulHoltWinters>(series, alpha, beta, gamma, period); }},
+        {"holt_winters_additive",
+         [&] { return std::make_unique<AddHoltWinters>(series, alpha, beta, gamma, period); }},
+        {"holt_winters_no_trend",
+         [&] { return std::make_unique<NoTrendHoltWinters>(series, alpha, gamma, period); }}};
+    for (const auto& [kind, maker] : makers) {
+        if (of.text("kind") == kind) return maker();
     }
-    if (kind == "exponential") return std::make_unique<Exponential>(of.series(), alpha, trials);
-    if (kind == "double_exponential") {
-        return std::make_unique<DoubleExponential>(of.series(), alpha, beta, trials);
-    }
-    const std::uint64_t period = of.count("period");
-    if (kind == "holt_winters_multiplicative") {
-        return std::make_unique<MulHoltWinters>(of.series(), alpha, beta, gamma, period);
-    }
-    if (kind == "holt_winters_additive") {
-        return std::make_unique<AddHoltWinters>(of.series(), alpha, beta, gamma, period);
-    }
-    EXPECT_EQ(kind, "holt_winters_no_trend");
-    return std::make_unique<NoTrendHoltWinters>(of.series(), alpha, gamma, period);
+    throw std::runtime_error(of.text("kind"));
 }
 
 /// Level, trend and seasonal indexes, where the smoother has them.
@@ -96,7 +83,7 @@ TEST(Smoothing, GivenParametersMatchReferences) {
     const ReferenceData file("timeseries/smoothing_fixed");
     for (const std::string& name : file.texts("cases")) {
         SCOPED_TRACE(name);
-        const Case of{file, name};
+        const Case of = file.part(name);
         const Made smoother = make(of);
         smoother->run();
         EXPECT_TRUE(allNear(smoother->smoothed(), of.vector("smoothed"), kClose));
@@ -124,7 +111,7 @@ TEST(Smoothing, SearchesChooseTheTrialsOfReferences) {
     const ReferenceData file("timeseries/smoothing_search");
     for (const std::string& name : file.texts("cases")) {
         SCOPED_TRACE(name);
-        const Case of{file, name};
+        const Case of = file.part(name);
         const Made smoother = make(of);
         smoother->setErrorMeasure(static_cast<ErrorMeasure>(of.scalar("error_measure")));
         smoother->runAuto();
@@ -148,7 +135,7 @@ TEST(Smoothing, OptimisedParametersAreAMinimum) {
     const ReferenceData file("timeseries/smoothing_search");
     for (const char* name : {"exp_nile_mse", "dbl_www_mse", "add_acc_mse", "mul_jj_mse"}) {
         SCOPED_TRACE(name);
-        const Case of{file, name};
+        const Case of = file.part(name);
         const Made smoother = make(of);
         smoother->runOptimised();
         EXPECT_LE(smoother->error(), of.scalar("error") * (1 + 1e-6))

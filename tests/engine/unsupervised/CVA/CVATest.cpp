@@ -12,9 +12,9 @@
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/CVA.h"
+#include "tests/engine/Refusals.h"
 #include "tests/support/Containers.h"
 #include "tests/support/ReferenceData.h"
-#include "tests/support/Refusals.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -92,11 +92,8 @@ TEST(CVA, ASingleClassLeavesTheCoefficientsAsTheyWere) {
 TEST(CVA, FramesAreMatchedByName) {
     const CsvData csv("learners/iris.csv");
     const std::vector<std::string> names{"Petal.Width", "Sepal.Length", "Petal.Length"};
-    StringVector labels;
-    for (const std::string& label : csv.texts("Species"))
-        labels.push_back(WString::fromUtf8(label));
     DataFrame response;
-    response.append(labels);
+    response.append(toStrings(csv.texts("Species")));
     const Matrix x = columnsOf(csv, names);
     const DataFrame frame = Convert::toDataFrame(x, {L"w", L"s", L"p"});
     const Model model = Model().fit(frame, response(Util::all, 0));
@@ -115,20 +112,16 @@ TEST(CVA, RefusesWhatHasNoAnswerAndKeepsTheModel) {
     for (int i = 0; i < 12; ++i) flat(i, 1) = i % 3;
     Matrix twice = x;
     twice(Util::all, 2) = Convert::toDoubleVector(x(Util::all, 0));
-    const std::pair<std::function<void(Model&)>, const char*> refusals[] = {
-        {[&](Model& m) { m.fit(hole, classes); }, "(4, 2) is NaN"},
-        {[&](Model& m) { m.fit(flat, classes); }, "column 1 (counted from 0) does not vary"},
-        {[&](Model& m) { m.fit(twice, classes); }, "column 2 (counted from 0) depends"},
-        {[&](Model& m) { m.fit(x, Util::range(0, 12)); }, "0 degrees of freedom"},
-        {[&](Model& m) { m.fit(x, IntVector(11, 0)); }, "11 classes, 12 expected"},
-        {[](Model& m) { m.fit(Matrix(0, 3), IntVector()); }, "0 records"},
-        {[](Model& m) { m.transform(Matrix(3, 2)); }, "2 columns, 3 expected"},
-        {[&](Model&) { Model().transform(x); }, "not fitted"}};
-    for (const auto& [action, text] : refusals) {
-        Model model = fitted;
-        EXPECT_TRUE(refuses([&] { action(model); }, text));
-        EXPECT_TRUE(model.getCoefficients().equalTo(fitted.getCoefficients(), 0.0)) << text;
-    }
+    expectRefused(
+        fitted,
+        {{"(4, 2) is NaN", [&](Model& m) { m.fit(hole, classes); }},
+         {"column 1 (counted from 0) does not vary", [&](Model& m) { m.fit(flat, classes); }},
+         {"column 2 (counted from 0) depends", [&](Model& m) { m.fit(twice, classes); }},
+         {"0 degrees of freedom", [&](Model& m) { m.fit(x, Util::range(0, 12)); }},
+         {"11 classes, 12 expected", [&](Model& m) { m.fit(x, IntVector(11, 0)); }},
+         {"0 records", [](Model& m) { m.fit(Matrix(0, 3), IntVector()); }},
+         {"2 columns, 3 expected", [](Model& m) { m.transform(Matrix(3, 2)); }},
+         {"not fitted", [&](Model&) { Model().transform(x); }}});
 }
 
 }  // namespace

@@ -52,22 +52,19 @@ TEST(HC, ReferenceResults) {
         {"eurodist", 2}, {"swiss_hc", 1}, {"usarrests_hc", 1}};
     for (const auto& [name, input] : cases) {
         const ReferenceData reference(std::string("learners/") + name + ".hierarchical");
-        for (int l = 0; l < 7; ++l) {
-            SCOPED_TRACE(std::string(name) + " " + std::to_string(l));
-            const std::string at = "linkages." + std::to_string(l) + ".";
-            const auto linkage = static_cast<int>(reference.scalar(at + "linkage"));
+        for (const ReferenceData& item : reference.parts("linkages", "linkage")) {
+            const int linkage = item.integer("linkage");
+            SCOPED_TRACE(std::string(name) + " " + std::to_string(linkage));
             const Model model = Model({linkage, 1, input}).fit(data(name));
-            const Table merges = reference.matrix(at + "merges");
+            const Table merges = item.matrix("merges");
             MergingHistory expected;
             for (std::size_t m = 0; m < merges.rows; ++m) {
                 expected.push_back(
                     {static_cast<int>(merges(m, 0)), static_cast<int>(merges(m, 1)), merges(m, 2)});
             }
             expectHistory(model.getMergingHistory(), expected, {1e-12, 0.0});
-            for (int c = 0; reference.has(at + "cuts." + std::to_string(c) + ".k"); ++c) {
-                const std::string cut = at + "cuts." + std::to_string(c) + ".";
-                EXPECT_TRUE(allNear(model.predict(static_cast<int>(reference.scalar(cut + "k"))),
-                                    reference.vector(cut + "cluster"), Tolerance{0.0, 0.0}));
+            for (const ReferenceData& cut : item.parts("cuts", "k")) {
+                EXPECT_TRUE(allNear(model.predict(cut.integer("k")), cut.vector("cluster"), {}));
             }
         }
     }
@@ -240,108 +237,48 @@ TEST(HC, MistakesAreNamedAndChangeNothing) {
     const Matrix lopsided(2, 2, Vector{0, 1, 2, 0});
     const Matrix diagonal(2, 2, Vector{1, 1, 1, 1});
     const Matrix wide(20001, 1);
-    const auto fit = [&](const Params& params, const Matrix& input) {
+    const auto fit = [&](int linkage, int dissimilarity, int input, const Matrix& from) {
         Model copy = model;
         try {
-            copy.setParams(params).fit(input);
+            copy.setParams({linkage, dissimilarity, input}).fit(from);
         } catch (...) {
             EXPECT_EQ(copy.setParams({}).toJson().toUtf8(), before);
             throw;
         }
     };
-    const struct {
-        const char* words;
-        std::function<void()> mistake;
-    } cases[] = {
-        {"Euclidean metric only",
-         [&] {
-             fit({5, 2, 1}, x);
-         }},
-        {"Euclidean metric only",
-         [&] {
-             fit({7, 4, 2}, x);
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({1, 1, 2}, x);
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({1, 1, 2}, Matrix());
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({2, 1, 2}, negative);
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({2, 4, 2}, lopsided);
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({2, 1, 2}, diagonal);
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({1, 1, 1}, nan);
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({3, 4, 1}, nan);
-         }},
-        {"Distance matrix is not valid",
-         [&] {
-             fit({3, 1, 1}, x * 1e200);
-         }},
-        {"Too few records",
-         [&] {
-             fit({3, 1, 1}, Matrix(1, 4));
-         }},
-        {"Too few records",
-         [&] {
-             fit({1, 1, 1}, Matrix());
-         }},
-        {"Too few records",
-         [&] {
-             fit({1, 1, 2}, Matrix(1, 1));
-         }},
-        {"1600080000 bytes",
-         [&] {
-             fit({1, 1, 1}, wide);
-         }},
+    const auto join = [&](int first, int second) {
+        model.setMergingHistory({{1, 2, 1.0}, {first, second, 2.0}});
+    };
+    const char* const invalid = "Distance matrix is not valid";
+    expectRefused({
+        {"Euclidean metric only", [&] { fit(5, 2, 1, x); }},
+        {"Euclidean metric only", [&] { fit(7, 4, 2, x); }},
+        {invalid, [&] { fit(1, 1, 2, x); }},
+        {invalid, [&] { fit(1, 1, 2, Matrix()); }},
+        {invalid, [&] { fit(2, 1, 2, negative); }},
+        {invalid, [&] { fit(2, 4, 2, lopsided); }},
+        {invalid, [&] { fit(2, 1, 2, diagonal); }},
+        {invalid, [&] { fit(1, 1, 1, nan); }},
+        {invalid, [&] { fit(3, 4, 1, nan); }},
+        {invalid, [&] { fit(3, 1, 1, x * 1e200); }},
+        {"Too few records", [&] { fit(3, 1, 1, Matrix(1, 4)); }},
+        {"Too few records", [&] { fit(1, 1, 1, Matrix()); }},
+        {"Too few records", [&] { fit(1, 1, 2, Matrix(1, 1)); }},
+        {"1600080000 bytes", [&] { fit(1, 1, 1, wide); }},
         {"9800 bytes, at most 9799", [&] { Model(model).setMemoryLimit(9799).fit(x); }},
-        {"dissimilarity 8",
-         [&] {
-             fit({1, 8, 1}, x);
-         }},
-        {"input type 3",
-         [&] {
-             fit({1, 1, 3}, x);
-         }},
+        {"dissimilarity 8", [&] { fit(1, 8, 1, x); }},
+        {"input type 3", [&] { fit(1, 1, 3, x); }},
         {"cannot exceed number of records", [&] { (void)model.predict(51); }},
         {"0 clusters, at least 1", [&] { (void)model.predict(0); }},
         {"-1 clusters, at least 1", [&] { (void)model.dendrogram(-1); }},
         {"not fitted", [&] { (void)Model().predict(1); }},
         {"not fitted", [&] { (void)Model().dendrogram(3); }},
-        {"merge 1 joins 0 and 1",
-         [&] {
-             model.setMergingHistory({{0, 1, 1.0}});
-         }},
-        {"merge 1 joins 2 and 2",
-         [&] {
-             model.setMergingHistory({{2, 2, 1.0}});
-         }},
-        {"merge 1 joins 1 and 3",
-         [&] {
-             model.setMergingHistory({{1, 3, 1.0}});
-         }},
-        {"merge 2 joins 1 and 2",
-         [&] {
-             model.setMergingHistory({{1, 2, 1.0}, {1, 2, 2.0}});
-         }},
-    };
-    for (const auto& each : cases) EXPECT_TRUE(refuses(each.mistake, each.words));
-    EXPECT_NO_THROW(fit({2, 4, 2}, diagonal));
+        {"merge 2 joins 0 and 1", [&] { join(0, 1); }},
+        {"merge 2 joins 3 and 3", [&] { join(3, 3); }},
+        {"merge 2 joins 1 and 4", [&] { join(1, 4); }},
+        {"merge 2 joins 1 and 2", [&] { join(1, 2); }},
+    });
+    EXPECT_NO_THROW(fit(2, 4, 2, diagonal));
     EXPECT_EQ(model.toJson().toUtf8(), before);
     expectDamageRefused(model, {{"{\"first\":15,", "{\"first\":0,", "mergingHistory"},
                                 {"\"second\":29", "\"second\":15", "mergingHistory"},

@@ -13,9 +13,9 @@
 #include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/PCA.h"
+#include "tests/engine/Refusals.h"
 #include "tests/support/Containers.h"
 #include "tests/support/ReferenceData.h"
-#include "tests/support/Refusals.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -31,14 +31,6 @@ testing::AssertionResult matches(const Actual& actual, const std::vector<double>
     return allNear(actual, expected, {1e-9, 1e-10 * largest});
 }
 
-std::vector<double> byRows(const Matrix& a) {
-    std::vector<double> values;
-    for (int i = 0; i < a.getNumRows(); ++i) {
-        for (int j = 0; j < a.getNumCols(); ++j) values.push_back(a(i, j));
-    }
-    return values;
-}
-
 TEST(PCA, ReferenceResults) {
     for (const std::string name : {"attitude_cov", "usarrests_corr", "mtcars_corr_raw"}) {
         const ReferenceData reference("learners/" + name + ".pca");
@@ -50,22 +42,19 @@ TEST(PCA, ReferenceResults) {
             const Model model = Model({method}).fit(x);
             EXPECT_TRUE(matches(model.getEigenvalues(), reference.vector("eigenvalues")));
             EXPECT_TRUE(
-                matches(byRows(model.getEigenvectors()), reference.flattened("eigenvectors")));
+                matches(rowsOf(model.getEigenvectors()), reference.flattened("eigenvectors")));
             const Vector explained = model.explainedVariance();
             EXPECT_TRUE(matches(explained, reference.vector("explained_percent")));
             EXPECT_TRUE(matches(Model::explainedCumulativeVariance(explained),
                                 reference.vector("cumulative_percent")));
-            for (const std::string item : {"projections.0.", "projections.1."}) {
-                if (!reference.has(item + "components")) continue;
-                const auto k = static_cast<int>(reference.scalar(item + "components"));
-                const Matrix scores = model.transform(x, k);
-                EXPECT_TRUE(matches(byRows(scores), reference.flattened(item + "scores")));
+            for (const ReferenceData& item : reference.parts("projections", "components")) {
+                const Matrix scores = model.transform(x, item.integer("components"));
+                EXPECT_TRUE(matches(rowsOf(scores), item.flattened("scores")));
                 // Differences of squares as large as those of the record itself.
                 const double rounding =
                     1e-14 * Util::maxValue(Model::qStat(x, Matrix(x.getNumRows(), 0)));
-                EXPECT_TRUE(allNear(Model::qStat(x, scores), reference.vector(item + "q"),
-                                    {1e-9, rounding}));
-                EXPECT_TRUE(matches(model.tStat(scores), reference.vector(item + "t2")));
+                EXPECT_TRUE(allNear(Model::qStat(x, scores), item.vector("q"), {1e-9, rounding}));
+                EXPECT_TRUE(matches(model.tStat(scores), item.vector("t2")));
             }
         }
     }
@@ -116,26 +105,19 @@ TEST(PCA, RefusesWhatHasNoAnswerAndKeepsTheModel) {
     Matrix hole = x;
     hole(4, 2) = std::numeric_limits<double>::quiet_NaN();
     const Model fitted = Model({2}).fit(x);
-    const std::pair<std::function<void(Model&)>, const char*> refusals[] = {
-        {[&](Model& m) { m.fit(constant); }, "column 1 is constant"},
-        {[&](Model& m) {
-             m.fit(Convert::toDataFrame(constant, {L"a", L"b", L"c"}));
-         },
-         "column 1 (\"b\") is constant"},
-        {[](Model& m) { m.fit(Matrix(3, 1, 7.0)); }, "column 0 is constant"},
-        {[&](Model& m) { m.fit(hole); }, "(4, 2) is NaN"},
-        {[&](Model& m) { m.setParams({1}).fit(hole); }, "(4, 2) is NaN"},
-        {[](Model& m) { m.fit(Matrix(3, 0)); }, "0 columns"},
-        {[&](Model& m) { m.transform(x, 4); }, "number of components 4"},
-        {[&](Model& m) { m.transform(x, -1); }, "-1 components"},
-        {[](Model& m) { m.transform(Matrix(3, 2), 1); }, "2 columns, 3 expected"},
-        {[&](Model&) { (void)Model::qStat(x, Matrix(8, 2)); }, "8 rows of scores, 9 expected"},
-        {[](Model& m) { (void)m.tStat(Matrix(3, 4)); }, "number of components 4"}};
-    for (const auto& [action, text] : refusals) {
-        Model model = fitted;
-        EXPECT_TRUE(refuses([&] { action(model); }, text));
-        EXPECT_TRUE(model.getEigenvectors().equalTo(fitted.getEigenvectors(), 0.0)) << text;
-    }
+    const DataFrame named = Convert::toDataFrame(constant, {L"a", L"b", L"c"});
+    expectRefused(fitted,
+                  {{"column 1 is constant", [&](Model& m) { m.fit(constant); }},
+                   {"column 1 (\"b\") is constant", [&](Model& m) { m.fit(named); }},
+                   {"column 0 is constant", [](Model& m) { m.fit(Matrix(3, 1, 7.0)); }},
+                   {"(4, 2) is NaN", [&](Model& m) { m.fit(hole); }},
+                   {"(4, 2) is NaN", [&](Model&) { Model({1}).fit(hole); }},
+                   {"0 columns", [](Model& m) { m.fit(Matrix(3, 0)); }},
+                   {"number of components 4", [&](Model& m) { m.transform(x, 4); }},
+                   {"-1 components", [&](Model& m) { m.transform(x, -1); }},
+                   {"2 columns, 3 expected", [](Model& m) { m.transform(Matrix(3, 2), 1); }},
+                   {"8 rows of scores, 9", [&](Model&) { (void)Model::qStat(x, Matrix(8, 2)); }},
+                   {"number of components 4", [](Model& m) { (void)m.tStat(Matrix(3, 4)); }}});
     EXPECT_THROW(Model(fitted).fit(x(IntVector{0}, Util::all)), TooFewNumRows);
     EXPECT_NO_THROW(Model().fit(constant));
     EXPECT_TRUE(std::isnan(Model().transform(x, 2)(8, 1)));

@@ -1,5 +1,5 @@
-// Linear regression against certified values and results computed elsewhere (origin and tolerances
-// in tests/reference/learners/README.md).
+// Linear and logistic regression, the latter step by step, against certified values and results
+// computed elsewhere (origin and tolerances in tests/reference/learners/README.md).
 #include <string>
 #include <tuple>
 #include <utility>
@@ -15,30 +15,42 @@
 namespace Veltrix::Testing {
 namespace {
 
-using Engine::LinearModel::OLS::Model;
+using namespace Engine::LinearModel;
 
 /// A reference problem: data, model and the certified or computed results.
 struct Problem {
-    ReferenceData reference;
-    Matrix x;
-    Vector y;
-    Vector weights;
-    bool intercept;
-
-    Problem(const std::string& name, MatrixOrderType order)
-        : reference("learners/" + name + ".ols") {
+    explicit Problem(const std::string& name, MatrixOrderType order = MatrixOrderType::columnMajor)
+        : reference("learners/" + name) {
         const CsvData data("learners/" + reference.text("data"));
         x = columnsOf(data, reference.texts("predictors"), order);
         y = toVector(data.numbers(reference.text("response")));
         const bool weighted = reference.has("weights") && !reference.text("weights").empty();
         if (weighted) weights = toVector(data.numbers(reference.text("weights")));
-        intercept = reference.scalar("intercept") != 0.0;
     }
 
-    Model fit() const {
-        Model model;
+    OLS::Model fit() const {
+        OLS::Model model;
         return weights.empty() ? model.fit(x, y, intercept) : model.fit(x, y, weights, intercept);
     }
+    Logistic::Model fit(int maxIterations) const {
+        Logistic::Model fitted;
+        return weights.empty() ? fitted.fit(x, y, maxIterations, intercept)
+                               : fitted.fit(x, y, weights, maxIterations, intercept);
+    }
+    /// What the file does not hold is not compared. Matrices are given row after row.
+    void expect(const std::vector<std::pair<const char*, Vector>>& found,
+                const Tolerance& within) const {
+        for (const auto& [quantity, values] : found) {
+            if (!reference.has(quantity)) continue;
+            EXPECT_TRUE(allNear(values, reference.flattened(quantity), within)) << quantity;
+        }
+    }
+
+    ReferenceData reference;
+    Matrix x;
+    Vector y, weights;
+    const bool intercept = reference.scalar("intercept") != 0.0;
+    const double confidence = reference.has("confidence") ? reference.scalar("confidence") : 0.0;
 };
 
 // Certified values have 15 digits. Refinement gives the coefficients nearly all of them; standard
@@ -53,7 +65,7 @@ TEST(OLSCertified, ReachesTheDigits) {
     for (const auto& [name, coefficientDigits, errorDigits] : cases) {
         SCOPED_TRACE(name);
         for (const auto order : {MatrixOrderType::columnMajor, MatrixOrderType::rowMajor}) {
-            const Problem problem(name, order);
+            const Problem problem(std::string(name) + ".ols", order);
             const auto info = problem.fit().computeCoefficientInfo(0.95);
             const auto coefficients = problem.reference.vector("certified.coefficients");
             const auto errors = problem.reference.vector("certified.standard_deviations");
@@ -70,28 +82,14 @@ TEST(OLSCertified, ReachesTheDigits) {
 class OLSReference : public testing::TestWithParam<std::pair<const char*, double>> {
   protected:
     using Vectors = std::vector<std::pair<const char*, Vector>>;
+    void expect(const Vectors& found) const { problem.expect(found, tolerance); }
 
-    /// What the file does not hold is not compared.
-    void expect(const Vectors& found) const {
-        for (const auto& [quantity, values] : found) {
-            if (!problem.reference.has(quantity)) continue;
-            EXPECT_TRUE(allNear(values, problem.reference.vector(quantity), tolerance)) << quantity;
-        }
-    }
-    void expectMatrix(const Matrix& actual, const std::string& quantity,
-                      const Tolerance& within) const {
-        const Matrix expected = toMatrix(problem.reference.matrix(quantity));
-        ASSERT_EQ(actual.getNumRows(), expected.getNumRows()) << quantity;
-        EXPECT_TRUE(allNear(actual.getAsDoubleVector(), expected.getAsDoubleVector(), within))
-            << quantity;
-    }
-
-    const Problem problem{GetParam().first, MatrixOrderType::columnMajor};
+    const Problem problem{std::string(GetParam().first) + ".ols"};
     // The floor is for values that are zero up to cancellation, such as a residual of a record
     // that lies on the line.
     const Tolerance tolerance{GetParam().second, 1e-12, NaNRule::EqualsNaN};
-    const Model model = problem.fit();
-    const double confidence = problem.reference.scalar("confidence");
+    const OLS::Model model = problem.fit();
+    const double confidence = problem.confidence;
 };
 
 TEST_P(OLSReference, CoefficientsAndFit) {
@@ -101,8 +99,8 @@ TEST_P(OLSReference, CoefficientsAndFit) {
             {"t", info.tStatistics},
             {"p_values", info.pValues},
             {"lower", info.lowerConfidenceLimits},
-            {"upper", info.upperConfidenceLimits}});
-    expectMatrix(model.getCoefficientCovariance(), "covariance", tolerance);
+            {"upper", info.upperConfidenceLimits},
+            {"covariance", rowsOf(model.getCoefficientCovariance())}});
     EXPECT_EQ(model.getRank(), problem.reference.scalar("rank"));
     const auto estimable = problem.reference.vector("estimable_columns");
     EXPECT_EQ(model.getEstimableColumns(), IntVector(estimable.begin(), estimable.end()));
@@ -161,8 +159,8 @@ TEST_P(OLSReference, RecordsAndCollinearity) {
         const auto result = model.computeMulticollinearity(problem.x);
         expect({{"collinearity.eigenvalues", result.eigenvalues},
                 {"collinearity.condition_indices", result.conditionIndices}});
-        expectMatrix(result.varianceProportions, "collinearity.variance_proportions",
-                     {1e-8, 1e-8, NaNRule::Fails});
+        problem.expect({{"collinearity.variance_proportions", rowsOf(result.varianceProportions)}},
+                       {1e-8, 1e-8, NaNRule::Fails});
     }
 }
 
@@ -176,6 +174,67 @@ INSTANTIATE_TEST_SUITE_P(Computed, OLSReference,
                                          std::pair{"uscrime", 1e-9},
                                          std::pair{"women_nointercept", 1e-9}),
                          [](const auto& suite) { return suite.param.first; });
+
+class LogisticReference : public testing::TestWithParam<const char*> {
+  protected:
+    using Vectors = std::vector<std::pair<const char*, Vector>>;
+    void expect(const Vectors& found) const { problem.expect(found, tolerance); }
+
+    const Problem problem{std::string(GetParam()) + ".logistic"};
+    const ReferenceData& reference = problem.reference;
+    const Logistic::Model model = problem.fit(reference.integer("max_iterations"));
+    const Tolerance tolerance{1e-8, 1e-12};
+};
+
+TEST_P(LogisticReference, EveryStepAndItsEnd) {
+    const Table steps = reference.matrix("steps");
+    for (std::size_t k = 0; k < steps.rows; ++k) {
+        const double deviance = problem.fit(static_cast<int>(k) + 1).getResidualDeviance();
+        EXPECT_TRUE(isNear(deviance, steps(k, 0), tolerance)) << k;
+    }
+    EXPECT_EQ(model.getNumIterations(), reference.scalar("completed_iterations"));
+    const bool separated = reference.text("stopped_by") == "separation";
+    problem.expect({{"coefficients", model.getCoefficients()}}, {separated ? 1e-5 : 1e-8, 1e-12});
+    const auto kept = reference.vector("kept_columns");
+    EXPECT_EQ(model.getEstimableColumns(), IntVector(kept.begin(), kept.end()));
+    if (!reference.has("with_limit.0.max_iterations")) return;
+    for (const ReferenceData& item : reference.parts("with_limit", "max_iterations")) {
+        const Logistic::Model limited = problem.fit(item.integer("max_iterations"));
+        EXPECT_EQ(limited.getNumIterations(), item.scalar("completed_iterations"));
+        EXPECT_TRUE(allNear(limited.getCoefficients(), item.vector("coefficients"), tolerance));
+        const double deviance = item.scalar("residual_deviance");
+        EXPECT_TRUE(isNear(limited.getResidualDeviance(), deviance, tolerance));
+    }
+}
+
+TEST_P(LogisticReference, Statistics) {
+    const auto fit = model.computeFitEvaluation(problem.y);
+    const auto info = model.computeCoefficientInfo(problem.x, problem.confidence);
+    const Matrix first = model.posteriorProbability(problem.x(Util::range(0, 5), Util::all));
+    expect({{"fit.residual_deviance", {fit.residualDeviance}},
+            {"fit.null_deviance", {fit.nullDeviance}},
+            {"fit.pseudo_r2", {fit.pseudoR2}},
+            {"fit.df_residual", {fit.residualDf}},
+            {"standard_errors", info.standardErrors},
+            {"wald", info.waldStatistics},
+            {"p_values", info.pValues},
+            {"lower", info.lowerConfidenceLimits},
+            {"upper", info.upperConfidenceLimits},
+            {"odds", info.odds},
+            {"covariance", model.computeVarianceCovariance(problem.x).getAsDoubleVector()},
+            {"posterior_first_rows", rowsOf(first)}});
+    const auto collinearity = model.computeFittedMulticollinearity(problem.x);
+    const std::string prefix = "collinearity_root_weighted_design.";
+    EXPECT_TRUE(
+        allNear(collinearity.eigenvalues, reference.vector(prefix + "eigenvalues"), {1e-9, 1e-12}));
+    EXPECT_TRUE(allNear(rowsOf(collinearity.varianceProportions),
+                        reference.flattened(prefix + "variance_proportions"), {0.0, 1e-8}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Data, LogisticReference,
+                         testing::Values("birthwt_low", "birthwt_milligrams_nointercept",
+                                         "birthwt_weighted_nointercept", "iris_separated",
+                                         "mtcars_am", "virginica"));
 
 }  // namespace
 }  // namespace Veltrix::Testing
