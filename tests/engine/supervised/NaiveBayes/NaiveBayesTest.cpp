@@ -148,12 +148,12 @@ TEST(NaiveBayes, statesAndBadInput) {
     const DataFrame target = frame(L"", {L"a", L"b", L"a"});
     const DataFrame one = frame(L"", {L"a", L"a", L"a"});
     const auto classes = target(Selection::all, 0);
-    EXPECT_THROW(computeFrequency(features, one(Selection::all, 0), 1.0, kEven),
+    EXPECT_THROW((void)computeFrequency(features, one(Selection::all, 0), 1.0, kEven),
                  Engine::UnaryResponseVariable);
     for (const double alpha : {-0.5, std::nan(""), HUGE_VAL}) {
-        EXPECT_THROW(computeFrequency(features, classes, alpha, kEven), Exception);
+        EXPECT_THROW((void)computeFrequency(features, classes, alpha, kEven), Exception);
     }
-    EXPECT_THROW(computeFrequency(frame(L"f", {L"u"}), classes, 1.0, kEven), Exception);
+    EXPECT_THROW((void)computeFrequency(frame(L"f", {L"u"}), classes, 1.0, kEven), Exception);
     const Model counts = computeFrequency(features, classes, 1.0, kEven);
     EXPECT_EQ(counts.featureValueClassCount.at(L"f").at(L"u").at(L"b"), 0.0);
     EXPECT_TRUE(computeLogPosteriori(counts, features).logPosteriors.empty());
@@ -174,8 +174,10 @@ TEST(NaiveBayes, statesAndBadInput) {
                                                         {&withoutPrior, features},
                                                         {&incomplete, features}};
     for (const auto& [scoring, records] : cases) {
-        EXPECT_THAT([&, &from = *scoring,
-                     &of = records] { (void)computePosteriorProbability(from, of, false); },
+        const auto score = [&model = *scoring, &of = records] {
+            (void)computePosteriorProbability(model, of, false);
+        };
+        EXPECT_THAT(score,
                     testing::ThrowsMessage<std::out_of_range>("invalid unordered_map<K, T> key"));
     }
 }
