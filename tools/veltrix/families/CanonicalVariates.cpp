@@ -1,19 +1,16 @@
-#include <algorithm>
-#include <numeric>
+#include <cstdint>
 
 #include <fmt/format.h>
 
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/CVA.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/host/GroupChart.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
 
 namespace {
-
-/// Most series that a chart of a workbook can have.
-constexpr std::size_t kMostSeries = 255;
 
 class CanonicalVariates : public StoredFamily<CanonicalVariates> {
   public:
@@ -78,7 +75,9 @@ class CanonicalVariates : public StoredFamily<CanonicalVariates> {
             .integers("Row", training.rowNumbers)
             .text("Class", data.labelsOf(training))
             .matrix(numbered(), scores);
-        if (data.labels.size() <= kMostSeries) addChart(report, data, scores);
+        const std::vector<std::string> classes = toTexts(data.labels);
+        addGroupChart(report, {"Variate chart", "Variates", classes, {"Class", classes}}, training,
+                      training.labels, scores, numbered());
     }
 
     Scores score(const Records& records, double /*confidence*/) const override {
@@ -102,47 +101,10 @@ class CanonicalVariates : public StoredFamily<CanonicalVariates> {
     /// Variates as the report numbers them, places in the model.
     IntVector largestFirst() const { return Util::range(numVariates() - 1, -1, -1); }
 
-    std::vector<std::string> numbered() const {
-        std::vector<std::string> names;
-        for (int k = 1; k <= numVariates(); ++k) names.push_back(fmt::format("Variate {}", k));
-        return names;
-    }
+    std::vector<std::string> numbered() const { return Tool::numbered("Variate", numVariates()); }
 
     Matrix scoresOf(const Matrix& x) const {
         return model_.transform(x)(Util::all, largestFirst());
-    }
-
-    /// The rows class by class in the plane of the first two variates; a single one is shown
-    /// against the row numbers.
-    void addChart(ReportBuilder& report, const Prepared& data, const Matrix& scores) const {
-        const PartData& training = data.training();
-        IntVector order = Util::range(0, scores.getNumRows());
-        std::ranges::stable_sort(
-            order, {}, [&](int i) { return training.labels[static_cast<std::uint64_t>(i)]; });
-        const bool plane = numVariates() > 1;
-        Vector x;
-        Vector y;
-        std::vector<std::string> classes;
-        std::vector<std::size_t> sizes(data.labels.size());
-        for (const int i : order) {
-            const auto row = static_cast<std::size_t>(i);
-            const auto label = static_cast<std::size_t>(training.labels[row]);
-            ++sizes[label];
-            classes.push_back(data.labels[label].toUtf8());
-            x.push_back(plane ? scores(i, 0) : static_cast<double>(training.rowNumbers[row]));
-            y.push_back(scores(i, plane ? 1 : 0));
-        }
-        const std::string title = "Variate chart";
-        const std::string across = plane ? "Variate 1" : "Row";
-        const std::string up = plane ? "Variate 2" : "Variate 1";
-        report.chartTable(title)
-            .text("Class", std::move(classes))
-            .numbers(across, std::move(x))
-            .numbers(up, std::move(y));
-        ChartBuilder& chart = report.chart("Variates").x(title, across).y(title, up);
-        for (std::size_t k = 0; k < sizes.size(); ++k) {
-            chart.group(data.labels[k].toUtf8(), sizes[k]);
-        }
     }
 
     Engine::CVA::Model model_;

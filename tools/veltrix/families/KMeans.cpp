@@ -7,6 +7,7 @@
 #include "Veltrix/Engine/KMC.h"
 #include "support/NumberText.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/host/GroupChart.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
@@ -17,21 +18,12 @@ constexpr const char* kClusters = "--clusters";
 
 /// Squares of larger values overflow in sums over many rows.
 constexpr double kLargest = 1e150;
-/// Most series that a chart of a workbook can have.
-constexpr int kMostSeries = 255;
 
 const char* yesOrNo(bool value) { return value ? "yes" : "no"; }
 
 Vector columnOf(const Matrix& x, int column) {
     const auto cells = x(Selection::all, column).elements();
     return {cells.begin(), cells.end()};
-}
-
-/// "Cluster 1", "Cluster 2", ...
-std::vector<std::string> numbered(const char* text, int count) {
-    std::vector<std::string> names;
-    for (int k = 1; k <= count; ++k) names.push_back(fmt::format("{} {}", text, k));
-    return names;
 }
 
 class KMeans : public StoredFamily<KMeans> {
@@ -56,10 +48,7 @@ class KMeans : public StoredFamily<KMeans> {
 
     void fit(const Prepared& data) override {
         checkSizes(data);
-        if (params_.numClusters > data.rowsUsed) {
-            throw UserError(fmt::format("{}: {}, expected at most the number of rows used, {}",
-                                        kClusters, params_.numClusters, data.rowsUsed));
-        }
+        checkAtMost(kClusters, params_.numClusters, "the number of rows used", data.rowsUsed);
         params_.seed = static_cast<std::int32_t>(seed_);
         model_.setParams(params_).fit(data.training().records.x);
     }
@@ -93,7 +82,15 @@ class KMeans : public StoredFamily<KMeans> {
             .matrix(numbered("Cluster", params_.numClusters), model_.interClusterDistance());
         const IntVector assignment = model_.predict(data.training().records.x);
         addRecords(report.records("Rows and their clusters"), data, assignment);
-        if (params_.numClusters <= kMostSeries) addScatter(report, data, assignment);
+        std::vector<std::int64_t> clusters(static_cast<std::size_t>(params_.numClusters));
+        std::iota(clusters.begin(), clusters.end(), std::int64_t{1});
+        addGroupChart(report,
+                      {"Cluster chart",
+                       "Clusters",
+                       numbered("Cluster", params_.numClusters),
+                       {"Cluster", std::move(clusters)}},
+                      data.training(), assignment, data.training().records.x,
+                      data.coding.predictors());
         report.chart("Random starts")
             .x("Random starts", "Start")
             .y("Random starts", "Sum of squares within clusters");
@@ -141,12 +138,10 @@ class KMeans : public StoredFamily<KMeans> {
 
     void addStarts(ReportBuilder& report) const {
         const Engine::KMC::RandomStartSummary& starts = model_.getRandomStartSummary();
-        std::vector<std::string> remarks(starts.sumsOfSquares.size());
-        remarks[static_cast<std::size_t>(starts.bestStart)] = "best";
         report.table("Random starts")
             .counted("Start", starts.sumsOfSquares.size())
             .series("Sum of squares within clusters", starts.sumsOfSquares)
-            .text("Remark", std::move(remarks));
+            .marked("Remark", starts.sumsOfSquares.size(), starts.bestStart, "best");
     }
 
     void addFit(Table& table) const {
@@ -177,40 +172,6 @@ class KMeans : public StoredFamily<KMeans> {
             .series("Distance", std::move(own))
             .matrix(numbered("Cluster", distances.getNumCols()), distances)
             .note("Columns named after clusters hold the distances to their centroids.");
-    }
-
-    /// The rows cluster by cluster in the plane of the first two columns; a single column is shown
-    /// against the row numbers.
-    void addScatter(ReportBuilder& report, const Prepared& data,
-                    const IntVector& assignment) const {
-        const PartData& all = data.training();
-        std::vector<std::uint64_t> order(assignment.size());
-        std::iota(order.begin(), order.end(), std::uint64_t{0});
-        std::ranges::stable_sort(order, {}, [&](std::uint64_t i) { return assignment[i]; });
-        const bool plane = all.records.x.getNumCols() > 1;
-        const Vector columns[] = {plane ? columnOf(all.records.x, 0) : Vector(),
-                                  columnOf(all.records.x, plane ? 1 : 0)};
-        Vector x;
-        Vector y;
-        std::vector<std::int64_t> clusters;
-        for (const std::uint64_t i : order) {
-            x.push_back(plane ? columns[0][i] : static_cast<double>(all.rowNumbers[i]));
-            y.push_back(columns[1][i]);
-            clusters.push_back(assignment[i] + 1);
-        }
-        const std::vector<std::string>& names = data.coding.predictors();
-        const std::string title = "Cluster chart";
-        const std::string& up = names[plane ? 1 : 0];
-        const std::string across = plane ? names[0] : up == "Row" ? "Row number" : "Row";
-        report.chartTable(title)
-            .integers("Cluster", std::move(clusters))
-            .numbers(across, std::move(x))
-            .numbers(up, std::move(y));
-        ChartBuilder& chart = report.chart("Clusters").x(title, across).y(title, up);
-        const std::vector<std::string> groups = numbered("Cluster", params_.numClusters);
-        for (std::size_t k = 0; k < groups.size(); ++k) {
-            chart.group(groups[k], static_cast<std::size_t>(model_.getClusterSize()[k]));
-        }
     }
 
     Engine::KMC::Params params_{.numRandomStarts = 10, .numClusters = 0, .maxIterations = 100};

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "Veltrix/Data/Convert.h"
 #include "Veltrix/Engine/NaiveBayes.h"
 #include "support/NumberText.h"
+#include "tools/veltrix/families/CategoryTables.h"
 #include "tools/veltrix/families/Families.h"
 #include "tools/veltrix/host/UserError.h"
 
@@ -18,27 +18,6 @@ namespace Veltrix::Tool {
 namespace {
 
 using namespace Classification::NaiveBayes::Engine;
-
-/// The categories of a feature: numbers in their order, then texts.
-std::vector<WString> inOrder(const Model::CategoryMap& categories) {
-    struct Category {
-        std::optional<double> number;
-        WString text;
-    };
-    std::vector<Category> all;
-    for (const auto& category : categories) {
-        all.push_back({Support::parseNumber(category.first.view()), category.first});
-    }
-    std::ranges::sort(all, [](const Category& a, const Category& b) {
-        if (a.number.has_value() != b.number.has_value()) return a.number.has_value();
-        if (a.number && *a.number != *b.number) return *a.number < *b.number;
-        return a.text < b.text;
-    });
-    std::vector<WString> texts;
-    texts.reserve(all.size());
-    for (Category& category : all) texts.push_back(std::move(category.text));
-    return texts;
-}
 
 class NaiveBayes : public StoredFamily<NaiveBayes> {
   public:
@@ -65,9 +44,7 @@ class NaiveBayes : public StoredFamily<NaiveBayes> {
 
     void fit(const Prepared& data) override {
         const PartData& training = data.training();
-        DataFrame target;
-        target.append(L"", training.labels, data.labels);
-        const DataFrame& labels = target;
+        const DataFrame labels = data.targetOf(training);
         counts_ = computeFrequency(training.records.frame, labels(Selection::all, 0), alpha_,
                                    data.roles.priors);
         if (counts_.priorProbs.empty()) {
@@ -100,10 +77,13 @@ class NaiveBayes : public StoredFamily<NaiveBayes> {
     }
 
     void describe(ReportBuilder& report, const Prepared& data) const override {
-        addCategories(report.records("Conditional probabilities"), data, model_,
+        const std::vector<std::string>& predictors = data.coding.predictors();
+        const StringVector classes = roles().classes;
+        addCategories(report.records("Conditional probabilities"), predictors, classes, model_,
                       NumberStyle::Series)
             .note("Probability of the category among the records of the class.");
-        addCategories(report.records("Category counts"), data, counts_, NumberStyle::Single);
+        addCategories(report.records("Category counts"), predictors, classes, counts_,
+                      NumberStyle::Single);
     }
 
     ClassRoles roles() const override {
@@ -131,7 +111,7 @@ class NaiveBayes : public StoredFamily<NaiveBayes> {
         a("successClass", self.success_)("cutoff", self.cutoff_);
         storedModel(a, "model", self.model_);
         a.check(
-            "model", [&] { return self.isComplete(); },
+            "model", [&] { return scoresEveryRecord(self.model_); },
             "expected probabilities of every category in all of at least two classes with priors");
         a.check(
             "successClass",
@@ -143,46 +123,6 @@ class NaiveBayes : public StoredFamily<NaiveBayes> {
     }
 
   private:
-    /// Whether every record that has its columns can be scored.
-    bool isComplete() const {
-        const auto& classes = model_.targetCount;
-        const auto hasAll = [&](const Model::ClassValues& values) {
-            return std::ranges::all_of(
-                classes, [&](const auto& each) { return values.contains(each.first); });
-        };
-        return model_.state == Model::kProbabilities && classes.size() >= 2 &&
-               hasAll(model_.priorProbs) &&
-               std::ranges::all_of(model_.featureValueClassCount, [&](const auto& feature) {
-                   return std::ranges::all_of(feature.second, [&](const auto& category) {
-                       return hasAll(category.second);
-                   });
-               });
-    }
-
-    /// A row for each category of each predictor, and what the model has for every class.
-    Table& addCategories(Table& table, const Prepared& data, const Model& model,
-                         NumberStyle style) const {
-        const ClassRoles used = roles();
-        std::vector<std::string> predictors;
-        std::vector<std::string> categories;
-        std::vector<Vector> values(used.classes.size());
-        for (const std::string& predictor : data.coding.predictors()) {
-            const auto& known = model.featureValueClassCount.at(WString::fromUtf8(predictor));
-            for (const WString& category : inOrder(known)) {
-                predictors.push_back(predictor);
-                categories.push_back(category.toUtf8());
-                for (std::uint64_t c = 0; c < used.classes.size(); ++c) {
-                    values[c].push_back(known.at(category).at(used.classes[c]));
-                }
-            }
-        }
-        table.text("Predictor", std::move(predictors)).text("Category", std::move(categories));
-        for (std::uint64_t c = 0; c < used.classes.size(); ++c) {
-            table.add({used.classes[c].toUtf8(), std::move(values[c]), style});
-        }
-        return table;
-    }
-
     double alpha_ = 1.0;
     std::string success_;
     double cutoff_ = 0.5;

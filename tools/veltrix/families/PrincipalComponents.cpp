@@ -8,6 +8,7 @@
 #include "Veltrix/Engine/PCA.h"
 #include "data/containers/Stored.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/host/GroupChart.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
@@ -17,12 +18,6 @@ namespace {
 constexpr const char* kComponents = "--components";
 constexpr const char* kVariance = "--variance";
 constexpr const char* kCorrelation = "--correlation";
-
-std::vector<std::string> numbered(int count) {
-    std::vector<std::string> names;
-    for (int k = 1; k <= count; ++k) names.push_back(fmt::format("Component {}", k));
-    return names;
-}
 
 class PrincipalComponents : public StoredFamily<PrincipalComponents> {
   public:
@@ -47,10 +42,7 @@ class PrincipalComponents : public StoredFamily<PrincipalComponents> {
         const Matrix& x = data.training().records.x;
         const std::vector<std::string>& columns = data.coding.predictors();
         checkRows(data);
-        if (numComponents_ > x.getNumCols()) {
-            throw UserError(fmt::format("{}: {}, expected at most the number of columns, {}",
-                                        kComponents, numComponents_, x.getNumCols()));
-        }
+        checkAtMost(kComponents, numComponents_, "the number of columns", x.getNumCols());
         centre_ = Util::mean(x);
         scale_ = Vector(centre_.size(), 1.0);
         for (int j = 0; correlation_ && j < x.getNumCols(); ++j) {
@@ -90,7 +82,8 @@ class PrincipalComponents : public StoredFamily<PrincipalComponents> {
         if (correlation_) columnsUsed.numbers("Standard deviation", scale_);
         report.table("Loadings")
             .text("Column", columns)
-            .matrix(numbered(model_.getEigenvectors().getNumCols()), model_.getEigenvectors())
+            .matrix(numbered("Component", model_.getEigenvectors().getNumCols()),
+                    model_.getEigenvectors())
             .note("Eigenvectors of length 1, their largest entry positive.");
         Table& scores = report.records("Scores");
         scores.integers("Row", data.training().rowNumbers);
@@ -174,7 +167,7 @@ class PrincipalComponents : public StoredFamily<PrincipalComponents> {
         // Rounding may leave less than nothing of a record that the components hold as a whole.
         for (double& value : q) value = std::max(value, 0.0);
         Table table{.title = {}, .columns = {}};
-        table.matrix(numbered(numComponents_), scores)
+        table.matrix(numbered("Component", numComponents_), scores)
             .numbers("Q", std::move(q))
             .numbers("T²", model_.tStat(scores));
         return std::move(table.columns);
@@ -208,7 +201,7 @@ class PrincipalComponents : public StoredFamily<PrincipalComponents> {
             x.push_back(stretch * loadings(j, 0));
             y.push_back(stretch * loadings(j, 1));
         }
-        const std::vector<std::string> axes = numbered(2);
+        const std::vector<std::string> axes = numbered("Component", 2);
         report.chartTable(title)
             .text("Point", std::move(what))
             .numbers(axes[0], std::move(x))

@@ -134,6 +134,10 @@ class Selection : public StoredFamily<Selection> {
         return binaryScores(logisticModel_.posteriorProbability(x), roles_);
     }
 
+    void narrow(PredictorCoding& coding) override {
+        coding.keepOnly(columns_);
+        numColumns_ = static_cast<int>(coding.columnNames().size());
+    }
     int numColumns() const override { return model().isFitted() ? numColumns_ : 0; }
 
     static void describeFields(auto& a, auto& self) {
@@ -199,10 +203,7 @@ class Selection : public StoredFamily<Selection> {
             throw UserError(
                 fmt::format("{}: {}, no column reaches it", kFIn, Support::numberText(fIn_)));
         }
-        if (use_ > count) {
-            throw UserError(fmt::format("{}: {}, expected at most the number of models, {}", kUse,
-                                        use_, count));
-        }
+        checkAtMost(kUse, use_, "the number of models", count);
         if (use_ > 0) return;
         const ModelStatistics& all = history_.getModelStatistics();
         const Vector& criterion = linear_ ? all.cp : all.aic;
@@ -241,13 +242,11 @@ class Selection : public StoredFamily<Selection> {
     void addModels(ReportBuilder& report, const Prepared& data) const {
         const char* const title = "Models";
         const auto count = static_cast<std::size_t>(history_.getNumModels());
-        std::vector<std::string> marks(count);
-        marks[static_cast<std::size_t>(use_) - 1] = "*";
         std::vector<std::int64_t> sizes;
         for (const int size : history_.getSizes()) sizes.push_back(size - numForced());
         ModelStatistics all = history_.getModelStatistics();
         Table& table = report.table(title);
-        table.counted("Model", count).text("Chosen", std::move(marks));
+        table.counted("Model", count).marked("Chosen", count, use_ - 1, "*");
         table.integers("Size", std::move(sizes));
         if (goesByF()) table.numbers("F", history_.getStatistics());
         if (linear_) {

@@ -99,8 +99,9 @@ class Smoothing : public StoredFamily<Smoothing, SeriesFamily> {
     }
 
     void fitTo(const Vector& series) override {
-        checkLength(kWindow, window_, series.size());
-        checkLength(kPeriod, period_, series.size());
+        const auto size = static_cast<std::int64_t>(series.size());
+        checkAtMost(kWindow, window_, "the number of values", size);
+        checkAtMost(kPeriod, period_, "the number of values", size);
         std::array<double, 3> params{};
         for (std::size_t k = 0; k < params.size(); ++k) {
             if (!std::isnan(params_[k])) params[k] = params_[k];
@@ -197,12 +198,6 @@ class Smoothing : public StoredFamily<Smoothing, SeriesFamily> {
     void expectOnly(const char* option, bool given, bool expected) const {
         if (given && !expected) refuse(option, "not used");
         if (!given && expected) refuse(option, "not given, expected");
-    }
-
-    static void checkLength(const char* option, std::int64_t length, std::uint64_t numValues) {
-        if (length <= static_cast<std::int64_t>(numValues)) return;
-        throw UserError(fmt::format("{}: {}, expected at most the number of values, {}", option,
-                                    length, numValues));
     }
 
     /// `length` is that of the window or of the season. Without a series: a smoother to be read.

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "Veltrix/Data/Convert.h"
+#include "tools/veltrix/families/EitherModel.h"
 #include "tools/veltrix/families/Families.h"
 #include "tools/veltrix/families/TreeTables.h"
 #include "tools/veltrix/host/UserError.h"
@@ -18,9 +19,6 @@ using Regressor = Engine::DT::Regression::Model;
 
 constexpr int kNoLimit = std::numeric_limits<int>::max();
 constexpr const char* kColumnsPerSplit = "--columns-per-split";
-
-/// Whether numbers are predicted.
-const Choices<bool> kTasks{{"classification", false}, {"regression", true}};
 
 Value limitText(int limit) {
     return limit == kNoLimit ? Value("none") : Value(std::int64_t{limit});
@@ -54,25 +52,20 @@ class Tree : public StoredFamily<Tree> {
     }
 
     void fit(const Prepared& data) override {
-        const std::size_t numPredictors = data.coding.predictors().size();
-        if (static_cast<std::size_t>(params_.variablesPerSplit) > numPredictors) {
-            throw UserError(fmt::format("{}: {}, expected at most the number of predictors, {}",
-                                        kColumnsPerSplit, params_.variablesPerSplit,
-                                        numPredictors));
-        }
-        regression_ = data.roles.classes.empty();
-        if (!regression_) setRoles(classifier_, data.roles);
-        constexpr std::uint64_t kShare = 50;
-        const auto usual = static_cast<int>(data.training().count() / kShare);
-        if (params_.minRecords == 0) params_.minRecords = std::max(1, usual);
+        checkAtMost(kColumnsPerSplit, params_.variablesPerSplit, "the number of predictors",
+                    static_cast<std::int64_t>(data.coding.predictors().size()));
+        either_.start(data);
+        const auto fiftieth = static_cast<int>(data.training().count() / 50);
+        if (params_.minRecords == 0) params_.minRecords = std::max(1, fiftieth);
         params_.seed = static_cast<int>(seed_);
         Engine::DT::Model& model = tree();
         model.setParams(params_);
-        const DataFrame trained = target(data, Part::Training);
+        const DataFrame trained = data.targetOf(data.training());
         model.fit(data.training().records.frame, trained(Selection::all, 0));
         if (!data.has(Part::Validation)) return;
-        const DataFrame validated = target(data, Part::Validation);
-        model.prune(data.part(Part::Validation).records.frame, validated(Selection::all, 0));
+        const PartData& validation = data.part(Part::Validation);
+        const DataFrame validated = data.targetOf(validation);
+        model.prune(validation.records.frame, validated(Selection::all, 0));
         model.select(TreeType::bestPruned);
     }
 
@@ -104,22 +97,17 @@ class Tree : public StoredFamily<Tree> {
             addTree(report, TreeType::minimumError, "Nodes: minimum error tree");
         }
         addTree(report, TreeType::full, "Nodes: full tree");
-        report.table("Column accumulators")
-            .text("Column", tree().getColNames())
-            .numbers("Accumulator", tree().getColumnAccumulators())
-            .note("Total risk before each split on the column, summed.");
-        report.records("Risk log")
-            .counted("Splits", tree().getRiskLog().size(), 0)
-            .numbers("Total risk", tree().getRiskLog());
+        addGrowth(report, tree());
     }
 
-    ClassRoles roles() const override { return regression_ ? ClassRoles() : rolesOf(classifier_); }
+    ClassRoles roles() const override { return either_.roles(); }
 
     Scores score(const Records& records, double /*confidence*/) const override {
-        if (regression_) return numberScores(regressor_.predict(records.frame));
-        return classScores(Convert::toDataFrame(classifier_.posteriorProbability(records.frame),
-                                                classifier_.getClasses()),
-                           classifier_.predict(records.frame));
+        if (either_.regression) return numberScores(either_.regressor.predict(records.frame));
+        const Classifier& model = either_.classifier;
+        return classScores(
+            Convert::toDataFrame(model.posteriorProbability(records.frame), model.getClasses()),
+            model.predict(records.frame));
     }
 
     int numColumns() const override {
@@ -127,43 +115,26 @@ class Tree : public StoredFamily<Tree> {
     }
 
     static void describeFields(auto& a, auto& self) {
-        storedChoice(a, "task", self.regression_, kTasks);
-        if (self.regression_) {
-            storedModel(a, "model", self.regressor_);
-        } else {
-            storedModel(a, "model", self.classifier_);
-        }
+        self.either_.describeTask(a, self.either_);
+        self.either_.describeModel(a, self.either_);
     }
 
   private:
     Engine::DT::Model& tree() {
-        if (regression_) return regressor_;
-        return classifier_;
+        return either_.with(either_, [](auto& model) -> Engine::DT::Model& { return model; });
     }
     const Engine::DT::Model& tree() const {
-        if (regression_) return regressor_;
-        return classifier_;
+        return either_.with(either_, [](auto& model) -> const Engine::DT::Model& { return model; });
     }
 
     bool isPruned() const { return tree().getPruning().numValidationRecords > 0; }
 
-    /// The only column of a frame.
-    static DataFrame target(const Prepared& data, Part part) {
-        DataFrame frame;
-        if (data.labels.empty()) {
-            frame.append(data.part(part).numbers);
-        } else {
-            frame.append(L"", data.part(part).labels, data.labels);
-        }
-        return frame;
-    }
-
     void addTree(ReportBuilder& report, TreeType type, const char* title) const {
-        if (regression_) {
-            Regressor other = regressor_;
+        if (either_.regression) {
+            Regressor other = either_.regressor;
             addNodes(report.records(title), other.select(type), nullptr);
         } else {
-            Classifier other = classifier_;
+            Classifier other = either_.classifier;
             other.select(type);
             addNodes(report.records(title), other, &other.getClasses());
         }
@@ -171,9 +142,7 @@ class Tree : public StoredFamily<Tree> {
 
     Engine::DT::Params params_{.maxSplits = kNoLimit, .maxLevels = kNoLimit, .maxNodes = kNoLimit};
     std::uint32_t seed_ = kDefaultSeed;
-    bool regression_ = false;
-    Classifier classifier_;
-    Regressor regressor_;
+    EitherModel<Classifier, Regressor> either_;
 };
 
 }  // namespace

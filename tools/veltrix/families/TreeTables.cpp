@@ -115,6 +115,16 @@ void addPruning(ReportBuilder& report, const Engine::DT::Model& model) {
         .line();
 }
 
+void addGrowth(ReportBuilder& report, const Engine::DT::Model& model) {
+    report.table("Column accumulators")
+        .text("Column", model.getColNames())
+        .numbers("Accumulator", model.getColumnAccumulators())
+        .note("Total risk before each split on the column, summed.");
+    report.records("Risk log")
+        .counted("Splits", model.getRiskLog().size(), 0)
+        .numbers("Total risk", model.getRiskLog());
+}
+
 void addDrawing(Table& table, const Engine::DT::Model& model) {
     std::vector<std::string> lines;
     const std::string text = model.toString().toUtf8();

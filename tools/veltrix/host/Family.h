@@ -71,6 +71,8 @@ class RecordFamily : public Family {
     /// Appends what the model says beyond the records, as forecasts of a series are.
     virtual void addBeyond(ReportBuilder& /*report*/, const Records& /*records*/,
                            double /*confidence*/) const {}
+    /// Takes out of the coding what the fitted model does without, before both are stored.
+    virtual void narrow(PredictorCoding& /*coding*/) {}
     /// Columns that the model was fitted to, 0 before; a file that says otherwise is refused.
     virtual int numColumns() const = 0;
 };

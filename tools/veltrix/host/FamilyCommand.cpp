@@ -108,7 +108,9 @@ FamilyCommand::Results FamilyCommand::runRecords(ProgressLine& progress) {
     if (!options_.save.path.empty()) {
         const std::string target =
             options_.subject().empty() ? family_->names().product : options_.subject();
-        results.model = writeModel(target, data.coding, *family_);
+        PredictorCoding coding = data.coding;
+        records_->narrow(coding);
+        results.model = writeModel(target, coding, *family_);
     }
     return results;
 }

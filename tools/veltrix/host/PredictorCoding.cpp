@@ -264,6 +264,40 @@ Records PredictorCoding::encode(const RowSelection& selection) const {
     return records;
 }
 
+int PredictorCoding::numColumns(const std::string& predictor) const {
+    const auto known = levels_.getMapping().find(WString::fromUtf8(predictor));
+    if (known == levels_.getMapping().end()) return 1;
+    return static_cast<int>(known->second.size() - numBases());
+}
+
+void PredictorCoding::keepOnly(IntVector& columns) {
+    if (columns.empty()) return;
+    std::vector<std::string> kept;
+    IntVector places;
+    int before = 0;      // columns of the predictors that were looked at
+    int keptBefore = 0;  // and of those kept
+    for (const std::string& predictor : predictors_) {
+        const int count = numColumns(predictor);
+        const std::uint64_t found = places.size();
+        for (const int column : columns) {
+            const int within = column - before;
+            if (within >= 0 && within < count) places.push_back(keptBefore + within);
+        }
+        before += count;
+        if (places.size() == found) continue;
+        kept.push_back(predictor);
+        keptBefore += count;
+    }
+    const auto isLeftOut = [&](const std::string& name) { return !contains(kept, name); };
+    std::erase_if(categorical_, isLeftOut);
+    std::erase_if(text_, isLeftOut);
+    Engine::Encoder::Mapping levels = levels_.getMapping();
+    std::erase_if(levels, [&](const auto& column) { return isLeftOut(column.first.toUtf8()); });
+    levels_ = Engine::Encoder().setMapping(levels);
+    predictors_ = std::move(kept);
+    columns = std::move(places);
+}
+
 void PredictorCoding::write(Support::JsonWriter& writer) const {
     writer.member(key(), predictors_);
     if (kind_ == Coding::Categories) {

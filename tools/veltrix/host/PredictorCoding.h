@@ -62,6 +62,10 @@ class PredictorCoding {
     /// and value for a level that is not known.
     Records encode(const RowSelection& selection) const;
 
+    /// Keeps only the predictors that these columns come from, and numbers the columns anew; all of
+    /// them when there is no column.
+    void keepOnly(IntVector& columns);
+
     /// The key of the predictors in a model file.
     const char* key() const { return kind_ == Coding::Numbers ? "columns" : "predictors"; }
     void write(Support::JsonWriter& writer) const;
@@ -69,6 +73,8 @@ class PredictorCoding {
     void read(const Support::JsonView& root);
 
   private:
+    /// Columns that a predictor becomes.
+    int numColumns(const std::string& predictor) const;
     /// Whether levels become 0/1 columns.
     bool hasIndicators() const;
     bool isCategorical(const std::string& name) const;

@@ -217,6 +217,16 @@ std::vector<double> Prepared::series() const {
     return {values.begin(), values.end()};
 }
 
+DataFrame Prepared::targetOf(const PartData& part) const {
+    DataFrame frame;
+    if (labels.empty()) {
+        frame.append(part.numbers);
+    } else {
+        frame.append(L"", part.labels, labels);
+    }
+    return frame;
+}
+
 StringVector Prepared::labelsOf(const PartData& part) const {
     StringVector texts;
     texts.reserve(part.labels.size());

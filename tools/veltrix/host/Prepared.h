@@ -61,6 +61,8 @@ struct Prepared {
     std::vector<double> series() const;
     /// The target of the records as texts.
     StringVector labelsOf(const PartData& part) const;
+    /// The target of the records as the only column of a frame.
+    DataFrame targetOf(const PartData& part) const;
 };
 
 /// Throws `UserError` when the first column selected holds no value or has a gap between its first

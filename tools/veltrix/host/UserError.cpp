@@ -6,6 +6,12 @@
 
 namespace Veltrix::Tool {
 
+void checkAtMost(std::string_view option, std::int64_t number, std::string_view what,
+                 std::int64_t limit) {
+    if (number <= limit) return;
+    throw UserError(fmt::format("{}: {}, expected at most {}, {}", option, number, what, limit));
+}
+
 std::string oneLine(std::string_view text) {
     std::string line;
     line.reserve(text.size());

@@ -19,6 +19,11 @@ struct OutsideError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Throws `UserError` when the number given by the option is above a limit, which is `what`: "the
+/// number of rows used".
+void checkAtMost(std::string_view option, std::int64_t number, std::string_view what,
+                 std::int64_t limit);
+
 /// Text of the user's in quotation marks, for use inside a message: one line whatever it holds, and
 /// shortened when it is very long. Called as `Tool::quoted`, as the standard library has one too.
 std::string quoted(std::string_view text);

@@ -68,6 +68,12 @@ Table& Table::cells(std::string heading, std::vector<Value> values, NumberStyle 
     return add({std::move(heading), std::move(values), style});
 }
 
+Table& Table::marked(std::string heading, std::uint64_t count, int place, std::string mark) {
+    std::vector<std::string> texts(count);
+    texts.at(static_cast<std::size_t>(place)) = std::move(mark);
+    return text(std::move(heading), std::move(texts));
+}
+
 Table& Table::matrix(const std::vector<std::string>& headings, const Matrix& values) {
     for (int j = 0; j < values.getNumCols(); ++j) {
         const auto cells = values(Veltrix::Selection::all, j).elements();

@@ -68,6 +68,8 @@ struct Table {
     Table& probability(std::string heading, Vector values);
     Table& cells(std::string heading, std::vector<Value> values,
                  NumberStyle style = NumberStyle::Single);
+    /// Empty texts but for the row `place`.
+    Table& marked(std::string heading, std::uint64_t count, int place, std::string mark);
     /// Every column of the matrix as a series.
     Table& matrix(const std::vector<std::string>& headings, const Matrix& values);
     /// A row of a table of labels and values.
