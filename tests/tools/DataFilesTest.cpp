@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -89,6 +90,30 @@ TEST_F(DataFiles, PartsHaveSeveralNamesAndAreNoticed) {
         "unnamed.csv", "y,a,Partition\n1,1,train\n2,3,Train\n4,4,train\n5,7,train\n3,2,Train\n");
     EXPECT_THAT(outputOf({"regress --target y --data", unnamed}),
                 testing::HasSubstr("Partition\" is a predictor, but looks as if it said"));
+}
+
+// The example of each model runs on data of its kind.
+TEST_F(DataFiles, ExamplesOfAllModelsRun) {
+    std::string records = "y,a,b\n";
+    for (int i = 0; i < 60; ++i) {
+        records += fmt::format("{},{},{}\n", i * i % 7 % 2, i * i % 7 % 3 > 0 ? 1 : 0, i / 7 % 2);
+    }
+    const std::string data = folder.write("records.csv", records);
+    const JsonReport models(outputOf("models --format json"));
+    const std::vector<std::string> examples = models.texts("Examples", "Example");
+    EXPECT_GE(examples.size(), 15U);
+    for (const std::string& example : examples) {
+        const std::vector<std::string> words = splitAt(" ", example);
+        Arguments arguments;
+        for (std::size_t k = 1; k < words.size(); ++k) {
+            arguments.add(words[k] == "FILE.csv"     ? data
+                          : words[k] == "COLUMN"     ? std::string("y")
+                          : words[k] == "MODEL.json" ? folder.path("m.json")
+                                                     : words[k]);
+        }
+        const ProcessResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 0) << example << ": " << result.err;
+    }
 }
 
 // Figures of pandas 1.5.3.

@@ -99,8 +99,8 @@ struct Trial {
 class Arima : public StoredFamily<Arima, SeriesFamily> {
   public:
     FamilyNames names() const override {
-        return {"arima", "Fits and forecasts a series by an ARIMA or seasonal ARIMA model",
-                "ARIMA"};
+        return {"arima", "Fits and forecasts a series by an ARIMA or seasonal ARIMA model", "ARIMA",
+                "", "--order 1,0,0"};
     }
 
     void checkOptions() const override {

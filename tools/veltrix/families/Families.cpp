@@ -4,6 +4,7 @@
 
 #include "tools/veltrix/families/ClusterCommand.h"
 #include "tools/veltrix/families/DescribeCommand.h"
+#include "tools/veltrix/families/ModelsCommand.h"
 #include "tools/veltrix/families/PartitionCommand.h"
 #include "tools/veltrix/families/PredictCommand.h"
 #include "tools/veltrix/families/SampleCommand.h"
@@ -50,6 +51,7 @@ std::vector<std::unique_ptr<Command>> makeCommands() {
     for (std::unique_ptr<Family>& family : makeFamilies()) {
         commands.push_back(std::make_unique<FamilyCommand>(std::move(family)));
     }
+    commands.push_back(std::make_unique<ModelsCommand>());
     commands.push_back(std::make_unique<PredictCommand>());
     commands.push_back(std::make_unique<PartitionCommand>());
     commands.push_back(std::make_unique<SampleCommand>());

@@ -29,7 +29,7 @@ Vector columnOf(const Matrix& x, int column) {
 class KMeans : public StoredFamily<KMeans> {
   public:
     FamilyNames names() const override {
-        return {"kmeans", "Finds clusters of similar rows", "k-means", "clusters"};
+        return {"kmeans", "Finds clusters of similar rows", "k-means", "clusters", "--clusters 3"};
     }
     Needs needs() const override { return {}; }
 

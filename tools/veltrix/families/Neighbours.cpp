@@ -25,7 +25,7 @@ class Neighbours : public StoredFamily<Neighbours> {
   public:
     FamilyNames names() const override {
         return {"knn", "Predicts classes or numbers from the nearest records",
-                "k-nearest neighbours"};
+                "k-nearest neighbours", "", "--k 5"};
     }
     Needs needs() const override {
         return {.target = TargetKind::Either, .coding = Coding::AllLevels, .weights = true};

@@ -41,7 +41,7 @@ class Smoothing : public StoredFamily<Smoothing, SeriesFamily> {
   public:
     FamilyNames names() const override {
         return {"smooth", "Smooths and forecasts a series by averages or exponential weights",
-                "smoothing"};
+                "smoothing", "", "--method exponential --alpha 0.3"};
     }
 
     void checkOptions() const override {

@@ -19,6 +19,7 @@ struct FamilyNames {
     const char* description;   ///< one sentence for the list of commands
     const char* family;        ///< in files and reports: "k-nearest neighbours"
     const char* product = "";  ///< what a family without a target predicts: "clusters"
+    const char* usage = "";    ///< options that an example cannot do without: "--clusters 3"
 };
 
 /// What the program cannot know of a family of models: one object takes the options, fits, reports,
