@@ -55,6 +55,12 @@ web::uri baseAddress(const Request& request) {
     return web::uri("http://" + request.host + ":" + request.port);
 }
 
+void checkAuthorization(const std::string& value) {
+    const bool isPrintable =
+        std::all_of(value.begin(), value.end(), [](char c) { return c >= ' ' && c <= '~'; });
+    if (!isPrintable) throw AddressError("The authorization is no printable ASCII");
+}
+
 web::uri relativeAddress(const Request& request) {
     web::uri_builder builder(web::uri(request.path));
     for (const auto& [name, value] : request.query) {
@@ -68,6 +74,8 @@ Rest::http_request message(const Request& request) {
     Rest::http_request made(request.method == Method::Get ? Rest::methods::GET
                                                           : Rest::methods::POST);
     made.set_request_uri(relativeAddress(request));
+    checkAuthorization(request.authorization);
+    if (!request.authorization.empty()) made.headers().add("Authorization", request.authorization);
     if (!request.body.empty()) made.set_body(request.body, "application/json");
     return made;
 }

@@ -17,7 +17,7 @@ struct TransportError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The address is none.
+/// The address, or what is sent along with it, is none.
 struct AddressError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -35,6 +35,8 @@ struct Request {
     std::vector<std::pair<std::string, std::string>> query;
     /// Sent as JSON unless empty.
     std::string body;
+    /// Value of the header "Authorization"; empty for none.
+    std::string authorization;
     /// Seconds for the whole exchange.
     double timeout = 0.0;
     /// Bytes of the body of the reply.

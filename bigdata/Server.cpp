@@ -94,8 +94,12 @@ std::string jobPath(const WString& jobID) {
 
 Server::Server(const SparkMasterSettings& settings, const AWSCredentials& keys)
     : settings_(settings) {
-    for (const WString* key : {&keys.getSecret(), &keys.getAccess()}) {
-        if (key->size() >= kShortestSecret) secrets_.push_back(key->toUtf8());
+    // The credentials without the name of their scheme, which a server may quote alone.
+    const std::string authorization = settings.getAuthorization().toUtf8();
+    const std::string credentials = authorization.substr(authorization.find(' ') + 1);
+    for (const std::string& secret :
+         {keys.getSecret().toUtf8(), keys.getAccess().toUtf8(), credentials}) {
+        if (secret.size() >= kShortestSecret) secrets_.push_back(secret);
     }
 }
 
@@ -105,6 +109,7 @@ Http::Request Server::request(Http::Method method, const std::string& path) cons
     request.host = settings_.getHost().toUtf8();
     request.port = settings_.getPort().toUtf8();
     request.path = path;
+    request.authorization = settings_.getAuthorization().toUtf8();
     request.timeout = settings_.getTimeout();
     request.maxReplySize = settings_.getMaxReplySize();
     return request;

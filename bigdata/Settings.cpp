@@ -37,6 +37,11 @@ SparkMasterSettings& SparkMasterSettings::setMaxReplySize(std::uint64_t bytes) {
     return *this;
 }
 
+SparkMasterSettings& SparkMasterSettings::setAuthorization(const WString& authorization) {
+    authorization_ = authorization;
+    return *this;
+}
+
 AWSCredentials::AWSCredentials(WString access, WString secret)
     : access_(std::move(access)), secret_(std::move(secret)) {}
 

@@ -127,6 +127,30 @@ TEST(ClusterJobs, SamplingRequestsAreWrittenKeyByKey) {
     EXPECT_TRUE(other.getJobID().empty());
 }
 
+TEST(ClusterJobs, AnAuthorizationIsSentWhenSetAndNeverQuoted) {
+    StandInServer server;
+    server.on("/contexts", {Answer::json("[]", 200), Answer::json(R"("no: s3cret-token")", 401)})
+        .on("/contexts/spark-sql-context", {Answer::json("OK")});
+    BigData::SparkMasterSettings settings = server.settings();
+    const auto check = [&] {
+        BigData::ContextCheck::run(BigData::ContextCheck::Parameters().setSparkSettings(settings));
+    };
+    check();
+    for (const Received& request : server.received()) {
+        EXPECT_EQ(request.header.find("Authorization"), std::string::npos);
+    }
+    settings.setAuthorization(L"Bearer s3cret-token");
+    try {
+        check();
+        ADD_FAILURE();
+    } catch (const BigData::BDHttpError& error) {
+        EXPECT_THAT(error.what(), testing::EndsWith("\"no: ***\""));
+    }
+    EXPECT_THAT(server.last().header, HasSubstr("Authorization:Bearer s3cret-token\r\n"));
+    settings.setAuthorization(L"Bearer a\r\nX-Other: b");
+    EXPECT_THROW(check(), BigData::BDUriError);
+}
+
 TEST(ClusterJobs, OtherRequestsAreWrittenKeyByKey) {
     StandInServer server;
     server.ready().on("/jobs",

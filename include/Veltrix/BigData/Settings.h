@@ -33,12 +33,18 @@ class VELTRIX_BIGDATA_API SparkMasterSettings {
     /// Bytes that the body of a reply may have; a longer one ends as `BDHttpError`.
     [[nodiscard]] std::uint64_t getMaxReplySize() const noexcept { return maxReplySize_; }
     SparkMasterSettings& setMaxReplySize(std::uint64_t bytes);
+    /// Value of the header "Authorization" of every request ("Bearer TOKEN"); empty, as it is
+    /// unless set, for none. Printable ASCII, anything else ends as `BDUriError`. It is never part
+    /// of a message. Connections are not encrypted: use it on networks that can be trusted.
+    [[nodiscard]] const WString& getAuthorization() const noexcept { return authorization_; }
+    SparkMasterSettings& setAuthorization(const WString& authorization);
 
   private:
     WString host_ = L"localhost";
     WString port_ = L"8090";
     WString appName_ = L"samplingApp";
     WString sparkContext_ = L"spark-sql-context";
+    WString authorization_;
     double timeout_ = 3600.0;
     std::uint64_t maxReplySize_ = std::uint64_t{1} << 30;
 };

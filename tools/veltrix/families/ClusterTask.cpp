@@ -23,6 +23,7 @@ namespace {
 
 constexpr const char* kHostVariable = "VELTRIX_CLUSTER_HOST";
 constexpr const char* kPortVariable = "VELTRIX_CLUSTER_PORT";
+constexpr const char* kAuthorizationVariable = "VELTRIX_CLUSTER_AUTHORIZATION";
 
 std::string fromEnvironment(const char* variable, const WString& otherwise) {
     const char* const value = std::getenv(variable);
@@ -72,6 +73,18 @@ std::string entryOf(const std::string& path, std::string_view name) {
     throw UserError(fmt::format("--keys: {} has no line {} = ...", Tool::quoted(path), name));
 }
 
+/// The first line of the file, or what the environment says.
+std::string authorization(const FileOption& option) {
+    if (option.path.empty()) return trimmed(fromEnvironment(kAuthorizationVariable, {}));
+    std::ifstream file(option.path);
+    std::string line;
+    if (!std::getline(file, line) || trimmed(line).empty()) {
+        throw UserError(fmt::format("--authorization: {} has no first line to read",
+                                    Tool::quoted(option.path)));
+    }
+    return trimmed(line);
+}
+
 BigData::AWSCredentials storageKeys(const FileOption& file) {
     const auto key = [&](const char* entry, const char* variable) {
         if (!file.path.empty()) return WString::fromUtf8(entryOf(file.path, entry));
@@ -112,6 +125,10 @@ void ClusterOptions::declare(OptionGroup& options) {
     options
         .count("--timeout", timeout_, "Seconds to wait for a reply, and with --wait for the job", 1)
         .shown(std::to_string(timeout_));
+    options.file(
+        authorization_,
+        "File with the value of the header Authorization, such as Bearer TOKEN; otherwise\n"
+        "the variable VELTRIX_CLUSTER_AUTHORIZATION; none is sent without either");
     options.footer(
         fmt::format("{} and {} stand for --host and --port.", kHostVariable, kPortVariable));
 }
@@ -120,6 +137,7 @@ BigData::SparkMasterSettings ClusterOptions::settings() const {
     return BigData::SparkMasterSettings(WString::fromUtf8(host_), WString::fromUtf8(port_))
         .setAppName(WString::fromUtf8(app_))
         .setSparkContext(WString::fromUtf8(context_))
+        .setAuthorization(WString::fromUtf8(authorization(authorization_)))
         .setTimeout(timeout());
 }
 

@@ -31,6 +31,7 @@ class ClusterOptions {
     std::string app_;
     std::string context_;
     int timeout_ = 0;
+    FileOption authorization_{"--authorization", {}};
 };
 
 /// The file that a job reads and how.

@@ -1,0 +1,1 @@
+"""Job server that runs Veltrix's big-data jobs on Apache Spark."""
