@@ -8,7 +8,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Veltrix/Engine/AR.h"
+#include "Veltrix/Engine/HC.h"
 #include "tests/support/CommandRun.h"
+#include "tests/support/Containers.h"
 #include "tests/support/Tolerance.h"
 
 namespace Veltrix::Testing {
@@ -43,6 +46,24 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
             }
         }
     }
+}
+
+// Rules and hierarchical clusters score nothing: a host takes the model out of the file.
+TEST(ModelFiles, OfEarlierVersionsAreReadByHosts) {
+    const auto modelOf = [](const std::string& name) {
+        const std::string text = contentOf(kModels + name + ".json");
+        const std::size_t start = text.find("\"model\":") + 8;
+        return WString::fromUtf8(text.substr(start, text.rfind('}') - start));
+    };
+    Engine::AR::TTree rules;
+    rules.fromJsonString(modelOf("rules"));
+    EXPECT_EQ(rules.computeSupport(std::vector<std::uint64_t>{0, 1, 4}), 2U);
+    EXPECT_EQ(rules.generate({L"a", L"b", L"c", L"d", L"e"}, 1.0).getRules().size(), 6U);
+    Engine::HC::Model clusters;
+    clusters.fromJsonString(modelOf("hierarchical"));
+    const ReferenceData reference("learners/eurodist.hierarchical");
+    EXPECT_TRUE(allNear(clusters.predict(3), reference.vector("linkages.6.cuts.1.cluster"),
+                        Tolerance{0.0, 0.0}));
 }
 
 TEST(ModelFiles, ThatAreDamagedAreNamed) {

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include "Veltrix/Data/Exception.h"
 #include "Veltrix/Data/Util.h"
 #include "Veltrix/Engine/CVA.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/host/ConstantColumns.h"
 #include "tools/veltrix/host/GroupChart.h"
 #include "tools/veltrix/host/UserError.h"
 
@@ -30,7 +32,14 @@ class CanonicalVariates : public StoredFamily<CanonicalVariates> {
     }
 
     void fit(const Prepared& data) override {
-        model_.fit(data.training().records.x, data.training().labels);
+        try {
+            model_.fit(data.training().records.x, data.training().labels);
+        } catch (const Veltrix::Exception&) {
+            const std::string constant = constantWithinClasses(data, false);
+            if (constant.empty()) throw;
+            throw UserError(fmt::format("{}: {}, expected columns that vary within classes",
+                                        data.option, constant));
+        }
         if (numVariates() > 0) return;
         throw UserError(fmt::format(
             "{}: the classes have the same means in all columns, expected classes that differ",

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <optional>
 
 #include <fmt/format.h>
 
@@ -7,6 +6,7 @@
 #include "Veltrix/Engine/DA.h"
 #include "Veltrix/Engine/Exceptions.h"
 #include "tools/veltrix/families/Families.h"
+#include "tools/veltrix/host/ConstantColumns.h"
 #include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
@@ -38,8 +38,9 @@ class Discriminant : public StoredFamily<Discriminant> {
         try {
             model_.setQuadratic(quadratic_).fit(training.records.x, data.labelsOf(training));
         } catch (const Engine::DAInvalidWithinClassVariance& error) {
-            throw UserError(
-                fmt::format("{}: {}{}", data.option, error.what(), constantColumn(data)));
+            const std::string constant = constantWithinClasses(data, quadratic_);
+            throw UserError(fmt::format("{}: {}{}{}", data.option, error.what(),
+                                        constant.empty() ? "" : " Found: ", constant));
         }
     }
 
@@ -100,33 +101,6 @@ class Discriminant : public StoredFamily<Discriminant> {
     }
 
   private:
-    /// " Column X is constant in class Y." for the first one, "" when there is none.
-    std::string constantColumn(const Prepared& data) const {
-        const PartData& training = data.training();
-        const std::vector<std::string> columns = data.coding.columnNames();
-        for (int j = 0; j < training.records.x.getNumCols(); ++j) {
-            const auto values = training.records.x(Selection::all, j).elements();
-            const std::string& name = columns[static_cast<std::size_t>(j)];
-            // The first value that records of a class have, and whether another one followed.
-            std::vector<std::optional<double>> firsts(data.labels.size());
-            std::vector<bool> varies(data.labels.size());
-            for (std::uint64_t i = 0; i < training.labels.size(); ++i) {
-                const auto label = static_cast<std::size_t>(training.labels[i]);
-                const double value = values[static_cast<std::ptrdiff_t>(i)];
-                if (!firsts[label]) firsts[label] = value;
-                varies[label] = varies[label] || value != *firsts[label];
-            }
-            for (std::size_t k = 0; quadratic_ && k < varies.size(); ++k) {
-                if (varies[k] || !firsts[k]) continue;
-                return fmt::format(" Column {} is constant in class {}.", quoted(name),
-                                   quoted(data.labels[k].toUtf8()));
-            }
-            if (std::ranges::find(varies, true) != varies.end()) continue;
-            return fmt::format(" Column {} is constant in every class.", quoted(name));
-        }
-        return {};
-    }
-
     bool quadratic_ = false;
     Engine::DA::Model model_;
 };
