@@ -10,7 +10,7 @@ packages=(
     libopenblas-pthread-dev liblapacke-dev libsleef-dev
     libboost-dev nlohmann-json3-dev libcpprest-dev libssl-dev
     libcli11-dev libcsv-dev libfmt-dev libxlsxwriter-dev zlib1g-dev
-    libgtest-dev libgmock-dev libbenchmark-dev
+    libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
 )
 check=false
 mkl=false

@@ -31,6 +31,7 @@ std::map<std::string, Setup> workloads() {
     addSamples(all);
     addSmoothing(all);
     addSingularValues(all);
+    addTexts(all);
     return all;
 }
 

@@ -72,4 +72,14 @@ std::vector<std::vector<std::uint64_t>> Store::lists(const std::string& file) co
     return all;
 }
 
+StringVector Store::texts(const std::string& file, char separator) const {
+    std::ifstream in(directory_ + "/" + file, std::ios::binary);
+    if (!in) throw std::runtime_error("no file " + file);
+    StringVector all;
+    for (std::string text; std::getline(in, text, separator);) {
+        all.push_back(WString::fromUtf8(text));
+    }
+    return all;
+}
+
 }  // namespace Veltrix::Yardstick

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Veltrix/Data/Matrix.h"
+#include "Veltrix/Data/StringVector.h"
 #include "Veltrix/Data/Vector.h"
 
 namespace Veltrix::Yardstick {
@@ -24,6 +25,8 @@ class Store {
     IntVector integers(const std::string& file) const;
     /// Whole numbers from 0 on, a list a line.
     std::vector<std::vector<std::uint64_t>> lists(const std::string& file) const;
+    /// UTF-8 texts between separators; one at the end of the file ends the last text.
+    StringVector texts(const std::string& file, char separator) const;
 
   private:
     std::pair<int, int> shape(const std::string& file) const;

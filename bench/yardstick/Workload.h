@@ -37,5 +37,6 @@ void addRules(std::map<std::string, Setup>& all);
 void addSamples(std::map<std::string, Setup>& all);
 void addSmoothing(std::map<std::string, Setup>& all);
 void addSingularValues(std::map<std::string, Setup>& all);
+void addTexts(std::map<std::string, Setup>& all);
 
 }  // namespace Veltrix::Yardstick

@@ -20,6 +20,16 @@ struct Rule {
     std::string_view replacement;
 };
 
+/// `ends_with` without a call, which would cost more than the few comparisons.
+constexpr bool endsIn(std::string_view word, std::string_view suffix) {
+    if (word.size() < suffix.size()) return false;
+    const std::size_t start = word.size() - suffix.size();
+    for (std::size_t i = suffix.size(); i > 0; --i) {
+        if (word[start + i - 1] != suffix[i - 1]) return false;
+    }
+    return true;
+}
+
 /// The rules of a step by the last letter of their suffix, longer suffixes first.
 template <std::size_t N>
 class Rules {
@@ -45,7 +55,7 @@ class Rules {
         const std::size_t letter = place(word.back());
         for (std::size_t k = starts_[letter]; k < starts_[letter + 1]; ++k) {
             const std::string_view suffix = rules_[k].suffix;
-            if (word.size() >= suffix.size() && word.ends_with(suffix)) return &rules_[k];
+            if (endsIn(word, suffix)) return &rules_[k];
         }
         return nullptr;
     }
@@ -159,7 +169,7 @@ class Porter2 {
 
   private:
     std::string_view view() const { return {word_, size_}; }
-    bool ends(std::string_view suffix) const { return view().ends_with(suffix); }
+    bool ends(std::string_view suffix) const { return endsIn(view(), suffix); }
     bool isVowelAt(std::size_t i) const { return isVowel(word_[i]); }
     bool hasVowelBefore(std::size_t end) const {
         return std::any_of(word_, word_ + end, [](char c) { return isVowel(c); });

@@ -13,6 +13,15 @@ std::uint32_t markOf(std::uint64_t hash) {
     return static_cast<std::uint32_t>((hash * kGolden) >> 32U);
 }
 
+/// Words are short: a call would cost more than the comparisons.
+bool isSame(std::wstring_view a, std::wstring_view b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (a[i] != b[i]) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 std::uint32_t WordTable::intern(std::wstring_view word, std::uint64_t hash) {
@@ -42,7 +51,7 @@ std::size_t WordTable::slotOf(std::wstring_view word, std::uint32_t mark) const 
     std::size_t slot = mark & last;
     while (slots_[slot] != 0) {
         const std::uint32_t number = slots_[slot] - 1;
-        if (entries_[number].mark == mark && (*this)[number] == word) break;
+        if (entries_[number].mark == mark && isSame((*this)[number], word)) break;
         slot = (slot + 1) & last;
     }
     return slot;
