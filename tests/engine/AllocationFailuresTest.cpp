@@ -556,5 +556,33 @@ TEST(AllocationFailures, Rules) {
     surviveMiner<Engine::AR::Apriori>();
 }
 
+TEST(AllocationFailures, TextMiner) {
+    using Engine::TM::TextMiner;
+    DataFrame texts;
+    texts.append(StringVector{L"An <b>old</b> house and its gardens",
+                              L"mail to a.b@example.org for $12 houses"});
+    texts.append(StringVector{L"houses without gardens",
+                              L"another \u00dcbung of 3.14 gardens at https://x.org"});
+    const ConstDataFrameColumn documents = texts(Util::all, 0);
+    const ConstDataFrameColumn further = texts(Util::all, 1);
+    TextMiner fitted(Engine::TM::PreprocessingFlags{0, 255});  // the stop words would take long
+    fitted.setPhrases({{L"old house", L"ancient_residence"}}).setSynonyms({{L"garden", L"park"}});
+    fitted.preprocess(documents).getTopTerms(5, true, 3);
+    TextMiner other(Engine::TM::PreprocessingFlags{0, 255});
+    other.setIncludedTerms({L"gardens", L"something that is nowhere"}).preprocess(further);
+    const std::vector<std::wstring> words{L"a word of some length", L"another word of some length"};
+    surviveStored(fitted, other,
+                  {{"fit", [&](auto& m) { m.preprocess(further); }},
+                   {"fit again", [&](auto& m) { m.preprocess(documents); }},
+                   {"score", [&](auto& m) { m.preprocessNewCorpus(further, m.getTerms()); }},
+                   {"settings", [&](auto& m) { m.setExcludedTerms(words); }},
+                   {"top", [](auto& m) { m.getTopTerms(2, true, 1); }},
+                   {"dense",
+                    [](auto& m) {
+                        (void)m.buildTDM({4, 5, 2});
+                    }},
+                   {"sparse", [](auto& m) { (void)m.buildSparseTDM(); }}});
+}
+
 }  // namespace
 }  // namespace Veltrix::Testing

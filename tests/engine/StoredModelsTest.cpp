@@ -322,6 +322,19 @@ using Concepts = Engine::TM::ConceptExtractor;
 template <>
 Concepts fitted(unsigned seed) {
     return Concepts({80.0, 0}).fit(predictors(seed));
+/// Settings of all kinds, and a term that is no Unicode text.
+template <>
+Engine::TM::TextMiner fitted(unsigned seed) {
+    DataFrame frame;
+    StringVector documents = labels(seed);
+    documents.push_back(std::wstring(L"\u00e4 \U0001F600\" ") + static_cast<wchar_t>(0xD800) +
+                        L"x");
+    frame.append(documents);
+    Engine::TM::TextMiner miner(Engine::TM::PreprocessingFlags{13, 511});
+    miner.setSynonyms({{L"low", L"small"}, {L"b", L"low"}}).setPhrases({{L"hi", L"hello you"}});
+    miner.setExcludedTerms({L"nothing", L"zero"}).setRemovedDefaultStopwords({L"you"});
+    miner.setMinTermFrequency(0.5).setEndPhrase(L"e\u0301");
+    return miner.preprocess(frame(Util::all, 0)).getTopTerms(3, true, 2);
 }
 
 template <class Model>
@@ -335,6 +348,12 @@ using Models =
                    Smoothing::DoubleExponential, Smoothing::MulHoltWinters,
                    Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels,
                    Concepts>;
+using Models = testing::Types<
+    Regression, Logistic, Clusters, Hierarchy, Components, Variates, Neighbours, NumberNeighbours,
+    Discriminant, NaiveBayes, ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series,
+    Autoregression, MovingAverage, Arma, Seasonal, Smoothing::MovingAverage, Smoothing::Exponential,
+    Smoothing::DoubleExponential, Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
+    Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels, Engine::TM::TextMiner>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {

@@ -46,6 +46,7 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::TS::Smoothing::MulHoltWinters>,
     readModel<Engine::TS::ARIMA::ARMA>,
     readModel<Engine::TS::ARIMA::SARMA>,
+    readModel<Engine::TM::TextMiner>,
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -37,9 +38,7 @@ TextMiner& preprocess(TextMiner& miner, const Texts& texts) {
 }
 
 /// A miner without stop words, with these document flags.
-[[maybe_unused]] TextMiner plain(std::uint32_t documentFlags = 255) {
-    return TextMiner(Flags{0, documentFlags});
-}
+TextMiner plain(std::uint32_t documentFlags = 255) { return TextMiner(Flags{0, documentFlags}); }
 
 /// "term:count term:count" in ascending order; "empty" without terms.
 std::wstring termsOf(TextMiner miner, const Texts& texts) {
@@ -277,6 +276,151 @@ TEST(TextMiner, WeightsTerms) {
         preprocess(fitted, corpusOf(cases, name, corpora));
         expectMatrices(fitted, cases, name + ".");
     }
+}
+
+TEST(TextMiner, TakesOddTexts) {
+    const std::wstring nul(1, L'\0');
+    const std::wstring lone(1, static_cast<wchar_t>(0xDC00));
+    const std::uint32_t tokens = Flags::kMaxTermLength;
+    const std::wstring a20(20, L'a');
+    const std::wstring clef = L"\U0001D11E";
+    std::wstring clefs;
+    for (int k = 0; k < 20; ++k) clefs += clef;
+    const TextMiner all = plain();
+    TextMiner phrases = plain(Flags::kLowerCase);
+    phrases.setPhrases(
+        {{L"", L"never"}, {L"new york", L"ny"}, {L"york city", L"yc"}, {L"aa", L"b"}});
+    phrases.setSynonyms({{L"b", L"c"}, {L"c", L"b"}, {L"ny", L"c"}});
+    TextMiner marked = plain(0);
+    marked.setStartPhrase(L"<<").setEndPhrase(L"<<");
+    const std::vector<std::tuple<TextMiner, std::wstring, std::wstring>> cases{
+        {all, L"a" + nul + L"b 5" + nul, L"a" + nul + L"b:1 numberterm" + nul + L":1"},
+        {all, lone + L" x" + lone + L"ing", L"x" + lone + L"ing:1 " + lone + L":1"},
+        {all, L"one\r\ntwo <a\r\nhref=x>three</a>four", L"one:1 threefour:1 two:1"},
+        {all, L"see http://x.org/a b c\r\nnext", L"next:1 see:1 urlterm:1"},
+        {all, L"see http://x.org/a b c\u2028next", L"see:1 urlterm\u2028next:1"},
+        {all, L"e\u0301te\u0301 \u00c9T\u00c9 \u4e2d\u6587\uff0c\u6587",
+         L"e\u0301te\u0301:1 \u00e9t\u00e9:1 "
+         L"\u4e2d\u6587\uff0c\u6587:1"},
+        {plain(tokens), a20 + L" " + a20 + L"a " + clefs + L" " + clefs + clef,
+         a20 + L":1 " + clefs + L":1"},
+        {plain(0), L"12 1a \u0663 \u00b2", L"1a:1 \u00b2:1 \u0663:1"},
+        {phrases, L"New York City aaa York city b ny", L"ba:1 c:2 new:1 yc:2"},
+        {marked, L"a << b c << d", L"b:1 c:1"},
+        {all, L" .,;!?  <p> <> 1 ", L"numberterm:1"},
+        {plain(255 - Flags::kReplaceNumbers), L"<p>12 <br/> 7", L"empty"}};
+    for (const auto& [miner, text, expected] : cases) {
+        EXPECT_EQ(termsOf(miner, {text}), expected) << WString(text).toUtf8();
+    }
+    EXPECT_EQ(marked.extractPartofDocument(L"a<<b"), L"b");
+
+    // Tokens of a megabyte, and a document that is empty after a mark.
+    TextMiner large = plain(255 - Flags::kMaxTermLength);
+    preprocess(large, {std::wstring(1 << 20, L'x'), L"", L"x"});
+    EXPECT_EQ(large.getTerms().size(), 2U);
+    EXPECT_EQ(large.getDocumentLengths()[0], 1 << 20);
+    EXPECT_EQ(large.getTokenCounts()[1], 0);
+}
+
+TEST(TextMiner, ListsTopTerms) {
+    TextMiner miner = plain(0);
+    EXPECT_TRUE(miner.getTopTerms(3).getTopTermList().empty());
+    preprocess(miner, {L"b a a c", L"b d", L"c"});
+    miner.getTopTerms(3, true, 2);
+    using List = std::vector<TermFrequency>;
+    EXPECT_EQ(miner.getTopTermList(), (List{{L"a", 2}, {L"b", 2}, {L"c", 2}}));
+    EXPECT_EQ(miner.getTopTermDocuments(), (List{{L"a", 1}, {L"b", 2}}));
+    miner.getTopTerms(99, false, 9);
+    EXPECT_EQ(miner.getTopTermList().size(), 4U);
+    EXPECT_TRUE(miner.getTopTermDocuments().empty());
+}
+
+TEST(TextMiner, WeighsWhereAFormulaWouldDivideByZero) {
+    TextMiner miner = plain(0);
+    const std::vector<std::wstring> texts{L"a a"};
+    miner.preprocessNewCorpus(texts, {L"b", L"a", L"b"});
+    EXPECT_EQ(miner.getTerms(), (StringVector{L"a", L"b"}));
+    const std::map<int, std::pair<double, double>> weights{{2, {std::log(0.5), 0.0}},
+                                                           {3, {0.5, 0.0}},
+                                                           {4, {2.0, 0.0}},
+                                                           {5, {0.0, 1.0}},
+                                                           {6, {0.0, 0.0}}};
+    for (const auto& [global, expected] : weights) {
+        const Matrix matrix = miner.buildTDM({4, global, 1});
+        EXPECT_DOUBLE_EQ(matrix(0, 0), expected.first) << global;
+        EXPECT_DOUBLE_EQ(matrix(0, 1), 0.5 * expected.second) << global;
+    }
+}
+
+TEST(TextMiner, RefusesWhatItCannotDo) {
+    TextMiner fitted = plain();
+    preprocess(fitted, {L"some text", L"of a few words"});
+    const std::string before = fitted.toJson().toUtf8();
+    const auto expectEmpty = [&](TextMiner miner, const Texts& texts) {
+        EXPECT_THROW(preprocess(miner, texts), Engine::TMEmptyVocabulary);
+    };
+    expectEmpty(fitted, {});
+    expectEmpty(fitted, {L"", L""});
+    expectEmpty(TextMiner(), {L"the and of", L"about"});
+    expectEmpty(TextMiner(Flags{Flags::kLimitVocabulary, 255}).setMaxVocabulary(0), {L"a"});
+    expectEmpty(TextMiner(Flags{Flags::kMaxTermFrequency, 255}).setMaxTermFrequency(-1),
+                {L"a", L"b"});
+    expectEmpty(TextMiner().setIncludedTerms({L"other"}), {L"a"});
+    const Texts unknown{L"unknown"};
+    EXPECT_THROW(fitted.preprocessNewCorpus(unknown, {L"text"}),
+                 Engine::TMNewDocsDontMatchVocabulary);
+    EXPECT_THROW(fitted.preprocessNewCorpus(unknown, {}), Engine::TMEmptyVocabulary);
+    expectRefused({
+        {"minimum stemmed term length", [&] { fitted.setMinStemmedTermLength(-1); }},
+        {"maximum term length", [&] { fitted.setMaxTermLength(-5); }},
+        {"maximum vocabulary", [&] { fitted.setMaxVocabulary(std::int64_t{-1}); }},
+        {"number of terms", [&] { fitted.getTopTerms(-1); }},
+        {"number of document frequencies", [&] { fitted.getTopTerms(1, true, -1); }},
+    });
+    EXPECT_THROW(fitted.getPostings(L"nowhere"), std::out_of_range);
+    EXPECT_THROW(fitted.getDocumentFrequency(L"nowhere"), std::out_of_range);
+    EXPECT_EQ(fitted.toJson().toUtf8(), before);
+
+    // A word of its own in each of so many documents: 8 bytes for each pair are more than memory.
+    Texts many;
+    for (int k = 0; k < 300000; ++k) many.push_back(L"w" + std::to_wstring(k));
+    TextMiner wide = plain(0);
+    preprocess(wide, many);
+    expectRefused({{"720000000000 bytes", [&] { (void)wide.buildTDM(); }}});
+    EXPECT_EQ(wide.buildSparseTDM().weights.size(), many.size());
+}
+
+TEST(TextMiner, DamageToStoredFrequenciesIsRefused) {
+    TextMiner miner = plain(0);
+    preprocess(miner, {L"b a a", L"b"});
+    expectDamageRefused(miner, {{"\"documents\":[0,0,1]", "\"documents\":[0,1,0]", "documents"},
+                                {"\"documents\":[0,0,1]", "\"documents\":[0,0,2]", "documents"},
+                                {"\"documentFrequencies\":[1,2]", "\"documentFrequencies\":[1,3]",
+                                 "documentFrequencies"},
+                                {"\"terms\":[\"a\",\"b\"]", "\"terms\":[\"b\",\"a\"]", "terms"}});
+}
+
+TEST(TextMiner, ReportsProgressAndStops) {
+    const std::wstring line(4000, L'x');
+    Texts texts;
+    for (int k = 0; k < 4000; ++k)
+        texts.push_back(line + L" a@b.org 12 words" + std::to_wstring(k));
+    const DataFrame frame = frameOf(texts);
+    TextMiner miner;
+    preprocess(miner, {L"words before"});
+    const std::string before = miner.toJson().toUtf8();
+    double last = -1.0;
+    {
+        const ProgressScope scope([&](const Progress& progress) {
+            EXPECT_EQ(progress.phase, "Reading documents");
+            EXPECT_GE(progress.fraction, last);
+            last = progress.fraction;
+            return last < 0.3;
+        });
+        EXPECT_THROW(miner.preprocess(frame(Selection::all, 0)), Cancelled);
+    }
+    EXPECT_GE(last, 0.3);
+    EXPECT_EQ(miner.toJson().toUtf8(), before);
 }
 
 }  // namespace
