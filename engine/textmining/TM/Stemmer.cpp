@@ -110,29 +110,49 @@ constexpr Rules kStep4(std::to_array<Rule>({{"al", ""},
                                             {"ize", ""},
                                             {"ion", ""}}));
 
-/// Words with stems of their own.
-constexpr std::array<Rule, 18> kExceptions{{{"skis", "ski"},
-                                            {"skies", "sky"},
-                                            {"dying", "die"},
-                                            {"lying", "lie"},
-                                            {"tying", "tie"},
-                                            {"idly", "idl"},
-                                            {"gently", "gentl"},
-                                            {"ugly", "ugli"},
-                                            {"early", "earli"},
-                                            {"only", "onli"},
-                                            {"singly", "singl"},
-                                            {"sky", "sky"},
-                                            {"news", "news"},
-                                            {"howe", "howe"},
-                                            {"atlas", "atlas"},
-                                            {"cosmos", "cosmos"},
-                                            {"bias", "bias"},
-                                            {"andes", "andes"}}};
+/// Up to eight letters as a number, so that short words compare in one step.
+constexpr std::uint64_t packed(std::string_view word) {
+    std::uint64_t number = 0;
+    for (std::size_t i = word.size(); i > 0; --i) {
+        number = number << 8U | static_cast<unsigned char>(word[i - 1]);
+    }
+    return number;
+}
+
+/// A word with a stem of its own.
+struct OwnStem {
+    constexpr OwnStem(std::string_view word, std::string_view itsStem)
+        : key(packed(word)), stem(itsStem) {}
+
+    std::uint64_t key;
+    std::string_view stem;
+};
+
+constexpr std::size_t kLongestException = 6;
+constexpr std::array<OwnStem, 18> kExceptions{{{"skis", "ski"},
+                                               {"skies", "sky"},
+                                               {"dying", "die"},
+                                               {"lying", "lie"},
+                                               {"tying", "tie"},
+                                               {"idly", "idl"},
+                                               {"gently", "gentl"},
+                                               {"ugly", "ugli"},
+                                               {"early", "earli"},
+                                               {"only", "onli"},
+                                               {"singly", "singl"},
+                                               {"sky", "sky"},
+                                               {"news", "news"},
+                                               {"howe", "howe"},
+                                               {"atlas", "atlas"},
+                                               {"cosmos", "cosmos"},
+                                               {"bias", "bias"},
+                                               {"andes", "andes"}}};
 
 /// Words that are left alone after step 1a.
-constexpr std::array kDoneAfterStep1a{"inning"sv,  "outing"sv,  "canning"sv, "herring"sv,
-                                      "earring"sv, "proceed"sv, "exceed"sv,  "succeed"sv};
+constexpr std::size_t kLongestDone = 7;
+constexpr std::array kDoneAfterStep1a{packed("inning"),  packed("outing"),  packed("canning"),
+                                      packed("herring"), packed("earring"), packed("proceed"),
+                                      packed("exceed"),  packed("succeed")};
 
 /// Beginnings behind which the first region starts.
 constexpr std::array kRegionPrefixes{"gener"sv, "commun"sv, "arsen"sv};
@@ -141,8 +161,12 @@ constexpr std::array kRegionPrefixes{"gener"sv, "commun"sv, "arsen"sv};
 constexpr char kForeign = '\x01';
 
 constexpr bool isVowel(char c) {
-    return c == 'a' || c == 'e' || c == 'i' || c == 'o' || c == 'u' || c == 'y';
+    constexpr std::uint32_t kVowels = 1U | 1U << 4U | 1U << 8U | 1U << 14U | 1U << 20U | 1U << 24U;
+    const unsigned letter = static_cast<unsigned char>(c) - unsigned{'a'};
+    return letter < 26 && (kVowels >> letter & 1U) != 0;
 }
+static_assert(isVowel('a') && isVowel('e') && isVowel('i') && isVowel('o') && isVowel('u') &&
+              isVowel('y') && !isVowel('Y'));
 
 /// Works on a word of up to `kLongestStemmed` characters. Only its end changes; "Y" stands for a y
 /// that is a consonant.
@@ -155,7 +179,7 @@ class Porter2 {
         markConsonants();
         markRegions();
         step1a();
-        if (std::ranges::find(kDoneAfterStep1a, view()) == kDoneAfterStep1a.end()) {
+        if (!isDone()) {
             step1b();
             step1c();
             step2();
@@ -178,6 +202,10 @@ class Porter2 {
     void replaceFrom(std::size_t kept, std::string_view replacement) {
         std::copy(replacement.begin(), replacement.end(), word_ + kept);
         size_ = kept + replacement.size();
+    }
+    bool isDone() const {
+        if (size_ > kLongestDone) return false;
+        return std::ranges::find(kDoneAfterStep1a, packed(view())) != kDoneAfterStep1a.end();
     }
     bool isInRegion1(std::size_t start) const { return start >= region1_; }
     bool isInRegion2(std::size_t start) const { return start >= region2_; }
@@ -214,6 +242,8 @@ class Porter2 {
     }
 
     void step1a() {
+        const char last = word_[size_ - 1];
+        if (last != 's' && last != 'd' && last != '\'') return;
         for (const std::string_view possessive : {"'s'"sv, "'s"sv, "'"sv}) {
             if (!ends(possessive)) continue;
             size_ -= possessive.size();
@@ -229,6 +259,9 @@ class Porter2 {
         }
     }
     void step1b() {
+        if (size_ == 0) return;
+        const char last = word_[size_ - 1];
+        if (last != 'd' && last != 'g' && last != 'y') return;
         for (const std::string_view suffix : {"eedly"sv, "eed"sv}) {
             if (!ends(suffix)) continue;
             const std::size_t start = size_ - suffix.size();
@@ -308,8 +341,10 @@ class Porter2 {
 
 /// The stem that a word has of its own; empty for others.
 std::string_view findException(std::string_view word) {
-    for (const Rule& each : kExceptions) {
-        if (each.suffix == word) return each.replacement;
+    if (word.size() > kLongestException) return {};
+    const std::uint64_t key = packed(word);
+    for (const OwnStem& each : kExceptions) {
+        if (each.key == key) return each.stem;
     }
     return {};
 }
@@ -343,9 +378,10 @@ std::size_t writeStem(std::wstring_view word, wchar_t* target) {
 }
 
 std::wstring stem(std::wstring_view word) {
-    std::wstring result(word.size(), L'\0');
-    result.resize(writeStem(word, result.data()));
-    return result;
+    // Of 16-bit units a character may take two.
+    std::array<wchar_t, 2 * kLongestStemmed> buffer;
+    if (word.size() > buffer.size()) return std::wstring(word);
+    return {buffer.data(), writeStem(word, buffer.data())};
 }
 
 }  // namespace Veltrix::Engine::TM
