@@ -18,6 +18,9 @@ using namespace std::string_view_literals;
 struct Rule {
     std::string_view suffix;
     std::string_view replacement;
+    /// Letters of which one must stand before it; any may when there are none.
+    std::string_view before{};
+    bool needsRegion2 = false;
 };
 
 /// `ends_with` without a call, which would cost more than the few comparisons.
@@ -79,7 +82,7 @@ constexpr Rules kStep2(std::to_array<Rule>(
      {"ation", "ate"},   {"ator", "ate"},    {"alism", "al"},    {"aliti", "al"},
      {"alli", "al"},     {"fulness", "ful"}, {"ousli", "ous"},   {"ousness", "ous"},
      {"iveness", "ive"}, {"iviti", "ive"},   {"biliti", "ble"},  {"bli", "ble"},
-     {"ogi", "og"},      {"fulli", "ful"},   {"lessli", "less"}, {"li", ""}}));
+     {"ogi", "og", "l"}, {"fulli", "ful"},   {"lessli", "less"}, {"li", "", "cdeghkmnrt"}}));
 
 constexpr Rules kStep3(std::to_array<Rule>({{"tional", "tion"},
                                             {"ational", "ate"},
@@ -89,7 +92,7 @@ constexpr Rules kStep3(std::to_array<Rule>({{"tional", "tion"},
                                             {"ical", "ic"},
                                             {"ful", ""},
                                             {"ness", ""},
-                                            {"ative", ""}}));
+                                            {"ative", "", "", true}}));
 
 constexpr Rules kStep4(std::to_array<Rule>({{"al", ""},
                                             {"ance", ""},
@@ -108,7 +111,7 @@ constexpr Rules kStep4(std::to_array<Rule>({{"al", ""},
                                             {"ous", ""},
                                             {"ive", ""},
                                             {"ize", ""},
-                                            {"ion", ""}}));
+                                            {"ion", "", "st"}}));
 
 /// Up to eight letters as a number, so that short words compare in one step.
 constexpr std::uint64_t packed(std::string_view word) {
@@ -228,7 +231,8 @@ class Porter2 {
     void markRegions() {
         region1_ = 0;
         for (const std::string_view prefix : kRegionPrefixes) {
-            if (view().starts_with(prefix)) region1_ = prefix.size();
+            const bool begins = word_[0] == prefix[0] && view().starts_with(prefix);
+            if (begins) region1_ = prefix.size();
         }
         if (region1_ == 0) region1_ = regionFrom(0);
         region2_ = regionFrom(region1_);
@@ -293,32 +297,21 @@ class Porter2 {
             word_[size_ - 1] = 'i';
         }
     }
-    void step2() {
-        const Rule* rule = kStep2.find(view());
+    /// Replaces the suffix of a rule found where it stands in the region and behind the right
+    /// letter.
+    void apply(const Rule* rule, std::size_t region) {
         if (rule == nullptr) return;
         const std::size_t start = size_ - rule->suffix.size();
-        if (!isInRegion1(start)) return;
-        const char before = start > 0 ? word_[start - 1] : '\0';
-        if (rule->suffix == "ogi" && before != 'l') return;
-        if (rule->suffix == "li" && "cdeghkmnrt"sv.find(before) == std::string_view::npos) return;
-        replaceFrom(start, rule->replacement);
+        if (start < region || (rule->needsRegion2 && start < region2_)) return;
+        const bool isFree = rule->before.empty();
+        if (isFree ||
+            (start > 0 && rule->before.find(word_[start - 1]) != std::string_view::npos)) {
+            replaceFrom(start, rule->replacement);
+        }
     }
-    void step3() {
-        const Rule* rule = kStep3.find(view());
-        if (rule == nullptr) return;
-        const std::size_t start = size_ - rule->suffix.size();
-        if (!isInRegion1(start) || (rule->suffix == "ative" && !isInRegion2(start))) return;
-        replaceFrom(start, rule->replacement);
-    }
-    void step4() {
-        const Rule* rule = kStep4.find(view());
-        if (rule == nullptr) return;
-        const std::size_t start = size_ - rule->suffix.size();
-        if (!isInRegion2(start)) return;
-        const char before = start > 0 ? word_[start - 1] : '\0';
-        if (rule->suffix == "ion" && before != 's' && before != 't') return;
-        size_ = start;
-    }
+    void step2() { apply(kStep2.find(view()), region1_); }
+    void step3() { apply(kStep3.find(view()), region1_); }
+    void step4() { apply(kStep4.find(view()), region2_); }
     void step5() {
         if (size_ == 0) return;
         const std::size_t start = size_ - 1;
