@@ -322,15 +322,18 @@ using Concepts = Engine::TM::ConceptExtractor;
 template <>
 Concepts fitted(unsigned seed) {
     return Concepts({80.0, 0}).fit(predictors(seed));
+}
+
 /// Settings of all kinds, and a term that is no Unicode text.
+using Texts = Engine::TM::TextMiner;
 template <>
-Engine::TM::TextMiner fitted(unsigned seed) {
+Texts fitted(unsigned seed) {
     DataFrame frame;
     StringVector documents = labels(seed);
     documents.push_back(std::wstring(L"\u00e4 \U0001F600\" ") + static_cast<wchar_t>(0xD800) +
                         L"x");
     frame.append(documents);
-    Engine::TM::TextMiner miner(Engine::TM::PreprocessingFlags{13, 511});
+    Texts miner(Engine::TM::PreprocessingFlags{13, 511});
     miner.setSynonyms({{L"low", L"small"}, {L"b", L"low"}}).setPhrases({{L"hi", L"hello you"}});
     miner.setExcludedTerms({L"nothing", L"zero"}).setRemovedDefaultStopwords({L"you"});
     miner.setMinTermFrequency(0.5).setEndPhrase(L"e\u0301");
@@ -347,13 +350,7 @@ using Models =
                    MovingAverage, Arma, Seasonal, Smoothing::MovingAverage, Smoothing::Exponential,
                    Smoothing::DoubleExponential, Smoothing::MulHoltWinters,
                    Smoothing::AddHoltWinters, Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels,
-                   Concepts>;
-using Models = testing::Types<
-    Regression, Logistic, Clusters, Hierarchy, Components, Variates, Neighbours, NumberNeighbours,
-    Discriminant, NaiveBayes, ClassTree, NumberTree, Engine::Encoder, Engine::CatReducer, Series,
-    Autoregression, MovingAverage, Arma, Seasonal, Smoothing::MovingAverage, Smoothing::Exponential,
-    Smoothing::DoubleExponential, Smoothing::MulHoltWinters, Smoothing::AddHoltWinters,
-    Smoothing::NoTrendHoltWinters, RuleTree, RuleLevels, Engine::TM::TextMiner>;
+                   Concepts, Texts>;
 TYPED_TEST_SUITE(StoredModels, Models);
 
 TYPED_TEST(StoredModels, ReadBackToTheSameText) {
