@@ -22,7 +22,7 @@ constexpr std::unique_ptr<Family> (*kFamilies[])() = {
     makeHierarchical,      makePrincipalComponents,
     makeCanonicalVariates, makeRules,
     makeAutocorrelations,  makeArima,
-    makeSmoothing};
+    makeSmoothing,         makeText};
 
 }  // namespace
 

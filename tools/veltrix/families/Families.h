@@ -30,6 +30,8 @@ std::unique_ptr<Family> makeHierarchical();
 
 /// Itemsets that are frequent in transactions, and rules of them.
 std::unique_ptr<Family> makeRules();
+/// Terms and concepts of documents.
+std::unique_ptr<Family> makeText();
 /// Principal components of the columns.
 std::unique_ptr<Family> makePrincipalComponents();
 /// Directions in which classes differ most.

@@ -7,11 +7,13 @@
 #include <type_traits>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "tools/veltrix/host/DataSelection.h"
 #include "tools/veltrix/host/InputOptions.h"
 #include "tools/veltrix/host/ModelFile.h"
 #include "tools/veltrix/host/OptionGroup.h"
-#include "tools/veltrix/host/Progress.h"
+#include "tools/veltrix/host/UserError.h"
 
 namespace Veltrix::Tool {
 
@@ -66,27 +68,65 @@ std::int64_t countWithoutPrediction(const std::vector<Column>& scores) {
 
 void PredictCommand::declare(OptionGroup& options) {
     options.file(model_, "Model stored by --save").required();
-    options.file(data_, "CSV file with a column for each predictor of the model").required();
+    options.file(source_.data,
+                 "CSV file with a column for each predictor of the model, or with documents");
+    source_.declare(options);
     options.confidence(confidence_);
     declareRowChoice(options);
     output_.declare(options);
 }
 
 void PredictCommand::run() {
-    output_.checkFiles({data_, model_});
+    const FileOption& input = source_.given();
+    if (input.path.empty()) throw UserError(source_.data.option + " is required");
+    output_.checkFiles({input, model_});
     ProgressLine progress;
-    progress.stage("Reading " + data_.path);
+    progress.stage("Reading " + input.path);
     const StoredModel stored = readModel(model_.path);
-    const DataFile data(data_.path, stored.coding.csvOptions());
-    const RowSelection selection = selectRows(data, stored.coding.used(data_.option));
+    const Report report = stored.documents != nullptr ? scoreDocuments(stored, progress)
+                                                      : scoreRecords(stored, progress);
+    progress.stage("Writing");
+    output_.deliver(report);
+}
+
+Report PredictCommand::scoreDocuments(const StoredModel& stored, ProgressLine& progress) const {
+    DocumentSource source = source_;
+    if (source.column.empty() && !source.data.path.empty())
+        source.column = stored.documents->column();
+    const Documents documents = readDocuments(source);
+    progress.stage("Scoring");
+    ReportBuilder report("Scores of documents");
+    Table& summary = report.table("Summary");
+    summary.entry(source.data.path.empty() ? "Folder" : "Data file", source.given().path);
+    addDialect(summary, documents.dialect);
+    summary.entry("Model file", model_.path).entry("Model", stored.family->names().family);
+    try {
+        stored.documents->score(documents, summary, report);
+    } catch (const UserError& error) {
+        throw UserError(source.given().option + ": " + error.what());
+    }
+    return report.take();
+}
+
+Report PredictCommand::scoreRecords(const StoredModel& stored, ProgressLine& progress) const {
+    const FileOption& input = source_.data;
+    for (const auto& [option, value] :
+         {std::pair<std::string, std::string>{source_.folder.option, source_.folder.path},
+          {DocumentSource::kColumn, source_.column}}) {
+        if (value.empty()) continue;
+        throw UserError(fmt::format("{}: given for a model of {}, which scores rows of {}", option,
+                                    stored.family->names().family, input.option));
+    }
+    const DataFile data(input.path, stored.coding.csvOptions());
+    const RowSelection selection = selectRows(data, stored.coding.used(input.option));
 
     if (stored.family->needs().target == TargetKind::Series) checkSeries(selection);
     progress.stage("Scoring");
     const Records records = stored.coding.encode(selection);
-    const std::vector<Column> scores = stored.family->score(records, confidence_).columns();
+    const std::vector<Column> scores = stored.records->score(records, confidence_).columns();
     ReportBuilder report("Predictions of " + stored.target);
     Table& summary = report.table("Summary");
-    summary.entry("Data file", data_.path);
+    summary.entry("Data file", input.path);
     addDialect(summary, data.dialect());
     summary.entry("Model file", model_.path)
         .entry("Model", stored.family->names().family)
@@ -105,9 +145,8 @@ void PredictCommand::run() {
     for (const Column& scored : scores) {
         predictions.add(inPlace(scored, selection.rowNumbers, rows));
     }
-    stored.family->addBeyond(report, records, confidence_);
-    progress.stage("Writing");
-    output_.deliver(report.take());
+    stored.records->addBeyond(report, records, confidence_);
+    return report.take();
 }
 
 }  // namespace Veltrix::Tool

@@ -3,11 +3,14 @@
 #include <string>
 
 #include "tools/veltrix/host/Command.h"
+#include "tools/veltrix/host/Documents.h"
+#include "tools/veltrix/host/ModelFile.h"
+#include "tools/veltrix/host/Progress.h"
 #include "tools/veltrix/report/ReportOutput.h"
 
 namespace Veltrix::Tool {
 
-/// Scores the rows of a CSV file with a stored model.
+/// Scores the rows of a CSV file, or documents, with a stored model.
 class PredictCommand : public Command {
   public:
     std::string name() const override { return "predict"; }
@@ -16,8 +19,11 @@ class PredictCommand : public Command {
     void run() override;
 
   private:
+    Report scoreRecords(const StoredModel& stored, ProgressLine& progress) const;
+    Report scoreDocuments(const StoredModel& stored, ProgressLine& progress) const;
+
     FileOption model_{"--model", {}};
-    FileOption data_{"--data", {}};
+    DocumentSource source_;
     double confidence_ = 0.95;
     ReportOutput output_;
 };

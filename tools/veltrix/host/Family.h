@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/veltrix/host/Documents.h"
 #include "tools/veltrix/host/OptionGroup.h"
 #include "tools/veltrix/host/Prepared.h"
 #include "tools/veltrix/host/Scores.h"
@@ -78,9 +79,9 @@ class RecordFamily : public Family {
     virtual int numColumns() const = 0;
 };
 
-/// Base of a family that reads its input itself: distances, lists of items, documents. It scores
-/// nothing. Beside `RecordFamily` it is the other choice: the option of its file, which must then
-/// exclude --data, decides.
+/// Base of a family that reads its input itself: distances, lists of items, documents. Beside
+/// `RecordFamily` it is the other choice: the option of its file, which must then exclude --data,
+/// decides.
 class OwnInput {
   public:
     OwnInput() = default;
@@ -90,6 +91,8 @@ class OwnInput {
 
     /// The file and the option that names it, one of the family's own.
     virtual const FileOption& file() const = 0;
+    /// What the summary calls it.
+    virtual const char* inputName() const { return "Data file"; }
     /// Reads the file. Throws `UserError` that says where it is not as expected.
     virtual void read() = 0;
     /// Fits to what was read. Throws `UserError` for options that the data cannot meet; an
@@ -99,6 +102,16 @@ class OwnInput {
     virtual void summarize(Table& summary) const = 0;
     /// Appends the family's tables and charts.
     virtual void describe(ReportBuilder& report) const = 0;
+};
+
+/// Base of a family of documents, which says of others what the model makes of them.
+class DocumentFamily : public OwnInput {
+  public:
+    /// The column of the documents that it was fitted to; empty for those of a folder.
+    virtual const std::string& column() const = 0;
+    /// Appends what the fitted model makes of the documents. Throws `UserError` without an option
+    /// when it can make nothing of them.
+    virtual void score(const Documents& documents, Table& summary, ReportBuilder& report) const = 0;
 };
 
 /// Base of a family of records that reports only.

@@ -121,7 +121,7 @@ FamilyCommand::Results FamilyCommand::runOwnInput(ProgressLine& progress) {
     fitTo(own_->file().option, [&] { own_->fit(); });
     progress.stage(kReporting);
     ReportBuilder report(family_->title({}));
-    own_->summarize(report.table("Summary").entry("Data file", own_->file().path));
+    own_->summarize(report.table("Summary").entry(own_->inputName(), own_->file().path));
     own_->describe(report);
     Results results{report.take(), {}};
     if (!options_.save.path.empty()) results.model = writeModel(*family_);

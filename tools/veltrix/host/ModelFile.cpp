@@ -13,43 +13,53 @@ namespace {
 
 constexpr std::string_view kType = "veltrix model";
 
-/// The family as one that scores; none when it does not.
-std::unique_ptr<RecordFamily> scoring(std::unique_ptr<Family> family) {
-    auto* const records = dynamic_cast<RecordFamily*>(family.get());
-    if (records == nullptr || !family->needs().stored || !family->needs().scores) return nullptr;
-    static_cast<void>(family.release());
-    return std::unique_ptr<RecordFamily>(records);
+/// The family with what it scores; without a family when it scores nothing.
+StoredModel scoring(std::unique_ptr<Family> family) {
+    StoredModel stored;
+    stored.records = dynamic_cast<RecordFamily*>(family.get());
+    stored.documents = dynamic_cast<DocumentFamily*>(family.get());
+    const bool scores = stored.records != nullptr || stored.documents != nullptr;
+    if (scores && family->needs().stored && family->needs().scores) {
+        stored.family = std::move(family);
+    }
+    return stored;
 }
 
-std::unique_ptr<RecordFamily> makeScoring(const Support::JsonView& name) {
+StoredModel makeScoring(const Support::JsonView& name) {
     std::unique_ptr<Family> family = makeFamily(name.asString());
     const bool known = family && family->needs().stored;
-    if (std::unique_ptr<RecordFamily> found = scoring(std::move(family))) return found;
+    StoredModel found = scoring(std::move(family));
+    if (found.family) return found;
     std::string scorers;
     for (std::unique_ptr<Family>& each : makeFamilies()) {
         const std::string quoted = Tool::quoted(each->names().family);
-        if (scoring(std::move(each))) scorers += (scorers.empty() ? "" : ", ") + quoted;
+        if (scoring(std::move(each)).family) scorers += (scorers.empty() ? "" : ", ") + quoted;
     }
     name.fail(fmt::format("{}{}, expected one of {}", Tool::quoted(name.asString()),
                           known ? ", which scores no records" : "", scorers));
 }
 
+/// What a model of records needs beside its own fields.
+void checkRecords(const StoredModel& stored, const Support::JsonView& root) {
+    const int columns = stored.records->numColumns();
+    if (columns == 0) root.at("model").fail("not a fitted model");
+    const std::size_t found = stored.coding.columnNames().size();
+    if (found != static_cast<std::size_t>(columns)) {
+        root.at(stored.coding.key()).fail(fmt::format("{} columns, expected {}", found, columns));
+    }
+}
+
 StoredModel readRoot(const Support::JsonView& root) {
     Support::checkStored(root, kType);
-    StoredModel stored;
-    stored.family = makeScoring(root.at("family"));
-    RecordFamily& family = *stored.family;
-    stored.target = root.at("target").asString();
-    stored.coding = PredictorCoding(family.needs().coding);
-    stored.coding.read(root);
-    Support::StoredReader fields(root);
-    family.fields(fields);
-    if (family.numColumns() == 0) root.at("model").fail("not a fitted model");
-    const std::size_t found = stored.coding.columnNames().size();
-    if (found != static_cast<std::size_t>(family.numColumns())) {
-        root.at(stored.coding.key())
-            .fail(fmt::format("{} columns, expected {}", found, family.numColumns()));
+    StoredModel stored = makeScoring(root.at("family"));
+    if (stored.records != nullptr) {
+        stored.target = root.at("target").asString();
+        stored.coding = PredictorCoding(stored.family->needs().coding);
+        stored.coding.read(root);
     }
+    Support::StoredReader fields(root);
+    stored.family->fields(fields);
+    if (stored.records != nullptr) checkRecords(stored, root);
     return stored;
 }
 

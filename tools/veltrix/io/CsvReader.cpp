@@ -366,7 +366,8 @@ class CsvText {
 
 CsvTable readCsv(const std::string& path, const CsvOptions& options) {
     const std::string file = oneLine(path);
-    const std::string bytes = readText(path);
+    std::string bytes = readText(path);
+    if (options.encoding) bytes = toUtf8Text(file, std::move(bytes), *options.encoding);
     CsvText csv(file, checkedText(file, bytes), options);
     csv.read();
     const std::string name = std::filesystem::path(path).stem().string();

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Veltrix/Data/DataFrame.h"
 #include "tools/veltrix/io/CsvDialect.h"
 #include "tools/veltrix/io/CsvSettings.h"
+#include "tools/veltrix/io/Encoding.h"
 
 namespace Veltrix::Tool {
 
@@ -20,6 +22,8 @@ struct CsvOptions {
     std::vector<std::string> textColumns = {};
     /// All of them.
     bool allText = false;
+    /// How the file writes characters; UTF-8 alone when left out.
+    std::optional<Encoding> encoding = {};
 };
 
 struct CsvTable {
