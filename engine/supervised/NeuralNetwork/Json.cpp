@@ -47,7 +47,7 @@ struct Stored<Params::Stopping> {
     static void fields(auto& a, auto& stopping) {
         a("mode", stopping.mode)("patience", stopping.patience);
         a("timeLimit", stopping.timeLimit)("costChange", stopping.costChange);
-        a("errorChange", stopping.errorChange);
+        a("errorChange", stopping.errorChange)("riseCounts", stopping.riseCounts);
     }
 };
 

@@ -24,8 +24,9 @@ double relativeChange(double best, double current) {
 
 /// Whether the change of a value since its best one is below a threshold, if there is one. There is
 /// none since nothing.
-bool undercuts(double threshold, double best, double current) {
-    return threshold == 0.0 || relativeChange(best, current) < threshold;
+bool undercuts(const Params::Stopping& stopping, double threshold, double best, double current) {
+    if (threshold == 0.0 || (stopping.riseCounts && current > best)) return true;
+    return relativeChange(best, current) < threshold;
 }
 
 void keepBest(double& best, double current) {
@@ -96,8 +97,8 @@ Trainer::Judgement Trainer::judge(const Model::Data& data, ProgressPhase& phase)
 }
 
 bool Trainer::lacksImprovement(const Judgement& found, double& bestCost, double& bestError) const {
-    const bool lacks = undercuts(stopping_.costChange, bestCost, found.cost) &&
-                       undercuts(stopping_.errorChange, bestError, found.error);
+    const bool lacks = undercuts(stopping_, stopping_.costChange, bestCost, found.cost) &&
+                       undercuts(stopping_, stopping_.errorChange, bestError, found.error);
     keepBest(bestCost, found.cost);
     keepBest(bestError, found.error);
     return lacks;

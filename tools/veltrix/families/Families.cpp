@@ -14,15 +14,23 @@ namespace Veltrix::Tool {
 
 namespace {
 
-constexpr std::unique_ptr<Family> (*kFamilies[])() = {
-    makeRegression,        makeLogistic,
-    makeSelection,         makeNeighbours,
-    makeNaiveBayes,        makeTree,
-    makeDiscriminant,      makeKMeans,
-    makeHierarchical,      makePrincipalComponents,
-    makeCanonicalVariates, makeRules,
-    makeAutocorrelations,  makeArima,
-    makeSmoothing,         makeText};
+constexpr std::unique_ptr<Family> (*kFamilies[])() = {makeRegression,
+                                                      makeLogistic,
+                                                      makeSelection,
+                                                      makeNeighbours,
+                                                      makeNaiveBayes,
+                                                      makeTree,
+                                                      makeDiscriminant,
+                                                      makeNetwork,
+                                                      makeKMeans,
+                                                      makeHierarchical,
+                                                      makePrincipalComponents,
+                                                      makeCanonicalVariates,
+                                                      makeRules,
+                                                      makeAutocorrelations,
+                                                      makeArima,
+                                                      makeSmoothing,
+                                                      makeText};
 
 }  // namespace
 

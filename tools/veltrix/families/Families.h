@@ -23,6 +23,8 @@ std::unique_ptr<Family> makeNaiveBayes();
 std::unique_ptr<Family> makeTree();
 /// Linear and quadratic discriminant analysis.
 std::unique_ptr<Family> makeDiscriminant();
+/// Feed-forward neural networks for classes or numbers.
+std::unique_ptr<Family> makeNetwork();
 /// Clusters of similar rows.
 std::unique_ptr<Family> makeKMeans();
 /// Trees of clusters, of rows or of items with distances between them.

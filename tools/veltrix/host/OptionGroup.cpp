@@ -99,6 +99,24 @@ OptionGroup::Option OptionGroup::count(const std::string& name, std::int64_t& va
         .placeholder("N");
 }
 
+OptionGroup::Option OptionGroup::counts(const std::string& name, IntVector& values,
+                                        const std::string& description, const std::string& none) {
+    const auto parse = [none](const std::string& text) -> std::optional<IntVector> {
+        IntVector numbers;
+        if (text == none) return numbers;
+        for (const std::string& part : CLI::detail::split(text, ',')) {
+            const std::optional<int> number = WholeNumber<int>{1}(CLI::detail::trim_copy(part));
+            if (!number) return std::nullopt;
+            numbers.push_back(*number);
+        }
+        return numbers;
+    };
+    return parsed(name, values, description, parse,
+                  fmt::format("whole numbers from 1 between commas, or {}", none))
+        .placeholder("N,N")
+        .shown(values.empty() ? none : fmt::format("{}", fmt::join(values, ",")));
+}
+
 OptionGroup::Option OptionGroup::number(const std::string& name, double& value,
                                         const std::string& description, double least) {
     const auto parse = [least](const std::string& text) {

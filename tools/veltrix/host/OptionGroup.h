@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "Veltrix/Data/IntVector.h"
+
 namespace CLI {
 class App;
 class Option;
@@ -75,6 +77,9 @@ class OptionGroup {
                  int least = 0);
     Option count(const std::string& name, std::int64_t& value, const std::string& description,
                  std::int64_t least = 0);
+    /// Whole numbers of at least 1 between commas, or the word for no number.
+    Option counts(const std::string& name, IntVector& values, const std::string& description,
+                  const std::string& none);
     /// A finite number of at least `least`.
     Option number(const std::string& name, double& value, const std::string& description,
                   double least);

@@ -212,6 +212,24 @@ std::optional<Part> partOf(const WString& text) {
     return std::nullopt;
 }
 
+PartData Prepared::withTrainedClasses(Part which) const {
+    const PartData& all = part(which);
+    if (labels.size() == roles.classes.size()) return all;
+    const auto isTrained = [&](int label) {
+        return std::ranges::find(roles.classes, labels[static_cast<std::uint64_t>(label)]) !=
+               roles.classes.end();
+    };
+    IntVector rows;
+    for (std::uint64_t i = 0; i < all.labels.size(); ++i) {
+        if (isTrained(all.labels[i])) rows.push_back(static_cast<int>(i));
+    }
+    PartData kept;
+    kept.records = all.records.at(rows);
+    kept.rowNumbers = pick(all.rowNumbers, rows);
+    kept.labels = pick(all.labels, rows);
+    return kept;
+}
+
 std::vector<double> Prepared::series() const {
     const auto values = training().records.x(Selection::all, 0).elements();
     return {values.begin(), values.end()};

@@ -57,6 +57,8 @@ struct Prepared {
     const PartData& part(Part part) const { return parts[static_cast<std::size_t>(part)]; }
     const PartData& training() const { return part(Part::Training); }
     bool has(Part which) const { return part(which).count() > 0; }
+    /// The records of a part whose classes the training part has too; all of them for numbers.
+    PartData withTrainedClasses(Part which) const;
     /// The values of a series.
     std::vector<double> series() const;
     /// The target of the records as texts.

@@ -1,6 +1,9 @@
 #include "tools/veltrix/host/Progress.h"
 
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <string>
 
 #if defined(_WIN32)
 #include <io.h>
@@ -32,20 +35,52 @@ void show(std::string_view text) {
     std::fflush(stderr);
 }
 
-/// Ends the work once the program is to end.
-bool showProgress(const Progress& progress) {
-    if (progress.total == 0) {
-        show(fmt::format("{}{} ...", kWipeLine, progress.phase));
-    } else {
-        show(fmt::format("{}{} {:.0f} %", kWipeLine, progress.phase, 100.0 * progress.fraction));
-    }
-    return interruptCode() == 0;
+/// "0:07", "12:30", "2:05:00".
+std::string clockText(double seconds) {
+    const auto whole = static_cast<std::int64_t>(seconds);
+    constexpr std::int64_t kMinute = 60;
+    const std::int64_t minutes = whole / kMinute;
+    if (minutes < kMinute) return fmt::format("{}:{:02}", minutes, whole % kMinute);
+    return fmt::format("{}:{:02}:{:02}", minutes / kMinute, minutes % kMinute, whole % kMinute);
 }
+
+/// Shows a phase, with the time that it has left if it goes on as before.
+class PhaseLine {
+  public:
+    /// Ends the work once the program is to end.
+    bool operator()(const Progress& progress) {
+        if (progress.phase != phase_ || progress.fraction < last_) {
+            phase_ = progress.phase;
+            start_ = Clock::now();
+            first_ = progress.fraction;
+        }
+        last_ = progress.fraction;
+        std::string line = fmt::format("{}{}", kWipeLine, progress.phase);
+        line += progress.total == 0 ? " ..." : fmt::format(" {:.0f} %", 100.0 * progress.fraction);
+        const std::chrono::duration<double> elapsed = Clock::now() - start_;
+        constexpr double kTellingSeconds = 2.0;
+        if (elapsed.count() > kTellingSeconds && last_ > first_) {
+            const double left = elapsed.count() * (1.0 - last_) / (last_ - first_);
+            line += fmt::format(", {} left", clockText(left));
+        }
+        if (!progress.detail.empty()) line += fmt::format(", {}", progress.detail);
+        show(line);
+        return interruptCode() == 0;
+    }
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string phase_;
+    Clock::time_point start_;
+    double first_ = 0.0;
+    double last_ = 0.0;
+};
 
 }  // namespace
 
 ProgressLine::ProgressLine() {
-    if (isTerminal()) scope_.emplace(showProgress);
+    if (isTerminal()) scope_.emplace(PhaseLine());
 }
 
 ProgressLine::~ProgressLine() {

@@ -102,8 +102,8 @@ class Trainer;
 ///    or both (3) are compared with the best ones before by the relative change
 ///    |best − current|/(|best + current + ε|/2), ε = 2.22e-16. A check in which every threshold
 ///    that is set is undercut, in all data looked at, counts as one without improvement, any other
-///    starts the count anew; at max(patience, 1) of them the training ends (mode + 1). Without a
-///    threshold it never ends so;
+///    starts the count anew (a rise beyond the threshold too, unless `riseCounts`); at
+///    max(patience, 1) of them the training ends (mode + 1). Without a threshold it never ends so;
 ///  - when all epochs are done (1).
 /// A cost that overflows stays NaN, as the weights do: the rate was too large.
 ///

@@ -54,6 +54,10 @@ struct VELTRIX_ENGINE_API Params {
         double timeLimit = 0.0;    ///< seconds; an epoch that ends later is the last one
         double costChange = 0.0;   ///< relative change of the cost to be undercut; 0: not set
         double errorChange = 0.0;  ///< the same of the error
+        /// Whether a value above its best one undercuts its threshold by however much it rose, as
+        /// the error of validation records does once a network learns its training records by
+        /// heart.
+        bool riseCounts = false;
     };
 
     Architecture architecture;

@@ -249,6 +249,7 @@ struct Stop {
     int most;
     int checksOfTraining;  ///< logged for each epoch, 0 or 1
     int checksOfValidation;
+    bool againstTraining = false;  ///< the validation responses are the opposite
 };
 
 TEST(NeuralNetwork, StopsForTheReasonGiven) {
@@ -263,6 +264,15 @@ TEST(NeuralNetwork, StopsForTheReasonGiven) {
          30,
          1,
          1},
+        // The records to stop by go another way than those that train: their cost rises.
+        {{.mode = 2, .patience = 2, .timeLimit = kInf, .costChange = 1e-9}, 0.0, 1, 40, 0, 1, true},
+        {{.mode = 2, .patience = 2, .timeLimit = kInf, .costChange = 1e-9, .riseCounts = true},
+         0.0,
+         3,
+         12,
+         0,
+         1,
+         true},
         {{.mode = 1}, 0.0, 5, 1, 0, 0},
         {{.mode = 4, .timeLimit = kInf}, 1e9, 6, 1, 0, 0},
     };
@@ -274,7 +284,8 @@ TEST(NeuralNetwork, StopsForTheReasonGiven) {
         Regressor model(params);
         const Matrix start = model.getWeights(1);
         const IntVector some = Util::range(0, 30, 3);
-        model.fit(kX, kY, kX(Util::all, some), kY(Util::all, some));
+        const Matrix y = kY(Util::all, some);
+        model.fit(kX, kY, kX(Util::all, some), each.againstTraining ? 1.0 - y : y);
         EXPECT_EQ(model.getStopReason(), each.reason);
         EXPECT_LE(model.getNumEpochs(), each.most) << each.reason;
         // A check at the end of every epoch that neither time nor cost ended.
@@ -284,7 +295,7 @@ TEST(NeuralNetwork, StopsForTheReasonGiven) {
         EXPECT_EQ(logs.validationErrors.size(), each.checksOfValidation * epochs) << each.reason;
         EXPECT_EQ(model.getWeights(1).equalTo(start, 0.0), each.costTolerance > 0.0);
         const int patience = std::max(each.stopping.patience, 1);
-        if (each.reason < 2 || each.reason > 4) continue;
+        if (each.reason < 2 || each.reason > 4 || each.againstTraining) continue;
         // The changes logged undercut the thresholds in the last checks, and not all before them.
         EXPECT_EQ(model.getStoppingInfo().numChecksWithoutImprovement, patience);
         const Vector& log = each.reason == 3 ? logs.validationErrors : logs.trainingCosts;
