@@ -47,6 +47,8 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::TS::ARIMA::ARMA>,
     readModel<Engine::TS::ARIMA::SARMA>,
     readModel<Engine::TM::TextMiner>,
+    readModel<Engine::NeuralNetwork::Classification::Model>,
+    readModel<Engine::NeuralNetwork::Regression::Model>,
 };
 
 }  // namespace

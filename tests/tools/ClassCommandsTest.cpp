@@ -128,6 +128,41 @@ TEST(DiscriminantCommand, ShowsTheReferenceNumbers) {
               reference.scalar("misclassified"));
 }
 
+// A network of the reference's shape from the command's own starting weights, its log, and the end
+// by a validation part that goes another way than the training part.
+TEST(NetworkCommand, ReachesTheReferenceAndStops) {
+    const ReferenceData reference("learners/iris_network.network");
+    const JsonReport report =
+        reportOf({"network --no-standardize --activation sigmoid --hidden 6 --batch-size 15 --rate "
+                  "0.1 --momentum 0.5 --epochs 300 --weights-table --target Species --data",
+                  kLearners + reference.text("data")});
+    EXPECT_LE(report.column("Confusion matrix: training", "Errors").back(),
+              reference.scalar("suggested_upper_bound"));
+    const auto errors = report.column("Training log", "% Misclassification: training");
+    EXPECT_EQ(errors.size(), 300U);
+    EXPECT_NEAR(errors.back(), report.column("Confusion matrix: training", "% Errors").back(),
+                1e-9);
+    EXPECT_EQ(report.column("Weights: hidden layer 1", "Unit 6").size(), 5U);
+    EXPECT_EQ(report.texts("Weights: output layer", "From").back(), "Bias");
+
+    const TemporaryFolder folder;
+    std::string text = "x,y,part\n";
+    for (int i = 0; i < 40; ++i) {
+        text += fmt::format("{},{},{}\n", i, i % 2 == 0 ? 1000 + i : 1000 - i,
+                            i % 2 == 0 ? "train" : "valid");
+    }
+    const JsonReport stopped =
+        reportOf({"network --regression --target y --partition-column part --patience 4 --data",
+                  folder.write("data.csv", text)});
+    const auto costs = stopped.column("Training log", "Cost: validation");
+    ASSERT_GE(costs.size(), 5U);
+    EXPECT_LT(costs.size(), 200U);
+    EXPECT_EQ(std::ranges::min_element(costs), costs.end() - 5);
+    // Errors are those of the target's own unit.
+    EXPECT_NEAR(stopped.column("Training log", "RMSE: validation").back(),
+                stopped.column("Error measures", "RMSE").back(), 1e-9);
+}
+
 TEST(NaiveBayesCommand, ShowsTheReferenceNumbers) {
     const TemporaryFolder folder;
     const ReferenceData reference("learners/birthwt_nb.naivebayes");

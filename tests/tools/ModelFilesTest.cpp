@@ -29,8 +29,9 @@ TEST(ModelFiles, OfEarlierVersionsPredictAsTheyDid) {
         return splitAt(",", text);
     };
     const std::string series = std::string(kTestData) + "/timeseries/series/strikes.csv";
-    for (const std::string name : {"regress", "logistic", "knn", "naive-bayes", "tree",
-                                   "discriminant", "pca", "cva", "kmeans", "smooth", "arima"}) {
+    for (const std::string name :
+         {"regress", "logistic", "knn", "naive-bayes", "tree", "discriminant", "network", "pca",
+          "cva", "kmeans", "smooth", "arima"}) {
         const bool ofSeries = name == "smooth" || name == "arima";
         const auto cells = cellsOf(
             predictionsOf(kModels + name + ".json", ofSeries ? series : kModels + "new.csv"));
@@ -111,6 +112,8 @@ TEST(ModelFiles, PredictAsTheReportDoes) {
                  {"logistic --target sold", "P(yes)", {}},
                  {"select --target price --use 2", "Prediction", {}},
                  {"select --target sold --model logistic --use 1", "P(yes)", {}},
+                 {"network --target sold --epochs 5", "P(yes)", {}},
+                 {"network --target price --regression --no-standardize", "Prediction", {}},
                  {"tree --target sold --min-records 1", "P(yes)", {}},
                  {"tree --target price --regression --min-records 2", "Prediction", {}}};
     for (const auto& [command, column, both] : cases) {
