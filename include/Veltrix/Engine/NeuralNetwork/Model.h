@@ -120,7 +120,7 @@ class Trainer;
 class VELTRIX_ENGINE_API Model : public JSON::Storable {
   public:
     Model() = default;
-    explicit Model(const Params& params) { initialize(params); }
+    explicit Model(const Params& params) { Model::initialize(params); }
     Model(const Model&) = default;
     Model(Model&&) noexcept = default;
     ~Model() override;
