@@ -152,6 +152,32 @@ def make_data(root):
     return frame
 
 
+MAKE_PARQUET = """
+import sys
+from pyspark.sql import SparkSession
+session = SparkSession.builder.master("local[1]").config("spark.ui.enabled", "false").getOrCreate()
+frame = session.range(0, 1000, 1, 4).selectExpr(
+    "id + 1 as id", "cast(id % 7 as double) as `a.b`", "if(id % 5 = 0, double('nan'), id / 4) as x",
+    "cast(id as decimal(12, 2)) as d", "id % 2 = 0 as even", "array(id, null) as list",
+    "date_add(date'2026-01-01', cast(id % 3 as int)) as day",
+    "if(id % 10 = 0, null, concat('t\\"', id % 4)) as text")
+frame.write.parquet(sys.argv[1])
+"""
+
+
+@pytest.fixture(scope="session")
+def parquet(data):
+    """A folder of four Parquet files."""
+    path = data[0] / "typed.parquet"
+    subprocess.run(
+        [sys.executable, "-c", MAKE_PARQUET, str(path)],
+        check=True,
+        timeout=300,
+        stderr=subprocess.DEVNULL,
+    )
+    return path.name
+
+
 @pytest.fixture(scope="session")
 def data(tmp_path_factory):
     root = tmp_path_factory.mktemp("data") / "root"

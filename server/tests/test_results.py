@@ -173,6 +173,33 @@ def test_schemas_of_odd_files(server, data, text, names, types):
         assert sampled["sampledData"] == [[1, None, 5000000000], [2, None, None]]
 
 
+def test_parquet_keeps_its_types(server, parquet):
+    names = ["id", "a.b", "x", "d", "even", "list", "day", "text"]
+    kinds = ["bigint", "double", "double", "decimal(12,2)", "boolean", "array<bigint>", "date"]
+    schema = server.run(SCHEMA, file_body(parquet, isParquet=True))
+    assert schema["schema"] == [list(pair) for pair in zip(names, [*kinds, "string"], strict=True)]
+    assert schema["nullCounts"] == [0, 0, 0, 0, 0, 0, 0, 100]
+    sample = sample_body(parquet, [*reversed(names)], size=200, isParquet=True)
+    rows = server.run(SAMPLING, sample)["sampledData"]
+    assert len(rows) == 200
+    for place, text, day, listed, even, decimal, x, remainder, row in rows:
+        k = row - 1
+        assert place == row
+        assert text == (None if k % 10 == 0 else f't"{k % 4}')
+        assert (day, listed) == (f"2026-01-0{1 + k % 3}", f"[{k},null]")
+        assert (even, decimal) == (str(k % 2 == 0).lower(), k)
+        assert (x, remainder) == (None if k % 5 == 0 else k / 4, k % 7)
+    body = summary_body(parquet, ["x", "d"], ["day", "even"], 1, isParquet=True)
+    result = server.run(SUMMARY, body)
+    frame = pd.DataFrame({"k": np.arange(1000)})
+    frame["x"] = np.where(frame["k"] % 5 == 0, np.nan, frame["k"] / 4)
+    expected = frame.groupby([frame["k"] % 3, frame["k"] % 2 == 0])[["x", "k"]].sum()
+    np.testing.assert_allclose([row[2:] for row in result["resultData"]], expected, rtol=1e-12)
+    assert result["resultData"][0][:2] == ["2026-01-01", False]
+    status, reply = server.submit(SUMMARY, summary_body(parquet, ["text"], [], isParquet=True))
+    assert (status, reply["status"]) == (200, "ERROR")
+
+
 def test_the_list_holds_data_sets_and_no_links(server):
     listed = server.run(DATA_LIST, {})["quorvanData"]
     assert {"people.csv", "parts/a.csv", "small.csv"} <= set(listed)
