@@ -55,47 +55,42 @@ std::wstring termsOf(TextMiner miner, const Texts& texts) {
     return result;
 }
 
-TextMiner::Settings settingsOf(const TextCases& cases, const std::string& prefix) {
-    TextMiner::Settings result;
-    for (const auto& [name, value] : cases.firstsBelow(prefix + "settings.")) {
-        const std::string key = prefix + "settings." + name;
-        const auto number = [&, text = &value] { return std::stod(*text); };
-        if (name == "vocabulary_flags") {
-            result.flags.vocabularyFlags = static_cast<std::uint32_t>(number());
-        } else if (name == "document_flags") {
-            result.flags.documentFlags = static_cast<std::uint32_t>(number());
-        } else if (name == "min_term_frequency") {
-            result.minTermFrequency = number();
-        } else if (name == "max_term_frequency") {
-            result.maxTermFrequency = number();
-        } else if (name == "max_vocabulary") {
-            result.maxVocabulary = static_cast<std::uint64_t>(number());
-        } else if (name == "max_term_length") {
-            result.maxTermLength = static_cast<std::uint64_t>(number());
-        } else if (name == "min_stemmed_term_length") {
-            result.minStemmedTermLength = static_cast<std::uint64_t>(number());
-        } else if (name == "url_token") {
-            result.urlToken = value;
-        } else if (name == "email_token") {
-            result.emailToken = value;
-        } else if (name == "number_token") {
-            result.numberToken = value;
-        } else if (name == "money_token") {
-            result.moneyToken = value;
-        } else if (name == "start_phrase") {
-            result.startPhrase = value;
-        } else if (name == "end_phrase") {
-            result.endPhrase = value;
-        } else if (name == "included_terms") {
-            for (const auto& term : cases.list(key)) result.includedTerms.insert(term);
-        } else if (name == "excluded_terms") {
-            for (const auto& term : cases.list(key)) result.excludedTerms.insert(term);
-        } else if (name.rfind("synonyms.", 0) == 0) {
-            result.synonyms[WString::fromUtf8(name.substr(9)).str()] = value;
-        } else if (name.rfind("phrases.", 0) == 0) {
-            result.phrases[WString::fromUtf8(name.substr(8)).str()] = value;
+using Settings = TextMiner::Settings;
+const std::map<std::string, std::uint32_t Flags::*> kFlags{
+    {"vocabulary_flags", &Flags::vocabularyFlags}, {"document_flags", &Flags::documentFlags}};
+const std::map<std::string, double Settings::*> kShares{
+    {"min_term_frequency", &Settings::minTermFrequency},
+    {"max_term_frequency", &Settings::maxTermFrequency}};
+const std::map<std::string, std::uint64_t Settings::*> kLimits{
+    {"max_vocabulary", &Settings::maxVocabulary},
+    {"max_term_length", &Settings::maxTermLength},
+    {"min_stemmed_term_length", &Settings::minStemmedTermLength}};
+const std::map<std::string, std::wstring Settings::*> kTokens{
+    {"url_token", &Settings::urlToken},       {"email_token", &Settings::emailToken},
+    {"number_token", &Settings::numberToken}, {"money_token", &Settings::moneyToken},
+    {"start_phrase", &Settings::startPhrase}, {"end_phrase", &Settings::endPhrase}};
+const std::map<std::string, TermSet Settings::*> kSets{
+    {"included_terms", &Settings::includedTerms}, {"excluded_terms", &Settings::excludedTerms}};
+const std::map<std::string, TermMap Settings::*> kMaps{{"synonyms", &Settings::synonyms},
+                                                       {"phrases", &Settings::phrases}};
+
+Settings settingsOf(const TextCases& cases, const std::string& prefix) {
+    Settings result;
+    for (const auto& [key, value] : cases.firstsBelow(prefix + "settings.")) {
+        const std::string name = key.substr(0, key.find('.'));
+        if (kMaps.contains(name)) {
+            (result.*kMaps.at(name))[WString::fromUtf8(key.substr(name.size() + 1)).str()] = value;
+        } else if (kSets.contains(name)) {
+            const Texts& terms = cases.list(prefix + "settings." + name);
+            result.*kSets.at(name) = TermSet(terms.begin(), terms.end());
+        } else if (kTokens.contains(name)) {
+            result.*kTokens.at(name) = value;
+        } else if (kShares.contains(name)) {
+            result.*kShares.at(name) = std::stod(value);
+        } else if (kFlags.contains(name)) {
+            result.flags.*kFlags.at(name) = static_cast<std::uint32_t>(std::stoul(value));
         } else {
-            ADD_FAILURE() << "unknown setting " << key;
+            result.*kLimits.at(name) = std::stoull(value);
         }
     }
     return result;

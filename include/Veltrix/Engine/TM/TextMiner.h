@@ -143,8 +143,8 @@ struct TermFrequency {
 ///      `\b[+-]?(?=[.]?[0-9])[0-9]*(?:[.][0-9]*)?(?:[Ee][+-]?[0-9]+)?\b`, empty matches too, so
 ///      that "5abc" becomes "numberterm5abc";
 ///   9. `kReplaceUrls`: `\b(http|https|ftp|telnet|file)://+.*\b`, to the last word of its line;
-///  10. it is cut into tokens at blanks, tabs, line ends and `",?.'` + "`" +
-///  `~|:/!@#$%^&*()[]{}<>_;=-+\`;
+///  10. it is cut into tokens at blanks, tabs, line ends, back-quotes and
+///      `",?.'~|:/!@#$%^&*()[]{}<>_;=-+\`;
 ///  11. `kMaxTermLength`: tokens of more than `maxTermLength` characters are dropped;
 ///  12. tokens of the digits 0 to 9 only are dropped;
 ///  13. `kRemoveExcluded`: excluded terms are dropped, as are the default stop words but those
