@@ -4,6 +4,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
@@ -143,22 +144,63 @@ TEST_P(SelectionReference, BestSubsets) {
 INSTANTIATE_TEST_SUITE_P(Data, SelectionReference,
                          testing::Values("cement", "hills_nointercept_sel", "mtcars_all"));
 
-/// RSS of every subset by least squares, ascending for every size.
-std::vector<std::vector<double>> enumerate(const Matrix& x, const Vector& y, const Vector& w,
-                                           bool intercept) {
-    const int p = x.getNumCols();
-    std::vector<std::vector<double>> result(static_cast<std::size_t>(p) + 1);
-    for (unsigned set = 1; set < 1u << p; ++set) {
-        IntVector columns;
-        for (int j = 0; j < p; ++j) {
-            if ((set >> j & 1u) != 0u) columns.push_back(j);
-        }
-        const auto model = LinearModel::OLS::Model().fit(x(Util::all, columns), y, w, intercept);
-        result[columns.size()].push_back(model.getANOVA().SSE);
-    }
-    for (auto& list : result) std::ranges::sort(list);
-    return result;
+using Line = std::vector<double>;
+
+double product(const Line& a, const Line& b) {
+    return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
 }
+
+/// Takes the part along the direction out of a line.
+void project(Line& line, const Line& direction) {
+    const double factor = product(line, direction) / product(direction, direction);
+    for (std::size_t i = 0; i < line.size(); ++i) line[i] -= factor * direction[i];
+}
+
+/// RSS of every subset, ascending for every size: each set of columns is extended by every later
+/// one, made orthogonal to the set.
+class Enumeration {
+  public:
+    Enumeration(const Matrix& x, Vector y, const Vector& w, bool intercept)
+        : rss_(static_cast<std::size_t>(x.getNumCols()) + 1) {
+        const Vector roots = Util::sqrt(w);
+        Line response = weighted(y, roots);
+        for (int j = 0; j < x.getNumCols(); ++j) {
+            columns_.push_back(weighted(Convert::toDoubleVector(x(Util::all, j)), roots));
+        }
+        if (intercept) {
+            basis_.emplace_back(roots.begin(), roots.end());
+            project(response, basis_[0]);
+        }
+        extend(0, 0, response);
+        for (auto& list : rss_) std::ranges::sort(list);
+    }
+    const std::vector<Line>& rss() const { return rss_; }
+
+  private:
+    static Line weighted(Vector values, const Vector& roots) {
+        for (std::uint64_t i = 0; i < values.size(); ++i) values[i] *= roots[i];
+        return {values.begin(), values.end()};
+    }
+    void extend(std::size_t first, std::size_t size, const Line& residual) {
+        for (std::size_t j = first; j < columns_.size(); ++j) {
+            Line direction = columns_[j];
+            for (int pass = 0; pass < 2;
+                 ++pass) {  // the second one mends the rounding of the first
+                for (const Line& known : basis_) project(direction, known);
+            }
+            Line rest = residual;
+            project(rest, direction);
+            rss_[size + 1].push_back(product(rest, rest));
+            basis_.push_back(std::move(direction));
+            extend(j + 1, size + 1, rest);
+            basis_.pop_back();
+        }
+    }
+
+    std::vector<Line> columns_;
+    std::vector<Line> basis_;
+    std::vector<Line> rss_;
+};
 
 /// Problems of all kinds: ties among whole numbers, columns far from 0, an aliased one, weights
 /// with zeros.
@@ -168,22 +210,24 @@ struct RandomProblem {
     bool intercept;
     int independent;
 
-    explicit RandomProblem(unsigned seed)
-        : x(Util::gaussianMatrix(24, 7, MatrixOrderType::columnMajor, 0.0, 1.0, seed)),
+    RandomProblem(unsigned seed, int p)
+        : x(Util::gaussianMatrix(24, p, MatrixOrderType::columnMajor, 0.0, 1.0, seed)),
           w(24, 1.0),
           intercept(seed % 2 == 0),
-          independent(seed % 4 == 3 ? 6 : 7) {
-        for (int j = 0; j < 7; ++j) {
+          independent(seed % 4 == 3 ? p - 1 : p) {
+        for (int j = 0; j < p; ++j) {
             for (int i = 0; i < 24; ++i) {
                 if (seed % 3 == 1) x(i, j) = std::round(x(i, j));
                 if (seed % 10 == 2) x(i, j) += 1e4;
             }
         }
-        if (independent == 6) (x(Util::all, 6) = x(Util::all, 2)) *= -2.0;
+        if (independent < p) (x(Util::all, p - 1) = x(Util::all, 2)) *= -2.0;
         const Vector noise =
             Util::gaussianMatrix(24, 1, MatrixOrderType::columnMajor, 0.0, 1.0, seed + 100)
                 .getAsDoubleVector();
-        y = x * Vector{0.5, 0, -0.5, 0, 1, 0, 0} + noise;
+        Vector slopes{0.5, 0, -0.5, 0, 1, 0, 0};
+        slopes.resize(static_cast<std::uint64_t>(p));
+        y = x * slopes + noise;
         if (seed % 3 == 2) {
             for (int i = 0; i < 24; ++i) w[i] = i % 4;
         }
@@ -193,16 +237,16 @@ struct RandomProblem {
 TEST(BestSubsets, AreThoseOfPlainEnumeration) {
     for (unsigned seed = 1; seed <= 12; ++seed) {
         SCOPED_TRACE(seed);
-        const RandomProblem problem(seed);
-        const auto expected = enumerate(problem.x(Util::all, Util::range(0, problem.independent)),
-                                        problem.y, problem.w, problem.intercept);
+        const RandomProblem problem(seed, 12);
+        const Enumeration plain(problem.x(Util::all, Util::range(0, problem.independent)),
+                                problem.y, problem.w, problem.intercept);
         const int numSubsets = static_cast<int>(seed) % 4 + 1;
         for (const bool exhaustive : {false, true}) {
             const History best = LinearModel::OLS::Model::featureSelection(
                 Algorithm::bestSubsets, problem.x, problem.y, problem.w, problem.intercept, nullptr,
                 nullptr, &numSubsets, &exhaustive, 100);
             int model = 0;
-            for (const auto& list : expected) {
+            for (const auto& list : plain.rss()) {
                 const auto count = std::min(list.size(), static_cast<std::size_t>(numSubsets));
                 for (std::size_t i = 0; i < count; ++i, ++model) {
                     ASSERT_LT(model, best.getNumModels());
@@ -210,14 +254,14 @@ TEST(BestSubsets, AreThoseOfPlainEnumeration) {
                 }
             }
             EXPECT_EQ(best.getNumModels(), model);
-            EXPECT_EQ(best.getSubsets().getNumCols(), 7 + (problem.intercept ? 1 : 0));
+            EXPECT_EQ(best.getSubsets().getNumCols(), 12 + (problem.intercept ? 1 : 0));
         }
     }
 }
 
 // The statistics of every recorded model are those of a fit of its own.
 TEST(FeatureSelection, StatisticsAreThoseOfFits) {
-    const RandomProblem problem(2);
+    const RandomProblem problem(2, 7);
     const auto& [x, y, w, intercept, independent] = problem;
     const double n = x.getNumRows();
     const double mean = Util::mean(y);
@@ -253,7 +297,7 @@ TEST(FeatureSelection, StatisticsAreThoseOfFits) {
 }
 
 TEST(FeatureSelection, LimitsOfSize) {
-    const RandomProblem problem(4);
+    const RandomProblem problem(4, 7);
     Matrix s = crossProduct(problem.x, problem.y, true);
     Matrix other = s;
     EXPECT_EQ(forwardSelection(s, 24, 0.0, true, 0).getSizes(), (IntVector{1}));
@@ -280,7 +324,7 @@ TEST(FeatureSelection, HistoryRecordsAndFilters) {
 }
 
 TEST(FeatureSelection, BadInputIsRefused) {
-    const RandomProblem problem(2);
+    const RandomProblem problem(2, 7);
     const auto select = [&](Algorithm algorithm, double fOut, int numSubsets, int maxSize) {
         const double fIn = 1.0;
         (void)LinearModel::OLS::Model::featureSelection(algorithm, problem.x, problem.y, {}, true,
@@ -291,7 +335,7 @@ TEST(FeatureSelection, BadInputIsRefused) {
     EXPECT_TRUE(refuses([&] { select(Algorithm(6), 1.0, 1, 3); }, "algorithm"));
     Matrix flat(3, 4);
     EXPECT_THROW(forwardSelection(flat, 24, 1.0, true, 3), NumElementsMismatch);
-    Matrix aliased = crossProduct(RandomProblem(3).x, problem.y, false);
+    Matrix aliased = crossProduct(RandomProblem(3, 7).x, problem.y, false);
     const Matrix before = aliased;
     EXPECT_TRUE(refuses([&] { backwardElimination(aliased, 24, 3.0, false, 7); }, "column 6"));
     EXPECT_TRUE(aliased.equalTo(before, 0.0));
