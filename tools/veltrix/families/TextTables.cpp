@@ -119,9 +119,8 @@ void addTopTerms(ReportBuilder& report, TextMiner miner, std::int64_t count) {
         documents.push_back(asInteger(frequency));
         percents.push_back(percentOf(frequency, miner.getNumDocuments()));
     }
-    report.table(kTopTerms)
-        .counted("Rank", terms.size())
-        .text("Term", std::move(terms))
+    Table& table = report.table(kTopTerms).counted("Rank", terms.size());
+    table.text("Term", std::move(terms))
         .series("Count", std::move(counts))
         .integers("Documents", std::move(documents))
         .series("Documents, %", std::move(percents));
