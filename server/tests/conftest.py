@@ -1,5 +1,6 @@
 """A server with Spark for all tests, its data, and a client that speaks plain HTTP to it."""
 
+import contextlib
 import json
 import os
 import shutil
@@ -102,17 +103,14 @@ class Server:
 
     def children(self):
         """Processes below the server's own."""
-        found, parents = [], [self.process.pid]
-        while parents:
-            listed = subprocess.run(
-                ["ps", "-o", "pid=", "--ppid", str(parents.pop())],
-                capture_output=True,
-                text=True,
-                check=False,
-            ).stdout.split()
-            found += map(int, listed)
-            parents += map(int, listed)
-        return found
+        parents = {}
+        for path in Path("/proc").glob("[0-9]*/stat"):
+            with contextlib.suppress(OSError):
+                parents[int(path.parent.name)] = int(path.read_text().rpartition(")")[2].split()[1])
+        found = [self.process.pid]
+        for parent in found:
+            found += [pid for pid, above in parents.items() if above == parent]
+        return found[1:]
 
     def stop(self):
         if self.process.poll() is None:
