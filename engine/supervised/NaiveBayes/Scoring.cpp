@@ -20,6 +20,8 @@ using Veltrix::Engine::valueAt;
 
 constexpr std::size_t kUnknown = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kNotYet = kUnknown - 1;
+/// Longer columns of numbers are read cell by cell, which takes longer but no memory.
+constexpr int kMostCopied = 1 << 20;
 
 /// Sums log probabilities feature by feature.
 class LogSums {
@@ -47,6 +49,7 @@ class LogSums {
     }
     LogPosterioriInfo take() && {
         LogPosterioriInfo info;
+        info.unknownRows.reserve(static_cast<std::uint64_t>(std::ranges::count(unknown_, 1)));
         double* row = sums_.data();
         for (std::size_t i = 0; i < unknown_.size(); ++i, row += classes_.size()) {
             if (unknown_[i] == 0) continue;
@@ -82,8 +85,14 @@ class LogSums {
             numbers.findOrAdd(*number);
             categories.push_back(&values);
         }
-        const Vector cells = column.toDoubleVector();
-        addCells(categories, [&](std::size_t i) { return numbers.find(cells[i]); });
+        if (column.getNumRows() > kMostCopied) {
+            addCells(categories, [&](std::size_t i) {
+                return numbers.find(column(static_cast<int>(i)).toDouble());
+            });
+        } else {
+            const Vector cells = column.toDoubleVector();
+            addCells(categories, [&](std::size_t i) { return numbers.find(cells[i]); });
+        }
     }
 
     /// Adds what each cell's category says; its code is negative, or the category a null pointer,

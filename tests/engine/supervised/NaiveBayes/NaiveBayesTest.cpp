@@ -118,6 +118,22 @@ TEST(NaiveBayes, numbersAreCategoriesByTheirText) {
     EXPECT_EQ(rowsOf(numbers.logPosteriors), Vector(rows.begin(), rows.end() - 2));
 }
 
+// Long columns are read in another way.
+TEST(NaiveBayes, scoresManyRecordsAsFew) {
+    DataFrame few;
+    few.append(Vector{1, 2.5, 7, 1});
+    const Model model = trained(few, {L"a", L"b", L"b", L"a"}, 1.0);
+    const auto expected = computePosteriorProbability(model, few, false);
+    DataFrame many;
+    many.append(Vector((1U << 20U) + 1, 2.5));
+    many(3, 0) = 4.0;
+    const auto scored = computePosteriorProbability(model, many, false);
+    EXPECT_EQ(scored.unknownRows, IntVector(1, 3));
+    for (const int row : {0, 1 << 20}) {
+        EXPECT_DOUBLE_EQ(scored.posteriors(row, 1), expected.posteriors(1, 1));
+    }
+}
+
 TEST(NaiveBayes, withoutSmoothingAndWithManyFeatures) {
     const DataFrame features = frame(L"f", {L"u", L"u", L"v", L"w"});
     const StringVector classes{L"a", L"b", L"a", L"b"};
