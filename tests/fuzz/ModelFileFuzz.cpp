@@ -49,6 +49,7 @@ constexpr void (*kReaders[])(std::string_view) = {
     readModel<Engine::TM::TextMiner>,
     readModel<Engine::NeuralNetwork::Classification::Model>,
     readModel<Engine::NeuralNetwork::Regression::Model>,
+    readModel<Engine::TM::ConceptExtractor>,
 };
 
 }  // namespace

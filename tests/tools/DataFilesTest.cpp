@@ -48,6 +48,14 @@ TEST_F(DataFiles, FormsAreRecognised) {
                                       "y\ta\tb\t\n1,5\t1\t2\t\n2,5\t2,25\t1\t\n4\t3\t5\t\n"
                                       "7,5\t5\t4\t\n1.000,5\t1.000\t3\t\n9\t-\t2\t\n")}),
               expected);
+    std::string wide = "\xFF\xFE";
+    for (const char c : content) wide += {c, '\0'};
+    EXPECT_EQ(estimates({"--data", folder.write("wide.csv", wide)}), expected);
+    EXPECT_EQ(estimates({"--encoding latin-1 --exclude \xC3\xA9 --data",
+                         folder.write("latin.csv",
+                                      "y,a,\xE9,b\n1.5,1,x,2\n2.5,2.25,x,1\n4,3,x,5\n"
+                                      "7.5,5,x,4\n1000.5,1000,\xE8,3\n")}),
+              expected);
     EXPECT_EQ(estimates({"--exclude column1 --data",
                          folder.write("rows.csv",
                                       "\"\",\"y\",\"a\",\"b\"\n\"1\",1.5,1,2\n\"2\",2.5,2.25,1\n"
@@ -99,6 +107,7 @@ TEST_F(DataFiles, ExamplesOfAllModelsRun) {
         records += fmt::format("{},{},{}\n", i * i % 7 % 2, i * i % 7 % 3 > 0 ? 1 : 0, i / 7 % 2);
     }
     const std::string data = folder.write("records.csv", records);
+    const std::string texts = folder.write("texts.csv", "note\nred apples\ngreen pears\n");
     const JsonReport models(outputOf("models --format json"));
     const std::vector<std::string> examples = models.texts("Examples", "Example");
     EXPECT_GE(examples.size(), 15U);
@@ -106,7 +115,8 @@ TEST_F(DataFiles, ExamplesOfAllModelsRun) {
         const std::vector<std::string> words = splitAt(" ", example);
         Arguments arguments;
         for (std::size_t k = 1; k < words.size(); ++k) {
-            arguments.add(words[k] == "FILE.csv"     ? data
+            arguments.add(words[k] == "FILE.csv"     ? (words[1] == "text" ? texts : data)
+                          : words[k] == "TEXT"       ? std::string("note")
                           : words[k] == "COLUMN"     ? std::string("y")
                           : words[k] == "MODEL.json" ? folder.path("m.json")
                                                      : words[k]);

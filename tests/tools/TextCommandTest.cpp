@@ -156,7 +156,7 @@ TEST_F(TextCommand, NamesMistakes) {
         {{"text --documents", good}, "--documents | is no folder"},
         {{"text --column a --documents", docs}, "--column | --documents"},
         {{"text --column text --data", folder.write("l.csv", "id,text\n1,a\n2,caf\xe9\n")},
-         "--data | l.csv | line 3 | 0xE9 | --encoding"},
+         "--data | l.csv | line 3 | \"text\" | --encoding"},
         {{"text --column text --data", folder.write("u.csv", "\xff\xfet")},
          "line 1 | half a character"},
         {{"text --column text --data", folder.write("s.csv", "id,text\n1,the of\n2,\n")},

@@ -30,7 +30,8 @@ std::string targetOf(const Needs& needs) {
 
 std::string columnsOf(const Family& family) {
     const Needs needs = family.needs();
-    if (dynamic_cast<const RecordFamily*>(&family) == nullptr) return "a file of its own kind";
+    if (dynamic_cast<const DocumentFamily*>(&family) != nullptr) return "documents";
+    if (dynamic_cast<const RecordFamily*>(&family) == nullptr) return "items of transactions";
     if (needs.target == TargetKind::Series) return "none beside it";
     switch (needs.coding) {
         case Coding::Numbers:

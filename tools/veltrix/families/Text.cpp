@@ -44,7 +44,8 @@ std::vector<double> globalWeights(const TextMiner& miner, std::int32_t globalWei
 class Text : public StoredFamily<Text, Family>, public DocumentFamily {
   public:
     FamilyNames names() const override {
-        return {"text", "Finds the terms of documents, their weights and concepts", "text mining"};
+        return {"text", "Finds the terms of documents, their weights and concepts", "text mining",
+                "", "--column TEXT"};
     }
     Needs needs() const override { return {}; }
 

@@ -11,7 +11,10 @@
 #include "Veltrix/Data/Progress.h"
 #include "Veltrix/Data/StringVector.h"
 #include "tools/veltrix/host/DataSelection.h"
+#include "tools/veltrix/host/RowChoice.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/CsvSettings.h"
+#include "tools/veltrix/io/Encoding.h"
 #include "tools/veltrix/io/TextLines.h"
 
 namespace Veltrix::Tool {
@@ -21,9 +24,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* kRow = "Row";
 constexpr const char* kDocument = "Document";
-
-const Choices<Encoding> kEncodings{
-    {"utf-8", Encoding::Utf8}, {"utf-16", Encoding::Utf16}, {"latin-1", Encoding::Latin1}};
 
 std::string toText(const fs::path& path) {
     const std::u8string text = path.u8string();
@@ -57,6 +57,10 @@ Documents readFolder(const DocumentSource& source) {
         throw UserError(fmt::format("{}: given with {}, whose files are documents as a whole",
                                     DocumentSource::kColumn, source.folder.option));
     }
+    if (!rowChoice().rows.empty() || !rowChoice().conditions.empty()) {
+        throw UserError(fmt::format("{}: --rows and --where choose rows of {}, not files",
+                                    source.folder.option, source.data.option));
+    }
     Documents documents;
     documents.names = filesIn(source.folder);
     StringVector texts;
@@ -66,7 +70,7 @@ Documents readFolder(const DocumentSource& source) {
         const std::string path = source.folder.path + "/" + name;
         const std::string file = oneLine(path);
         try {
-            const std::string text = toUtf8Text(file, readText(path), source.encoding);
+            const std::string text = toUtf8Text(file, readText(path), csvSettings().encoding);
             texts.push_back(WString::fromUtf8(text));
         } catch (const UserError& error) {
             throw UserError(fmt::format("{}: {}", source.folder.option, error.what()));
@@ -85,7 +89,6 @@ Documents readColumn(const DocumentSource& source) {
     CsvOptions options;
     options.missing.clear();
     options.textColumns = {source.column};
-    options.encoding = source.encoding;
     const DataFile file(source.data.path, options);
     const int place = file.columnIndex(DocumentSource::kColumn, source.column);
     Documents documents;
@@ -110,10 +113,6 @@ void DocumentSource::declare(OptionGroup& options) {
         .placeholder("FOLDER")
         .excludes(data.option);
     options.column(kColumn, column, "Column of the CSV file that holds the documents");
-    options.choice(
-        "--encoding", encoding,
-        "How the files write characters; utf-8 goes for UTF-16 with a byte order mark too",
-        kEncodings);
 }
 
 void Documents::addTo(Table& table, const std::vector<std::size_t>& documents) const {

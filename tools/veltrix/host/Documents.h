@@ -20,9 +20,8 @@ struct DocumentSource {
     FileOption data{"--data", {}};
     FileOption folder{"--documents", {}};
     std::string column;
-    Encoding encoding = Encoding::Utf8;
 
-    /// Declares --documents, --column and --encoding.
+    /// Declares --documents and --column.
     void declare(OptionGroup& options);
     /// The option that was given, that of the folder when none was.
     const FileOption& given() const { return data.path.empty() ? folder : data; }

@@ -8,7 +8,12 @@
 namespace Veltrix::Tool {
 
 void declareInput(OptionGroup& options) {
+    const Choices<Encoding> encodings{
+        {"utf-8", Encoding::Utf8}, {"utf-16", Encoding::Utf16}, {"latin-1", Encoding::Latin1}};
     CsvSettings& settings = csvSettings();
+    options.choice("--encoding", settings.encoding,
+                   "How files write characters; utf-8 goes for UTF-16 with a byte order mark too",
+                   encodings);
     options
         .delimiter("--delimiter", settings.dialect.delimiter,
                    "What stands between cells: a character, or comma, semicolon, tab, bar, blank")

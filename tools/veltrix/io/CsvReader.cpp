@@ -15,6 +15,7 @@
 #include "tools/veltrix/host/TextParts.h"
 #include "tools/veltrix/host/UserError.h"
 #include "tools/veltrix/io/CsvScanner.h"
+#include "tools/veltrix/io/Encoding.h"
 #include "tools/veltrix/io/TextLines.h"
 #include "tools/veltrix/io/TextPool.h"
 
@@ -366,8 +367,7 @@ class CsvText {
 
 CsvTable readCsv(const std::string& path, const CsvOptions& options) {
     const std::string file = oneLine(path);
-    std::string bytes = readText(path);
-    if (options.encoding) bytes = toUtf8Text(file, std::move(bytes), *options.encoding);
+    const std::string bytes = readCells(path);
     CsvText csv(file, checkedText(file, bytes), options);
     csv.read();
     const std::string name = std::filesystem::path(path).stem().string();

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "Veltrix/Data/DataFrame.h"
 #include "tools/veltrix/io/CsvDialect.h"
 #include "tools/veltrix/io/CsvSettings.h"
-#include "tools/veltrix/io/Encoding.h"
 
 namespace Veltrix::Tool {
 
@@ -22,8 +20,6 @@ struct CsvOptions {
     std::vector<std::string> textColumns = {};
     /// All of them.
     bool allText = false;
-    /// How the file writes characters; UTF-8 alone when left out.
-    std::optional<Encoding> encoding = {};
 };
 
 struct CsvTable {
@@ -31,8 +27,8 @@ struct CsvTable {
     CsvDialect dialect;
 };
 
-/// Reads a CSV file (RFC 4180; UTF-8 with or without byte order mark; line ends LF, CR LF or CR;
-/// blanks around unquoted cells are dropped) with a header row of distinct names. Lines without
+/// Reads a CSV file (RFC 4180; in the encoding that the command line says; line ends LF, CR LF or
+/// CR; blanks around unquoted cells are dropped) with a header row of distinct names. Lines without
 /// anything are skipped, but below the header of a single column each is a missing value. A column
 /// is numeric when every cell that is not missing is a number, independent of the locale; missing
 /// cells are NaN there, and so is the text "nan". In text columns a missing cell is the empty text.

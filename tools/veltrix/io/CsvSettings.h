@@ -5,11 +5,13 @@
 #include <vector>
 
 #include "tools/veltrix/io/CsvDialect.h"
+#include "tools/veltrix/io/Encoding.h"
 
 namespace Veltrix::Tool {
 
 /// What the command line says on CSV files wherever the program reads or writes them.
 struct CsvSettings {
+    Encoding encoding = Encoding::Utf8;
     CsvDialectHints dialect = {};
     /// Texts of cells without a value.
     std::vector<std::string> missing = {"", "NA"};

@@ -9,6 +9,7 @@
 
 #include "support/Utf8.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/CsvSettings.h"
 #include "tools/veltrix/io/TextLines.h"
 
 namespace Veltrix::Tool {
@@ -74,12 +75,22 @@ std::string fromUtf16(const std::string& file, std::string_view bytes) {
     }
 }
 
+bool isUtf16(std::string_view bytes) {
+    return bytes.starts_with(kLittleEndianMark) || bytes.starts_with(kBigEndianMark);
+}
+
 }  // namespace
+
+std::string readCells(const std::string& path) {
+    std::string bytes = readText(path);
+    const Encoding encoding = csvSettings().encoding;
+    if (encoding == Encoding::Utf8 && !isUtf16(bytes)) return bytes;
+    return toUtf8Text(oneLine(path), std::move(bytes), encoding);
+}
 
 std::string toUtf8Text(const std::string& file, std::string bytes, Encoding encoding) {
     const std::string_view all = bytes;
-    const bool marked = all.starts_with(kLittleEndianMark) || all.starts_with(kBigEndianMark);
-    if (encoding == Encoding::Utf16 || (encoding == Encoding::Utf8 && marked)) {
+    if (encoding == Encoding::Utf16 || (encoding == Encoding::Utf8 && isUtf16(all))) {
         bytes = fromUtf16(file, bytes);
     } else if (encoding == Encoding::Latin1) {
         bytes = fromLatin1(bytes);

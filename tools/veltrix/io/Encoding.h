@@ -16,4 +16,8 @@ enum class Encoding {
 /// holds.
 std::string toUtf8Text(const std::string& file, std::string bytes, Encoding encoding);
 
+/// The text of a file that is read cell by cell, in the encoding that the command line says. UTF-8
+/// is looked at by those who take the cells.
+std::string readCells(const std::string& path);
+
 }  // namespace Veltrix::Tool

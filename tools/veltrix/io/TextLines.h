@@ -42,7 +42,8 @@ WString decode(std::string_view text, const Where& where) {
     try {
         return WString::fromUtf8(text);
     } catch (const Exception& exception) {
-        throw UserError(where() + ": " + oneLine(exception.what()));
+        throw UserError(where() + ": " + oneLine(exception.what()) +
+                        "; expected UTF-8, or another --encoding");
     }
 }
 

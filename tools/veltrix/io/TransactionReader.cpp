@@ -10,6 +10,7 @@
 #include "Veltrix/Data/Progress.h"
 #include "support/Files.h"
 #include "tools/veltrix/host/UserError.h"
+#include "tools/veltrix/io/Encoding.h"
 #include "tools/veltrix/io/TextLines.h"
 #include "tools/veltrix/io/TextPool.h"
 
@@ -113,7 +114,7 @@ Lists readLists(std::string_view text, LineReader& reader) {
 
 ReadTransactions readTransactions(const std::string& path, char separator) {
     const std::string file = oneLine(path);
-    const std::string bytes = readText(path);
+    const std::string bytes = readCells(path);
     LineReader reader(file, separator);
     const Lists lists = readLists(checkedText(file, bytes), reader);
     if (lists.ends.empty()) throw UserError(file + ": empty, expected a transaction a line");
