@@ -98,7 +98,7 @@ ColumnStatistics describeNumbers(std::vector<double> numbers) {
     result.median = quantile(numbers, 0.5);
     result.upperQuartile = quantile(numbers, 0.75);
     result.maximum = numbers.back();
-    numbers.erase(std::ranges::unique(numbers).begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
     result.distinct = static_cast<std::int64_t>(numbers.size());
     return result;
 }
