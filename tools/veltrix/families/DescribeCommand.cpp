@@ -76,6 +76,7 @@ void addNumbers(ReportBuilder& report, const std::vector<NumberColumn>& columns)
     Table& table = report.table("Columns of numbers").text("Column", names);
     const auto counts = [&](const char* heading, std::int64_t ColumnStatistics::*member) {
         std::vector<std::int64_t> values;
+        values.reserve(all.size());
         for (const ColumnStatistics& statistics : all) values.push_back(statistics.*member);
         table.integers(heading, std::move(values));
     };

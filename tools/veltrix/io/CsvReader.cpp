@@ -371,7 +371,7 @@ CsvTable readCsv(const std::string& path, const CsvOptions& options) {
     CsvText csv(file, checkedText(file, bytes), options);
     csv.read();
     const std::string name = std::filesystem::path(path).stem().string();
-    CsvTable table{DataFrame(decode(name, [&] { return file; })), csv.dialect()};
+    CsvTable table{DataFrame(decode(name, [&] { return std::string(file); })), csv.dialect()};
     csv.appendTo(table.frame);
     return table;
 }
